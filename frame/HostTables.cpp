@@ -3,7 +3,7 @@
 ICore* gCoreHFT = nullptr;
 uint32_t gCoreVersion = 0;
 
-HFT gVellSupportHFT = nullptr;
+IVellSupport* gVellSupportHFT = nullptr;
 uint32_t gVellSupportVersion = 0;
 HFT gLobHFT = nullptr;
 HFT gDkModelHFT = nullptr;
@@ -11,18 +11,25 @@ HFT gPDFEditWriteHFT = nullptr;
 HFT gPDFEditReadHFT = nullptr;
 HFT gDkSysFontHFT = nullptr;
 HFT gPageDkEContentHFT = nullptr;
-HFT gVellViewHFT = nullptr;
+IVellView* gVellViewHFT = nullptr;
 HFT gDkSWriteHFT = nullptr;
 HFT gDkSReadHFT = nullptr;
 HFT gUnixHFT = nullptr;
-HFT gQsExtraHFT = nullptr;
+IQsExtra* gQsExtraHFT = nullptr;
 HFT gVellViewPollenHFT = nullptr;
 
-HFT gNetSpanHFT = nullptr;
+INetwork* gNetSpanHFT = nullptr;
 HFT gBaseKitHFT = nullptr;
 uint32_t gBaseKitVersion = 0;
-HFT gVellViewUserInterfaceHFT = nullptr;
+IUserInterface* gVellViewUserInterfaceHFT = nullptr;
 HFT gLinkWeaverHFT = nullptr;
 HFT gFormFlowHFT = nullptr;
 HFT gVellCrawlerHFT = nullptr;
-HFT gESHFT = nullptr;
+IScriptEngine* gESHFT = nullptr;
+
+IIdle* HostIdle() { return gVellViewHFT ? gVellViewHFT->idle() : nullptr; }
+IFileSystem* HostFiles() { return gVellSupportHFT ? gVellSupportHFT->files() : nullptr; }
+ICabinets* HostCabinets() { return gVellSupportHFT ? gVellSupportHFT->cabinets() : nullptr; }
+IPreferences* HostPreferences() {
+    return gVellSupportHFT ? gVellSupportHFT->preferences() : nullptr;
+}

@@ -8,13 +8,19 @@
 
 #include "frame/host/ICore.h"
 #include "frame/host/IHostTable.h"
+#include "frame/host/INetwork.h"
+#include "frame/host/IQsExtra.h"
+#include "frame/host/IScriptEngine.h"
+#include "frame/host/IUserInterface.h"
+#include "frame/host/IVellSupport.h"
+#include "frame/host/IVellView.h"
 
 #include <cstdint>
 
 extern ICore* gCoreHFT;
 extern uint32_t gCoreVersion;
 
-extern HFT gVellSupportHFT;
+extern IVellSupport* gVellSupportHFT;
 extern uint32_t gVellSupportVersion;
 extern HFT gLobHFT;
 extern HFT gDkModelHFT;
@@ -22,18 +28,31 @@ extern HFT gPDFEditWriteHFT;
 extern HFT gPDFEditReadHFT;
 extern HFT gDkSysFontHFT;
 extern HFT gPageDkEContentHFT;
-extern HFT gVellViewHFT;
+extern IVellView* gVellViewHFT;
 extern HFT gDkSWriteHFT;
 extern HFT gDkSReadHFT;
 extern HFT gUnixHFT;
-extern HFT gQsExtraHFT;
+extern IQsExtra* gQsExtraHFT;
 extern HFT gVellViewPollenHFT;
 
-extern HFT gNetSpanHFT;
+extern INetwork* gNetSpanHFT;
 extern HFT gBaseKitHFT;
 extern uint32_t gBaseKitVersion;
-extern HFT gVellViewUserInterfaceHFT;
+extern IUserInterface* gVellViewUserInterfaceHFT;
 extern HFT gLinkWeaverHFT;
 extern HFT gFormFlowHFT;
 extern HFT gVellCrawlerHFT;
-extern HFT gESHFT;
+extern IScriptEngine* gESHFT;
+
+class IIdle;
+class IFileSystem;
+class ICabinets;
+
+/// The idle clock of the viewer layer; null without it.
+IIdle* HostIdle();
+/// The file system of the support layer; null without it.
+IFileSystem* HostFiles();
+/// The cabinets of the support layer; null without them.
+ICabinets* HostCabinets();
+/// The preferences of the support layer; null without them.
+IPreferences* HostPreferences();

@@ -2,14 +2,59 @@
 
 #include "frame/HostTables.h"
 
+#include <cstdio>
+
+std::optional<int32_t> FakePreferences::getInt(const char* section, const char* key) {
+    auto found = m_ints.find({section ? section : "", key ? key : ""});
+    if (found == m_ints.end())
+        return std::nullopt;
+    return found->second;
+}
+
+std::optional<std::string> FakePreferences::getString(const char* section, const char* key) {
+    auto found = m_strings.find({section ? section : "", key ? key : ""});
+    if (found == m_strings.end())
+        return std::nullopt;
+    return found->second;
+}
+
+void FakePreferences::setInt(const std::string& section, const std::string& key, int32_t value) {
+    m_ints[{section, key}] = value;
+}
+
+void FakePreferences::setString(const std::string& section, const std::string& key,
+                                const std::string& value) {
+    m_strings[{section, key}] = value;
+}
+
+std::string FakeQsExtra::newUUID() {
+    char text[40];
+    std::snprintf(text, sizeof text, "00000000-0000-4000-8000-%012x", m_nextUUID++);
+    return text;
+}
+
 FakeHost::FakeHost() {
     gCoreHFT = &m_core;
     gCoreVersion = 0x20000;
+    gVellSupportHFT = &m_support;
+    gVellSupportVersion = 0x60000;
+    gVellViewHFT = &m_view;
+    gQsExtraHFT = &m_extra;
 }
 
 FakeHost::~FakeHost() {
     gCoreHFT = nullptr;
     gCoreVersion = 0;
+    gVellSupportHFT = nullptr;
+    gVellSupportVersion = 0;
+    gVellViewHFT = nullptr;
+    gQsExtraHFT = nullptr;
 }
 
-void FakeHost::registerTables() {}
+void FakeHost::registerTables() {
+    m_core.registerTable("Core", 0x50000, &m_core);
+    m_core.registerTable("VellSupport", 0x60000, &m_support);
+    m_core.registerTable("VellSupport", 0x50000, &m_support);
+    m_core.registerTable("VellView", 0x60000, &m_view);
+    m_core.registerTable("QsExtra", 0x50000, &m_extra);
+}

@@ -4,7 +4,73 @@
 // after the life cycle's import steps. Its tables can be reached and steered through accessors.
 #pragma once
 
+#include "frame/host/IQsExtra.h"
+#include "frame/host/IVellSupport.h"
+#include "frame/host/IVellView.h"
 #include "host/core/CHostCore.h"
+#include "tests/fakehost/FakeIdle.h"
+
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+
+/// Preferences held in memory; tests set them.
+class FakePreferences final : public IPreferences {
+public:
+    std::optional<int32_t> getInt(const char* section, const char* key) override;
+    std::optional<std::string> getString(const char* section, const char* key) override;
+    void setInt(const std::string& section, const std::string& key, int32_t value);
+    void setString(const std::string& section, const std::string& key, const std::string& value);
+
+private:
+    std::map<std::pair<std::string, std::string>, int32_t> m_ints;
+    std::map<std::pair<std::string, std::string>, std::string> m_strings;
+};
+
+class FakeVellSupport final : public IVellSupport {
+public:
+    int32_t hftVersion() const override { return 0x60000; }
+    IFileSystem* files() override { return m_files; }
+    ICabinets* cabinets() override { return m_cabinets; }
+    IPreferences* preferences() override { return &m_preferences; }
+
+    FakePreferences& fakePreferences() { return m_preferences; }
+    void setFiles(IFileSystem* files) { m_files = files; }
+    void setCabinets(ICabinets* cabinets) { m_cabinets = cabinets; }
+
+private:
+    FakePreferences m_preferences;
+    IFileSystem* m_files = nullptr;
+    ICabinets* m_cabinets = nullptr;
+};
+
+class FakeVellView final : public IVellView {
+public:
+    int32_t hftVersion() const override { return 0x60000; }
+    IIdle* idle() override { return &m_idle; }
+    FakeIdle& fakeIdle() { return m_idle; }
+
+private:
+    FakeIdle m_idle;
+};
+
+/// Unique identifiers counted up from 1, so that output that holds them is reproducible.
+class FakeQsExtra final : public IQsExtra {
+public:
+    int32_t hftVersion() const override { return 0x50000; }
+    ISealing* sealing() override { return m_sealing; }
+    IDigest* digest() override { return m_digest; }
+    std::string newUUID() override;
+
+    void setSealing(ISealing* sealing) { m_sealing = sealing; }
+    void setDigest(IDigest* digest) { m_digest = digest; }
+
+private:
+    unsigned m_nextUUID = 1;
+    ISealing* m_sealing = nullptr;
+    IDigest* m_digest = nullptr;
+};
 
 class FakeHost {
 public:
@@ -14,11 +80,19 @@ public:
     FakeHost& operator=(const FakeHost&) = delete;
 
     CHostCore& core() { return m_core; }
+    FakeIdle& idle() { return m_view.fakeIdle(); }
+    FakePreferences& preferences() { return m_support.fakePreferences(); }
+    FakeVellSupport& support() { return m_support; }
+    FakeVellView& view() { return m_view; }
+    FakeQsExtra& extra() { return m_extra; }
 
     /// Offers every table under its name and version in the core's registry, as the reference
-    /// host does, without touching the globals: for tests that run the handshake themselves.
+    /// host does: for tests that run the handshake themselves.
     void registerTables();
 
 private:
     CHostCore m_core;
+    FakeVellSupport m_support;
+    FakeVellView m_view;
+    FakeQsExtra m_extra;
 };

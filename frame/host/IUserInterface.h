@@ -1,0 +1,38 @@
+// "VellViewUserInterface": alerts, labels, the string filter and viewer notifications.
+// Menus, tool bars and commands are added by the subsystems that use them.
+#pragma once
+
+#include "frame/host/ICore.h"
+#include "frame/host/IHostTable.h"
+#include "frame/QsText.h"
+
+#include <cstdint>
+#include <string>
+
+/// Kinds of viewer notification.
+enum : int32_t {
+    kVxNotifyAppWillQuit = 1,
+};
+
+/// A notification procedure; data is what it was registered with.
+using VxNotificationProc = void (*)(void* data);
+
+class IUserInterface : public IHostTable {
+public:
+    /// Registers a procedure for a notification kind.
+    virtual void registerNotification(int32_t kind, ExtensionID extension,
+                                      VxNotificationProc proc, void* data) = 0;
+    /// Removes a registration made with this same kind, procedure and data.
+    virtual void unregisterNotification(int32_t kind, VxNotificationProc proc, void* data) = 0;
+
+    /// A modal alert: kind, text, up to three button labels (null for none) and a beep flag.
+    /// Returns the number of the button pressed, from 1.
+    virtual int32_t alert(int32_t kind, const char* textUtf8, const char* button1,
+                          const char* button2, const char* button3, bool beep) = 0;
+    /// Whether the plug-in has a top-level window to read labels from.
+    virtual bool hasTopLevelWindow() = 0;
+    /// A label by resource name from the top-level window, or the default.
+    virtual std::string labelLookup(const char* name, const char* defaultLabel) = 0;
+    /// Applies the viewer's string filter with the given filter value to a text, in place.
+    virtual void applyStringFilter(QsTextRec* text, int32_t filter) = 0;
+};
