@@ -19,7 +19,7 @@ IQsExtra* gQsExtraHFT = nullptr;
 HFT gVellViewPollenHFT = nullptr;
 
 INetwork* gNetSpanHFT = nullptr;
-HFT gBaseKitHFT = nullptr;
+IEncodings* gBaseKitHFT = nullptr;
 uint32_t gBaseKitVersion = 0;
 IUserInterface* gVellViewUserInterfaceHFT = nullptr;
 HFT gLinkWeaverHFT = nullptr;

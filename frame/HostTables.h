@@ -7,6 +7,7 @@
 #pragma once
 
 #include "frame/host/ICore.h"
+#include "frame/host/IEncodings.h"
 #include "frame/host/IHostTable.h"
 #include "frame/host/INetwork.h"
 #include "frame/host/IQsExtra.h"
