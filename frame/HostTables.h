@@ -37,7 +37,7 @@ extern IQsExtra* gQsExtraHFT;
 extern HFT gVellViewPollenHFT;
 
 extern INetwork* gNetSpanHFT;
-extern HFT gBaseKitHFT;
+extern IEncodings* gBaseKitHFT;
 extern uint32_t gBaseKitVersion;
 extern IUserInterface* gVellViewUserInterfaceHFT;
 extern HFT gLinkWeaverHFT;
