@@ -18,7 +18,8 @@ using ExtensionID = void*;
 struct HFTServerRec;
 using HFTServer = HFTServerRec*;
 
-/// Builds (or returns) the server's table for a requested version; null when it cannot.
+/// Builds (or returns) the server's table for a requested version; null when it cannot. A host
+/// calls a server's provide callback with this signature.
 using HFTServerProvideProc = HFT (*)(HFTServer server, uint32_t version, void* data);
 /// Called when the server goes away.
 using HFTServerDestroyProc = void (*)(HFTServer server, void* data);
@@ -43,9 +44,11 @@ public:
     /// The named table at exactly that version, or null.
     virtual HFT extensionMgrGetHFT(QsAtom name, uint32_t version) = 0;
 
-    /// Registers a named table server; the host calls provide when somebody asks for the table.
-    virtual HFTServer hftServerNew(const char* name, HFTServerProvideProc provide,
-                                   HFTServerDestroyProc destroy, void* data) = 0;
+    /// Registers a named table server; the host calls provide (an HFTServerProvideProc made a
+    /// callback) when somebody asks for the table, and destroy (an HFTServerDestroyProc, may be
+    /// null) when the server goes away.
+    virtual HFTServer hftServerNew(const char* name, QsCallback provide, QsCallback destroy,
+                                   void* data) = 0;
     /// Builds an exported table of entryCount entries for a server.
     virtual IEntryTable* hftNew(HFTServer server, int32_t entryCount) = 0;
     /// Sets one entry of a table made by hftNew.

@@ -4,6 +4,7 @@
 // "roman_encoding", "cyrillic_encoding", ...). Units are UTF-16 in host order, without mark.
 #pragma once
 
+#include "frame/host/ICore.h"
 #include "frame/host/IHostTable.h"
 
 #include <cstddef>
@@ -28,4 +29,12 @@ public:
     /// when it can hold them all; null when none of the converter's encodings can.
     virtual const char* bestEncoding(const char16_t* units, size_t count,
                                      const char* preferred) = 0;
+
+    /// A further table of the BaseKit family at exactly that version ("VellViewUserInterface"),
+    /// or null. A converter that serves no family answers null.
+    virtual HFT getHFT(QsAtom name, uint32_t version) {
+        (void)name;
+        (void)version;
+        return nullptr;
+    }
 };

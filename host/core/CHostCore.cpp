@@ -32,7 +32,9 @@ private:
 
 CHostCore::CHostCore() = default;
 
-CHostCore::~CHostCore() { destroyServers(); }
+CHostCore::~CHostCore() {
+    destroyServers();
+}
 
 QsAtom CHostCore::atomFromString(const char* text) {
     std::string key = text ? text : "";
@@ -54,24 +56,37 @@ const char* CHostCore::atomGetString(QsAtom atom) {
     return m_atomTexts[atom].c_str();
 }
 
-void* CHostCore::memMalloc(size_t size) { return std::malloc(size); }
-void* CHostCore::memCalloc(size_t count, size_t size) { return std::calloc(count, size); }
-void* CHostCore::memRealloc(void* block, size_t size) { return std::realloc(block, size); }
-void CHostCore::memFree(void* block) { std::free(block); }
+void* CHostCore::memMalloc(size_t size) {
+    return std::malloc(size);
+}
+void* CHostCore::memCalloc(size_t count, size_t size) {
+    return std::calloc(count, size);
+}
+void* CHostCore::memRealloc(void* block, size_t size) {
+    return std::realloc(block, size);
+}
+void CHostCore::memFree(void* block) {
+    std::free(block);
+}
 
 QsCallback CHostCore::callbackCreate(ExtensionID, QsProc proc) {
+    if (proc)
+        ++m_liveCallbacks;
     return reinterpret_cast<QsCallback>(proc);
 }
 
-void CHostCore::callbackDestroy(QsCallback) {}
+void CHostCore::callbackDestroy(QsCallback callback) {
+    if (callback && m_liveCallbacks > 0)
+        --m_liveCallbacks;
+}
 
 HFT CHostCore::extensionMgrGetHFT(QsAtom name, uint32_t version) {
     std::string text = atomGetString(name);
     HFT table = nullptr;
     for (auto& server : m_servers) {
         if (server->name == text) {
-            table = server->provide ? server->provide(server.get(), version, server->data)
-                                    : nullptr;
+            table =
+                server->provide ? server->provide(server.get(), version, server->data) : nullptr;
             m_requests.push_back({text, version, table != nullptr});
             return table;
         }
@@ -83,12 +98,13 @@ HFT CHostCore::extensionMgrGetHFT(QsAtom name, uint32_t version) {
     return table;
 }
 
-HFTServer CHostCore::hftServerNew(const char* name, HFTServerProvideProc provide,
-                                  HFTServerDestroyProc destroy, void* data) {
+HFTServer CHostCore::hftServerNew(const char* name, QsCallback provide, QsCallback destroy,
+                                  void* data) {
     auto server = std::make_unique<Server>();
     server->name = name ? name : "";
-    server->provide = provide;
-    server->destroy = destroy;
+    // Callbacks made by callbackCreate are the procedures themselves.
+    server->provide = reinterpret_cast<HFTServerProvideProc>(provide);
+    server->destroy = reinterpret_cast<HFTServerDestroyProc>(destroy);
     server->data = data;
     m_servers.push_back(std::move(server));
     return m_servers.back().get();

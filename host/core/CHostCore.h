@@ -31,8 +31,8 @@ public:
     void callbackDestroy(QsCallback callback) override;
 
     HFT extensionMgrGetHFT(QsAtom name, uint32_t version) override;
-    HFTServer hftServerNew(const char* name, HFTServerProvideProc provide,
-                           HFTServerDestroyProc destroy, void* data) override;
+    HFTServer hftServerNew(const char* name, QsCallback provide, QsCallback destroy,
+                           void* data) override;
     IEntryTable* hftNew(HFTServer server, int32_t entryCount) override;
     void hftReplaceEntry(IEntryTable* table, int32_t index, QsCallback callback) override;
 
@@ -51,6 +51,9 @@ public:
     };
     const std::vector<Request>& requests() const { return m_requests; }
 
+    /// Callbacks created and not yet destroyed.
+    int liveCallbacks() const { return m_liveCallbacks; }
+
     /// Calls every table server's destroy procedure and forgets the servers.
     void destroyServers();
 
@@ -59,6 +62,7 @@ private:
     class EntryTable;
 
     int32_t m_version = 0x20000;
+    int m_liveCallbacks = 0;
     std::vector<std::string> m_atomTexts;
     std::unordered_map<std::string, QsAtom> m_atoms;
     std::map<std::pair<std::string, uint32_t>, HFT> m_tables;
