@@ -68,36 +68,42 @@ int32_t mdAlertText(int32_t kind, int32_t icon, int32_t buttons, const char* tex
     IUserInterface* ui = gVellViewUserInterfaceHFT;
     if (!ui)
         return 0;
-    const char* message = text ? text : "";
-    int32_t alertKind = alertKindForIcon(icon);
-    bool beep = kind != 0;
+    // The labels of each button set, and what pressing each button answers.
+    const char* labels[3] = {nullptr, nullptr, nullptr};
+    int32_t results[3] = {0, 0, 0};
     switch (buttons) {
     case kAlertButtonsOK:
-        ui->alert(alertKind, message, label(kOKLabel), nullptr, nullptr, beep);
-        return kAlertResultOK;
+        labels[0] = label(kOKLabel);
+        results[0] = results[1] = results[2] = kAlertResultOK;
+        break;
     case kAlertButtonsOKCancel:
-        return ui->alert(alertKind, message, label(kOKLabel), label(kCancelLabel), nullptr, beep) ==
-                       1
-                   ? kAlertResultOK
-                   : kAlertResultCancel;
+        labels[0] = label(kOKLabel);
+        labels[1] = label(kCancelLabel);
+        results[0] = kAlertResultOK;
+        results[1] = results[2] = kAlertResultCancel;
+        break;
     case kAlertButtonsYesNo:
-        return ui->alert(alertKind, message, label(kYesLabel), label(kNoLabel), nullptr, beep) == 1
-                   ? kAlertResultYes
-                   : kAlertResultNo;
+        labels[0] = label(kYesLabel);
+        labels[1] = label(kNoLabel);
+        results[0] = kAlertResultYes;
+        results[1] = results[2] = kAlertResultNo;
+        break;
     case kAlertButtonsYesNoCancel:
-        switch (ui->alert(alertKind, message, label(kYesLabel), label(kNoLabel),
-                          label(kCancelLabel), beep)) {
-        case 1:
-            return kAlertResultYes;
-        case 2:
-            return kAlertResultNo;
-        default:
-            return kAlertResultCancel;
-        }
+        labels[0] = label(kYesLabel);
+        labels[1] = label(kNoLabel);
+        labels[2] = label(kCancelLabel);
+        results[0] = kAlertResultYes;
+        results[1] = kAlertResultNo;
+        results[2] = kAlertResultCancel;
+        break;
     default:
-        ui->alert(alertKind, message, nullptr, nullptr, nullptr, beep);
-        return 0;
+        break;
     }
+    int32_t pressed = ui->alert(alertKindForIcon(icon), text ? text : "", labels[0], labels[1],
+                                labels[2], kind != 0);
+    if (pressed < 1 || pressed > 3)
+        pressed = 1;
+    return results[pressed - 1];
 }
 
 int32_t mdAlert(int32_t kind, int32_t icon, int32_t buttons, uint16_t messageID) {

@@ -1,16 +1,24 @@
 // The test host: the host tables of the plug-in, deterministic and in memory.
 //
-// A test makes one FakeHost; while it lives the g...HFT globals point at its tables, as they would
-// after the life cycle's import steps. Its tables can be reached and steered through accessors.
+// A test makes one FakeHost; while it lives the g...HFT globals of the support, view, extra and
+// user-interface tables point at its tables, as they would after the life cycle's import steps;
+// the network, BaseKit and script engine tables are there to be set or negotiated. Its tables
+// can be reached and steered through accessors. Its end forgets every table reference.
 #pragma once
 
 #include "frame/host/IQsExtra.h"
 #include "frame/host/IVellSupport.h"
 #include "frame/host/IVellView.h"
+#include "host/core/CBareTable.h"
 #include "host/core/CHostCore.h"
+#include "tests/fakehost/FakeBaseKit.h"
 #include "tests/fakehost/FakeIdle.h"
+#include "tests/fakehost/FakeNetwork.h"
+#include "tests/fakehost/FakeScriptEngine.h"
+#include "tests/fakehost/FakeUserInterface.h"
 
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -85,6 +93,10 @@ public:
     FakeVellSupport& support() { return m_support; }
     FakeVellView& view() { return m_view; }
     FakeQsExtra& extra() { return m_extra; }
+    FakeUserInterface& ui() { return m_ui; }
+    FakeNetwork& network() { return m_network; }
+    FakeScriptEngine& script() { return m_script; }
+    FakeBaseKit& baseKit() { return m_baseKit; }
 
     /// Offers every table under its name and version in the core's registry, as the reference
     /// host does: for tests that run the handshake themselves.
@@ -95,4 +107,9 @@ private:
     FakeVellSupport m_support;
     FakeVellView m_view;
     FakeQsExtra m_extra;
+    FakeUserInterface m_ui;
+    FakeNetwork m_network;
+    FakeScriptEngine m_script;
+    FakeBaseKit m_baseKit{m_core};
+    std::vector<std::unique_ptr<CBareTable>> m_bareTables;
 };
