@@ -10,7 +10,7 @@ using namespace estr;
 namespace {
 
 // The largest number of pieces a split pads its result to.
-constexpr long kMaxPieces = 1L << 20;
+constexpr long kMaxPieces = 65536;
 
 // The characters of a string: where they start, how many, how wide.
 struct Chars {
