@@ -77,7 +77,10 @@ bool HFTIsValid(HFT table) {
 }
 
 HFTServer HFTServerNew(const char* name, QsCallback provide, QsCallback destroy, void* data) {
-    return gCoreHFT ? gCoreHFT->hftServerNew(name, provide, destroy, data) : nullptr;
+    // A callback is callable with its procedure's own signature.
+    return gCoreHFT ? gCoreHFT->hftServerNew(name, reinterpret_cast<HFTServerProvideProc>(provide),
+                                             reinterpret_cast<HFTServerDestroyProc>(destroy), data)
+                    : nullptr;
 }
 
 IEntryTable* HFTNew(HFTServer server, int32_t entryCount) {

@@ -32,8 +32,9 @@ int32_t HFTGetVersion(HFT table);
 /// True for a usable table reference, false for null.
 bool HFTIsValid(HFT table);
 
-/// Registers a named table server whose provide callback the viewer calls when somebody asks
-/// for the table; null without a core table.
+/// Registers a named table server whose provide callback (made by QsCallbackCreate from an
+/// HFTServerProvideProc) the viewer calls when somebody asks for the table; null without a core
+/// table.
 HFTServer HFTServerNew(const char* name, QsCallback provide, QsCallback destroy, void* data);
 /// Builds an exported table of entryCount entries (index 0 included) for a server.
 IEntryTable* HFTNew(HFTServer server, int32_t entryCount);

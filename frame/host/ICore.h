@@ -18,8 +18,7 @@ using ExtensionID = void*;
 struct HFTServerRec;
 using HFTServer = HFTServerRec*;
 
-/// Builds (or returns) the server's table for a requested version; null when it cannot. A host
-/// calls a server's provide callback with this signature.
+/// Builds (or returns) the server's table for a requested version; null when it cannot.
 using HFTServerProvideProc = HFT (*)(HFTServer server, uint32_t version, void* data);
 /// Called when the server goes away.
 using HFTServerDestroyProc = void (*)(HFTServer server, void* data);
@@ -37,18 +36,17 @@ public:
     virtual void* memRealloc(void* block, size_t size) = 0;
     virtual void memFree(void* block) = 0;
 
-    /// Wraps a procedure so the viewer can call it; may return the procedure itself.
+    /// Wraps a procedure so the viewer can call it: the callback is callable with the
+    /// procedure's own signature, and may be the procedure itself.
     virtual QsCallback callbackCreate(ExtensionID extension, QsProc proc) = 0;
     virtual void callbackDestroy(QsCallback callback) = 0;
 
     /// The named table at exactly that version, or null.
     virtual HFT extensionMgrGetHFT(QsAtom name, uint32_t version) = 0;
 
-    /// Registers a named table server; the host calls provide (an HFTServerProvideProc made a
-    /// callback) when somebody asks for the table, and destroy (an HFTServerDestroyProc, may be
-    /// null) when the server goes away.
-    virtual HFTServer hftServerNew(const char* name, QsCallback provide, QsCallback destroy,
-                                   void* data) = 0;
+    /// Registers a named table server; the host calls provide when somebody asks for the table.
+    virtual HFTServer hftServerNew(const char* name, HFTServerProvideProc provide,
+                                   HFTServerDestroyProc destroy, void* data) = 0;
     /// Builds an exported table of entryCount entries for a server.
     virtual IEntryTable* hftNew(HFTServer server, int32_t entryCount) = 0;
     /// Sets one entry of a table made by hftNew.

@@ -98,13 +98,12 @@ HFT CHostCore::extensionMgrGetHFT(QsAtom name, uint32_t version) {
     return table;
 }
 
-HFTServer CHostCore::hftServerNew(const char* name, QsCallback provide, QsCallback destroy,
-                                  void* data) {
+HFTServer CHostCore::hftServerNew(const char* name, HFTServerProvideProc provide,
+                                  HFTServerDestroyProc destroy, void* data) {
     auto server = std::make_unique<Server>();
     server->name = name ? name : "";
-    // Callbacks made by callbackCreate are the procedures themselves.
-    server->provide = reinterpret_cast<HFTServerProvideProc>(provide);
-    server->destroy = reinterpret_cast<HFTServerDestroyProc>(destroy);
+    server->provide = provide;
+    server->destroy = destroy;
     server->data = data;
     m_servers.push_back(std::move(server));
     return m_servers.back().get();

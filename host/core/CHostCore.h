@@ -31,8 +31,8 @@ public:
     void callbackDestroy(QsCallback callback) override;
 
     HFT extensionMgrGetHFT(QsAtom name, uint32_t version) override;
-    HFTServer hftServerNew(const char* name, QsCallback provide, QsCallback destroy,
-                           void* data) override;
+    HFTServer hftServerNew(const char* name, HFTServerProvideProc provide,
+                           HFTServerDestroyProc destroy, void* data) override;
     IEntryTable* hftNew(HFTServer server, int32_t entryCount) override;
     void hftReplaceEntry(IEntryTable* table, int32_t index, QsCallback callback) override;
 

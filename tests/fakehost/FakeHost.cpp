@@ -40,7 +40,11 @@ FakeHost::FakeHost() {
     gVellSupportVersion = 0x60000;
     gVellViewHFT = &m_view;
     gQsExtraHFT = &m_extra;
+    gBaseKitHFT = &m_encodings;
+    gBaseKitVersion = 0x70000;
     gVellViewUserInterfaceHFT = &m_ui;
+    // The converter answers the best encoding of a text as this table too, imported on use.
+    m_core.registerTable("VellScriptInterface", 0x70000, &m_encodings);
 }
 
 FakeHost::~FakeHost() {

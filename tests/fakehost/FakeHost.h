@@ -1,20 +1,22 @@
 // The test host: the host tables of the plug-in, deterministic and in memory.
 //
-// A test makes one FakeHost; while it lives the g...HFT globals of the support, view, extra and
-// user-interface tables point at its tables, as they would after the life cycle's import steps;
-// the network, BaseKit and script engine tables are there to be set or negotiated. Its tables
-// can be reached and steered through accessors. Its end forgets every table reference.
+// A test makes one FakeHost; while it lives the g...HFT globals of the support, view, extra,
+// BaseKit and user-interface tables point at its tables, as they would after the life cycle's
+// import steps; the network and script engine tables are there to be set or negotiated. Its
+// tables can be reached and steered through accessors. Its end forgets every table reference.
 #pragma once
 
 #include "frame/host/IQsExtra.h"
 #include "frame/host/IVellSupport.h"
 #include "frame/host/IVellView.h"
+#include "host/basekit/CBaseKit.h"
 #include "host/core/CBareTable.h"
 #include "host/core/CHostCore.h"
-#include "tests/fakehost/FakeBaseKit.h"
+#include "host/encodings/CIconvEncodings.h"
+#include "tests/fakehost/FakeEncodings.h"
 #include "tests/fakehost/FakeIdle.h"
-#include "tests/fakehost/FakeNetwork.h"
-#include "tests/fakehost/FakeScriptEngine.h"
+#include "tests/fakehost/FakeNetClients.h"
+#include "tests/fakehost/FakeScriptRegistrar.h"
 #include "tests/fakehost/FakeUserInterface.h"
 
 #include <map>
@@ -93,10 +95,10 @@ public:
     FakeVellSupport& support() { return m_support; }
     FakeVellView& view() { return m_view; }
     FakeQsExtra& extra() { return m_extra; }
+    CIconvEncodings& encodings() { return m_encodings; }
     FakeUserInterface& ui() { return m_ui; }
-    FakeNetwork& network() { return m_network; }
-    FakeScriptEngine& script() { return m_script; }
-    FakeBaseKit& baseKit() { return m_baseKit; }
+    FakeNetClients& network() { return m_network; }
+    FakeScriptRegistrar& script() { return m_script; }
 
     /// Offers every table under its name and version in the core's registry, as the reference
     /// host does: for tests that run the handshake themselves.
@@ -107,9 +109,10 @@ private:
     FakeVellSupport m_support;
     FakeVellView m_view;
     FakeQsExtra m_extra;
+    CIconvEncodings m_encodings;
+    CBaseKit m_baseKit{m_encodings, m_core};
     FakeUserInterface m_ui;
-    FakeNetwork m_network;
-    FakeScriptEngine m_script;
-    FakeBaseKit m_baseKit{m_core};
+    FakeNetClients m_network;
+    FakeScriptRegistrar m_script;
     std::vector<std::unique_ptr<CBareTable>> m_bareTables;
 };

@@ -351,7 +351,7 @@ TEST_F(LifeCycle, NetworkClientsAreOpenedWithTheirExactParameters) {
     const NetAuthProc expected[2] = {InteractiveAuthCB, TrackerAuthCB};
     for (int i = 0; i < 2; ++i) {
         ASSERT_EQ(gEFSClientIDs[i], i + 1);
-        const FakeNetwork::Client& client = clients.at(gEFSClientIDs[i]);
+        const FakeNetClients::Client& client = clients.at(gEFSClientIDs[i]);
         EXPECT_EQ(client.userAgent, "Mozilla/3.0 (compatible; Vellum SOAP 7.0)");
         EXPECT_EQ(client.acceptTypes, (Names{"*/*"}));
         EXPECT_EQ(client.flags, 5);

@@ -18,7 +18,10 @@ namespace {
 // A plug-in with the built-in texts, no language chosen and nothing read yet.
 class Messages : public ::testing::Test {
 protected:
-    void SetUp() override { forget(); }
+    void SetUp() override {
+        forget();
+        utf8Viewer.setHostEncoding("UTF-8");
+    }
     void TearDown() override {
         forget();
         std::setlocale(LC_CTYPE, "C");
@@ -48,6 +51,8 @@ protected:
         return label ? label : "(null)";
     }
 
+    // A viewer whose language encoding is UTF-8.
+    FakeEncodings utf8Viewer;
     FakeHost host;
 };
 
@@ -94,18 +99,18 @@ TEST_F(Messages, BufferedTextsAreCutAndInTheViewersEncoding) {
     EXPECT_STREQ(miGetZStringRaw("$$$IDS_OK", buffer, sizeof buffer), "OK");
 
     choose(0x444555, nullptr);
+    const std::string latin1 = std::string("\xD6") + "ffnen";
+    const std::string utf8 = "Öffnen";
     // Without BaseKit the viewer's encoding is Latin-1.
-    EXPECT_STREQ(miGetZString(IDS_RSS_OPEN_BUTTON, buffer, sizeof buffer), "\xD6"
-                                                                           "ffnen");
-    gBaseKitHFT = &host.baseKit();
-    EXPECT_STREQ(miGetZString(IDS_RSS_OPEN_BUTTON, buffer, sizeof buffer), "\xD6"
-                                                                           "ffnen");
-    host.baseKit().setHostEncoding("UTF-8");
-    EXPECT_STREQ(miGetZString(IDS_RSS_OPEN_BUTTON, buffer, sizeof buffer), "\xC3\x96"
-                                                                           "ffnen");
+    gBaseKitHFT = nullptr;
+    EXPECT_EQ(miGetZString(IDS_RSS_OPEN_BUTTON, buffer, sizeof buffer), latin1);
+    gBaseKitHFT = &host.encodings();
+    EXPECT_EQ(miGetZString(IDS_RSS_OPEN_BUTTON, buffer, sizeof buffer), latin1);
+    gBaseKitHFT = &utf8Viewer;
+    EXPECT_EQ(miGetZString(IDS_RSS_OPEN_BUTTON, buffer, sizeof buffer), utf8);
 
     // Through the buffer, a character that Latin-1 cannot hold is lost; directly it is kept.
-    host.baseKit().setHostEncoding("ISO-8859-1");
+    gBaseKitHFT = &host.encodings();
     CQsText through;
     miGetQsText(IDS_JS_SERVICES_UI, through.get());
     EXPECT_EQ(through.getString().find("\xE2\x80\x9E"), std::string::npos);
@@ -191,8 +196,7 @@ TEST_F(Messages, ButtonLabelsDropLoneAmpersandsAndKeepDoubledOnes) {
     EXPECT_EQ(button(IDS_OK), "OK");
     EXPECT_EQ(button(kZStringCount), "(null)");
     choose(0, "TST");
-    gBaseKitHFT = &host.baseKit();
-    host.baseKit().setHostEncoding("UTF-8");
+    gBaseKitHFT = &utf8Viewer;
     const struct {
         const char* locale;
         uint16_t id;
@@ -202,21 +206,15 @@ TEST_F(Messages, ButtonLabelsDropLoneAmpersandsAndKeepDoubledOnes) {
         {"C", IDS_OK, 256, "Save && Quit"},
         {"C", IDS_CANCEL, 256, "&&Stop"},
         {"C", IDS_RSS_REFRESH_FEED, 256, ""},
-        {"C", IDS_RSS_OPEN_ITEM, 256,
-         "\xC3\x96"
-         "ffnen \xE2\x82\xAC"},
+        {"C", IDS_RSS_OPEN_ITEM, 256, "Öffnen €"},
         {"C.UTF-8", IDS_OK, 256, "Save && Quit"},
         {"C.UTF-8", IDS_CANCEL, 256, "&&Stop"},
-        {"C.UTF-8", IDS_RSS_OPEN_ITEM, 256,
-         "\xC3\x96"
-         "ffnen \xE2\x82\xAC"},
+        {"C.UTF-8", IDS_RSS_OPEN_ITEM, 256, "Öffnen €"},
         // A character cut at the end of the buffer is kept as the bytes that fit.
-        {"C.UTF-8", IDS_RSS_REMOVE_FEED, 5, "\xC3\x96\xC3\x96"},
+        {"C.UTF-8", IDS_RSS_REMOVE_FEED, 5, "ÖÖ"},
         {"C.UTF-8", IDS_RSS_REMOVE_FEED, 6, "\xC3\x96\xC3\x96\xC3"},
-        {"C.UTF-8", IDS_RSS_OPEN_ITEM, 5,
-         "\xC3\x96"
-         "f"},
-        {"C.UTF-8", IDS_RSS_OPEN_ITEM, 4, "\xC3\x96"},
+        {"C.UTF-8", IDS_RSS_OPEN_ITEM, 5, "Öf"},
+        {"C.UTF-8", IDS_RSS_OPEN_ITEM, 4, "Ö"},
     };
     for (const auto& c : cases) {
         ASSERT_NE(std::setlocale(LC_CTYPE, c.locale), nullptr) << c.locale;

@@ -1,16 +1,16 @@
-#include "tests/fakehost/FakeNetwork.h"
+#include "tests/fakehost/FakeNetClients.h"
 
-bool FakeNetwork::initialize() {
+bool FakeNetClients::initialize() {
     m_events.push_back("initialize");
     return true;
 }
 
-void FakeNetwork::shutdown() {
+void FakeNetClients::shutdown() {
     m_events.push_back("shutdown");
 }
 
-NetClientID FakeNetwork::openClient(const char* userAgent, const char* const* acceptTypes,
-                                    int32_t flags) {
+NetClientID FakeNetClients::openClient(const char* userAgent, const char* const* acceptTypes,
+                                       int32_t flags) {
     bool fail = !m_failures.empty() && m_failures.front();
     if (!m_failures.empty())
         m_failures.pop_front();
@@ -28,25 +28,25 @@ NetClientID FakeNetwork::openClient(const char* userAgent, const char* const* ac
     return id;
 }
 
-void FakeNetwork::closeClient(NetClientID client) {
+void FakeNetClients::closeClient(NetClientID client) {
     m_events.push_back("close " + std::to_string(client));
     if (Client* found = find(client))
         found->open = false;
 }
 
-void FakeNetwork::setAuthentication(NetClientID client, int32_t which, int32_t mode,
-                                    NetAuthProc proc, void* data) {
+void FakeNetClients::setAuthentication(NetClientID client, int32_t which, int32_t mode,
+                                       NetAuthProc proc, void* data) {
     Client* found = find(client);
     if (found && (which == 0 || which == 1))
         found->authentication[which] = {mode, proc, data};
 }
 
-void FakeNetwork::setClientOption(NetClientID client, int32_t value) {
+void FakeNetClients::setClientOption(NetClientID client, int32_t value) {
     if (Client* found = find(client))
         found->options.push_back(value);
 }
 
-void FakeNetwork::setTimeouts(NetClientID client, const NetTimeoutRec& timeouts) {
+void FakeNetClients::setTimeouts(NetClientID client, const NetTimeoutRec& timeouts) {
     Client* found = find(client);
     if (!found)
         return;
@@ -58,7 +58,7 @@ void FakeNetwork::setTimeouts(NetClientID client, const NetTimeoutRec& timeouts)
     found->timeoutValue = timeouts.value;
 }
 
-FakeNetwork::Client* FakeNetwork::find(NetClientID client) {
+FakeNetClients::Client* FakeNetClients::find(NetClientID client) {
     auto found = m_clients.find(client);
     return found == m_clients.end() ? nullptr : &found->second;
 }

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-class FakeNetwork final : public INetwork {
+class FakeNetClients final : public INetwork {
 public:
     struct Authentication {
         int32_t mode = -1;

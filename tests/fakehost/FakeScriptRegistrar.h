@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-class FakeScriptEngine final : public IScriptEngine {
+class FakeScriptRegistrar final : public IScriptEngine {
 public:
     int32_t hftVersion() const override { return 256; }
     void registerContextInit(ESContextInitProc proc) override;

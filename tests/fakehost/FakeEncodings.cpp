@@ -1,7 +1,6 @@
-#include "tests/fakehost/FakeBaseKit.h"
+#include "tests/fakehost/FakeEncodings.h"
 
 #include "frame/QsText.h"
-#include "host/core/CHostCore.h"
 
 #include <cstring>
 
@@ -16,12 +15,12 @@ bool is(const char* name, const char* encoding) {
 
 } // namespace
 
-bool FakeBaseKit::knowsEncoding(const char* name) {
+bool FakeEncodings::knowsEncoding(const char* name) {
     return is(name, kLatin1) || is(name, kUTF8);
 }
 
-bool FakeBaseKit::toUnicode(const char* name, const char* bytes, size_t length,
-                            std::u16string& out) {
+bool FakeEncodings::toUnicode(const char* name, const char* bytes, size_t length,
+                              std::u16string& out) {
     out.clear();
     if (is(name, kLatin1)) {
         for (size_t i = 0; i < length; ++i)
@@ -35,8 +34,8 @@ bool FakeBaseKit::toUnicode(const char* name, const char* bytes, size_t length,
     return false;
 }
 
-bool FakeBaseKit::fromUnicode(const char* name, const char16_t* units, size_t count,
-                              std::string& out) {
+bool FakeEncodings::fromUnicode(const char* name, const char16_t* units, size_t count,
+                                std::string& out) {
     out.clear();
     if (is(name, kLatin1)) {
         for (size_t i = 0; i < count; ++i) {
@@ -55,17 +54,14 @@ bool FakeBaseKit::fromUnicode(const char* name, const char16_t* units, size_t co
     return false;
 }
 
-bool FakeBaseKit::canEncode(const char* name, const char16_t* units, size_t count) {
+bool FakeEncodings::canEncode(const char* name, const char16_t* units, size_t count) {
     std::string ignored;
     return fromUnicode(name, units, count, ignored);
 }
 
-const char* FakeBaseKit::bestEncoding(const char16_t* units, size_t count, const char* preferred) {
+const char* FakeEncodings::bestEncoding(const char16_t* units, size_t count,
+                                        const char* preferred) {
     if (preferred && knowsEncoding(preferred) && canEncode(preferred, units, count))
         return is(preferred, kLatin1) ? kLatin1 : kUTF8;
     return canEncode(kLatin1, units, count) ? kLatin1 : kUTF8;
-}
-
-HFT FakeBaseKit::getHFT(QsAtom name, uint32_t version) {
-    return m_core.extensionMgrGetHFT(name, version);
 }
