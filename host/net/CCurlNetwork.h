@@ -1,17 +1,25 @@
 // The reference host's network layer: libcurl behind the "NetSpan" operations.
 //
-// Clients are a table of identity records. A synchronous request is a curl easy handle driven
-// on the spot by a multi handle of its own, so that the caller can read the body in pieces while
-// the transfer is paused in between; an asynchronous request joins the one multi handle that the
-// GLib main loop drives through its sockets and timer. Either way the reply is held only a block
-// at a time.
+// Clients are a table of identity records; a request copies its client's record when it is put
+// under it. A synchronous request is a curl easy handle driven on the spot by a multi handle of
+// its own, so that the caller reads the body in pieces while curl is paused in between. An
+// asynchronous request joins the one multi handle that the GLib main loop drives through its
+// sockets and timer, and its consumer is called from an idle moment of the loop, never from
+// inside curl. Either way only a bounded window of a reply is held.
+//
+// Credentials handed back by an authentication callback are wiped and released with free(), the
+// reference host's allocator. They never reach the wire trace.
 #pragma once
 
 #include "frame/host/INetwork.h"
+#include "host/net/CCurlRequest.h"
+
+#include <curl/curl.h>
+#include <glib.h>
 
 #include <map>
-#include <string>
-#include <vector>
+#include <memory>
+#include <set>
 
 class CMainLoop;
 
@@ -51,27 +59,48 @@ public:
     bool parseDate(const char* text, QsTimeRec& out) override;
     std::optional<std::string> acceptLanguage() override;
 
+    /// Sends every request's header lines (credentials hidden) and curl's notes to sink; an
+    /// empty sink turns the trace off. Applies to requests opened afterwards.
+    void setTrace(CurlTraceSink sink) { m_trace = std::move(sink); }
+    /// Number of requests open.
+    size_t openRequests() const { return m_requests.size(); }
+
 private:
-    /// A client identity.
-    struct Client {
-        std::string userAgent;
-        std::vector<std::string> acceptTypes;
-        int32_t flags = 0;
-        int32_t option = kNetOptionProxyFromEnvironment;
-        struct Auth {
-            int32_t mode = kNetAuthNone;
-            NetAuthProc proc = nullptr;
-            void* data = nullptr;
-        } auth[2];
-        int32_t connectSeconds = 12;
-        int32_t stallMs = 300000;
-        int32_t totalMs = 0;
-        int32_t headerWaitMs = 300000;
-    };
-    Client* findClient(NetClientID client);
+    struct Entry;
+    struct SocketWatch;
+
+    Entry* find(NetRequest request);
+    NetRequest open(const char* url, int32_t mode, NetAsyncProc consumer, void* userData);
+    void destroy(NetRequest handle);
+
+    // The synchronous road.
+    void driveSync(Entry& entry, int timeoutMs);
+    void detachSync(Entry& entry);
+
+    // The asynchronous road.
+    static int onSocket(CURL* easy, curl_socket_t socket, int what, void* self, void* watch);
+    static int onTimer(CURLM* multi, long timeoutMs, void* self);
+    static gboolean onSocketReady(gint fd, GIOCondition condition, gpointer self);
+    static gboolean onTimerDue(gpointer self);
+    static gboolean onDispatchDue(gpointer token);
+    static gboolean onHeaderWaitOver(gpointer token);
+    void socketAction(curl_socket_t socket, int mask);
+    void collectFinished();
+    void scheduleDispatch(Entry& entry);
+    void dispatch(NetRequest handle);
+    void attachAsync(Entry& entry);
+    void detachAsync(Entry& entry);
+    void endAsync(Entry& entry);
 
     CMainLoop& m_loop;
     bool m_initialized = false;
     NetClientID m_nextClient = 1;
-    std::map<NetClientID, Client> m_clients;
+    std::map<NetClientID, CurlClientSettings> m_clients;
+    std::map<NetRequest, std::unique_ptr<Entry>> m_requests;
+    uint64_t m_nextToken = 1;
+    std::map<uint64_t, NetRequest> m_tokens;
+    CURLM* m_multi = nullptr;
+    guint m_timer = 0;
+    std::set<SocketWatch*> m_watches;
+    CurlTraceSink m_trace;
 };

@@ -40,6 +40,7 @@ FakeHost::FakeHost() {
     gVellSupportVersion = 0x60000;
     gVellViewHFT = &m_view;
     gQsExtraHFT = &m_extra;
+    gNetSpanHFT = &m_network;
 }
 
 FakeHost::~FakeHost() {
@@ -49,6 +50,7 @@ FakeHost::~FakeHost() {
     gVellSupportVersion = 0;
     gVellViewHFT = nullptr;
     gQsExtraHFT = nullptr;
+    gNetSpanHFT = nullptr;
 }
 
 void FakeHost::registerTables() {
@@ -57,4 +59,5 @@ void FakeHost::registerTables() {
     m_core.registerTable("VellSupport", 0x50000, &m_support);
     m_core.registerTable("VellView", 0x60000, &m_view);
     m_core.registerTable("QsExtra", 0x50000, &m_extra);
+    m_core.registerTable("NetSpan", 0x70000, &m_network);
 }
