@@ -43,6 +43,7 @@ FakeHost::FakeHost() {
     gBaseKitHFT = &m_encodings;
     gBaseKitVersion = 0x70000;
     gVellViewUserInterfaceHFT = &m_ui;
+    gNetSpanHFT = &m_network;
     // The converter answers the best encoding of a text as this table too, imported on use.
     m_core.registerTable("VellScriptInterface", 0x70000, &m_encodings);
 }

@@ -1,9 +1,9 @@
 // The test host: the host tables of the plug-in, deterministic and in memory.
 //
 // A test makes one FakeHost; while it lives the g...HFT globals of the support, view, extra,
-// BaseKit and user-interface tables point at its tables, as they would after the life cycle's
-// import steps; the network and script engine tables are there to be set or negotiated. Its
-// tables can be reached and steered through accessors. Its end forgets every table reference.
+// BaseKit, user-interface and network tables point at its tables, as they would after the life
+// cycle's import steps. Its tables can be reached and steered through accessors, and offered to
+// a handshake by registerTables. Its end forgets every table reference.
 #pragma once
 
 #include "frame/host/IQsExtra.h"
@@ -15,7 +15,7 @@
 #include "host/encodings/CIconvEncodings.h"
 #include "tests/fakehost/FakeEncodings.h"
 #include "tests/fakehost/FakeIdle.h"
-#include "tests/fakehost/FakeNetClients.h"
+#include "tests/fakehost/FakeNetwork.h"
 #include "tests/fakehost/FakeScriptRegistrar.h"
 #include "tests/fakehost/FakeUserInterface.h"
 
@@ -97,7 +97,7 @@ public:
     FakeQsExtra& extra() { return m_extra; }
     CIconvEncodings& encodings() { return m_encodings; }
     FakeUserInterface& ui() { return m_ui; }
-    FakeNetClients& network() { return m_network; }
+    FakeNetwork& network() { return m_network; }
     FakeScriptRegistrar& script() { return m_script; }
 
     /// Offers every table under its name and version in the core's registry, as the reference
@@ -112,7 +112,7 @@ private:
     CIconvEncodings m_encodings;
     CBaseKit m_baseKit{m_encodings, m_core};
     FakeUserInterface m_ui;
-    FakeNetClients m_network;
+    FakeNetwork m_network{m_view.fakeIdle()};
     FakeScriptRegistrar m_script;
     std::vector<std::unique_ptr<CBareTable>> m_bareTables;
 };

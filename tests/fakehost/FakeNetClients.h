@@ -1,5 +1,6 @@
-// The test host's network layer, as far as the life cycle uses it: it records the clients the
-// plug-in opens, with every parameter, and what it closes. A test can make an open fail.
+// A network layer for tests of the life cycle: it records the clients the plug-in opens, with
+// every parameter, and what it closes; a test can make an open fail. It carries no requests:
+// every request operation refuses.
 #pragma once
 
 #include "frame/host/INetwork.h"
@@ -39,6 +40,19 @@ public:
                            void* data) override;
     void setClientOption(NetClientID client, int32_t value) override;
     void setTimeouts(NetClientID client, const NetTimeoutRec& timeouts) override;
+
+    NetRequest openURL(const char*, int32_t) override { return nullptr; }
+    NetRequest openURLAsync(const char*, int32_t, NetAsyncProc, void*) override { return nullptr; }
+    bool setTimeoutsAndFlags(NetRequest, NetClientID, int32_t) override { return false; }
+    bool setHeader(NetRequest, const char*, const char*) override { return false; }
+    bool post(NetRequest, NetPostWriteProc, NetPostCloseProc, void*) override { return false; }
+    bool sendAndWait(NetRequest) override { return false; }
+    long status(NetRequest) override { return kNetErrGeneral; }
+    std::optional<std::string> responseHeader(NetRequest, const char*) override { return {}; }
+    long read(NetRequest, char*, long) override { return kNetErrGeneral; }
+    void close(NetRequest) override {}
+    bool parseDate(const char*, QsTimeRec&) override { return false; }
+    std::optional<std::string> acceptLanguage() override { return {}; }
 
     /// Makes the next openClient fail (-1); calls add up, one per open.
     void failNextOpen() { m_failures.push_back(true); }

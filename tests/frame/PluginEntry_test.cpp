@@ -6,6 +6,7 @@
 #include "scriptui/JSVxViewModule.h"
 #include "soap/InteractiveAuth.h"
 #include "tests/fakehost/FakeHost.h"
+#include "tests/fakehost/FakeNetClients.h"
 #include "tracker/TrackerAuth.h"
 
 #include <gtest/gtest.h>
@@ -49,6 +50,7 @@ protected:
     void SetUp() override {
         ResetHostTables();
         host.registerTables();
+        host.core().registerTable("NetSpan", 0x70000, &network);
         if (!gJSVxViewModule.isLinked())
             gJSVxViewModule.add();
     }
@@ -80,6 +82,7 @@ protected:
     }
 
     FakeHost host;
+    FakeNetClients network;
     PIHandshakeData data{};
     bool started = false;
 };
@@ -302,6 +305,7 @@ TEST_F(LifeCycle, ImportStepNeedsNetworkBaseKitAndUserInterface) {
         FakeHost other;
         ResetHostTables();
         other.registerTables();
+        other.core().registerTable("NetSpan", 0x70000, &network);
         other.core().unregisterTable(missing);
         PISDKData sdk{kHandshakeVersion, &other, &other.core(), nullptr};
         ASSERT_EQ(PISetupSDK(kHandshakeVersion, &sdk), 1);
@@ -346,7 +350,7 @@ TEST_F(LifeCycle, ExportedTablesAreBuiltOnceForExactlyTheirVersion) {
 
 TEST_F(LifeCycle, NetworkClientsAreOpenedWithTheirExactParameters) {
     ASSERT_TRUE(start());
-    const auto& clients = host.network().clients();
+    const auto& clients = network.clients();
     ASSERT_EQ(clients.size(), 2u);
     const NetAuthProc expected[2] = {InteractiveAuthCB, TrackerAuthCB};
     for (int i = 0; i < 2; ++i) {
@@ -366,21 +370,20 @@ TEST_F(LifeCycle, NetworkClientsAreOpenedWithTheirExactParameters) {
         EXPECT_EQ(client.timeoutPair[1], 0);
         EXPECT_EQ(client.timeoutValue, 300000);
     }
-    EXPECT_EQ(host.network().events(), (Names{"initialize", "open 1", "open 2"}));
+    EXPECT_EQ(network.events(), (Names{"initialize", "open 1", "open 2"}));
 }
 
 TEST_F(LifeCycle, QuitClosesOnlyTheClientThatOpened) {
-    host.network().failNextOpen();
+    network.failNextOpen();
     ASSERT_TRUE(start());
     EXPECT_EQ(gEFSClientIDs[0], kNoNetClient);
     EXPECT_EQ(gEFSClientIDs[1], 1);
     host.ui().send(kVxNotifyAppWillQuit);
-    EXPECT_EQ(host.network().events(),
-              (Names{"initialize", "open -1", "open 1", "close 1", "shutdown"}));
+    EXPECT_EQ(network.events(), (Names{"initialize", "open -1", "open 1", "close 1", "shutdown"}));
     EXPECT_EQ(gNetSpanHFT, nullptr);
     EXPECT_EQ(gEFSClientIDs[1], kNoNetClient);
     host.ui().send(kVxNotifyAppWillQuit); // the network is gone: nothing more happens
-    EXPECT_EQ(host.network().events().size(), 5u);
+    EXPECT_EQ(network.events().size(), 5u);
 }
 
 TEST_F(LifeCycle, TheTenModulesComeUpInTheirOrderAndAllGoDown) {
@@ -412,7 +415,7 @@ TEST_F(LifeCycle, WithoutAScriptEngineNoModuleIsCreated) {
     EXPECT_FALSE(call(data.init));
     EXPECT_EQ(registeredModules(), (Names{"JSVxViewModule"}));
     EXPECT_TRUE(host.script().registrations().empty());
-    EXPECT_TRUE(host.network().events().empty());
+    EXPECT_TRUE(network.events().empty());
     EXPECT_TRUE(call(data.unload));
 }
 
