@@ -43,6 +43,9 @@ FakeHost::FakeHost() {
 }
 
 FakeHost::~FakeHost() {
+    // The engine goes first: its last collection runs finalisers that may still use the tables.
+    m_scriptEngine.reset();
+    gESHFT = nullptr;
     gCoreHFT = nullptr;
     gCoreVersion = 0;
     gVellSupportHFT = nullptr;
@@ -57,4 +60,16 @@ void FakeHost::registerTables() {
     m_core.registerTable("VellSupport", 0x50000, &m_support);
     m_core.registerTable("VellView", 0x60000, &m_view);
     m_core.registerTable("QsExtra", 0x50000, &m_extra);
+}
+
+CSpiderMonkeyEngine& FakeHost::installScriptEngine() {
+    if (!m_scriptEngine) {
+        m_scriptEngine = std::make_unique<CSpiderMonkeyEngine>();
+        m_scriptEngine->setCore(&m_core);
+        m_scriptEngine->setEncodings(gBaseKitHFT);
+        m_scriptEngine->setUserInterface(gVellViewUserInterfaceHFT);
+        m_scriptEngine->setConsole(&m_scriptConsole);
+    }
+    gESHFT = m_scriptEngine.get();
+    return *m_scriptEngine;
 }

@@ -8,9 +8,12 @@
 #include "frame/host/IVellSupport.h"
 #include "frame/host/IVellView.h"
 #include "host/core/CHostCore.h"
+#include "host/script/CSpiderMonkeyEngine.h"
 #include "tests/fakehost/FakeIdle.h"
+#include "tests/fakehost/FakeScriptConsole.h"
 
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -90,9 +93,17 @@ public:
     /// host does: for tests that run the handshake themselves.
     void registerTables();
 
+    /// Makes the real script engine the script table (gESHFT) until the host goes, with the
+    /// atoms of core(), the encoding and user-interface tables set at this moment, and
+    /// scriptConsole() for its console.
+    CSpiderMonkeyEngine& installScriptEngine();
+    FakeScriptConsole& scriptConsole() { return m_scriptConsole; }
+
 private:
     CHostCore m_core;
     FakeVellSupport m_support;
     FakeVellView m_view;
     FakeQsExtra m_extra;
+    FakeScriptConsole m_scriptConsole;
+    std::unique_ptr<CSpiderMonkeyEngine> m_scriptEngine;
 };
