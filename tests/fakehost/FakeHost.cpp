@@ -49,6 +49,8 @@ FakeHost::FakeHost() {
 }
 
 FakeHost::~FakeHost() {
+    // The engine goes first: its last collection runs finalisers that may still use the tables.
+    m_scriptEngine.reset();
     ResetHostTables();
 }
 
@@ -73,5 +75,21 @@ void FakeHost::registerTables() {
     m_core.registerTable("NetSpan", 0x70000, &m_network);
     m_core.registerTable("BaseKit", 0x70000, &m_baseKit);
     m_core.registerTable("VellViewUserInterface", 0x60000, &m_ui);
-    m_core.registerTable("ESHFT", 256, &m_script);
+    m_core.registerTable("ESHFT", 256, &scriptEngine());
+}
+
+CSpiderMonkeyEngine& FakeHost::scriptEngine() {
+    if (!m_scriptEngine) {
+        m_scriptEngine = std::make_unique<CSpiderMonkeyEngine>();
+        m_scriptEngine->setCore(&m_core);
+        m_scriptEngine->setEncodings(gBaseKitHFT);
+        m_scriptEngine->setUserInterface(gVellViewUserInterfaceHFT);
+        m_scriptEngine->setConsole(&m_scriptConsole);
+    }
+    return *m_scriptEngine;
+}
+
+CSpiderMonkeyEngine& FakeHost::installScriptEngine() {
+    gESHFT = &scriptEngine();
+    return *m_scriptEngine;
 }
