@@ -37,3 +37,17 @@ inline std::vector<std::vector<std::string>> readCaseTable(const std::string& na
     EXPECT_FALSE(rows.empty()) << name << " holds no cases";
     return rows;
 }
+
+/// A field with each "\xNN" turned into the byte it names.
+inline std::string unescapeField(const std::string& field) {
+    std::string bytes;
+    for (size_t i = 0; i < field.size(); ++i) {
+        if (field.compare(i, 2, "\\x") == 0 && i + 3 < field.size()) {
+            bytes += static_cast<char>(std::stoi(field.substr(i + 2, 2), nullptr, 16));
+            i += 3;
+        } else {
+            bytes += field[i];
+        }
+    }
+    return bytes;
+}
