@@ -8,6 +8,7 @@
 #include "frame/host/IVellSupport.h"
 #include "frame/host/IVellView.h"
 #include "host/core/CHostCore.h"
+#include "host/encodings/CIconvEncodings.h"
 #include "tests/fakehost/FakeIdle.h"
 
 #include <map>
@@ -85,6 +86,7 @@ public:
     FakeVellSupport& support() { return m_support; }
     FakeVellView& view() { return m_view; }
     FakeQsExtra& extra() { return m_extra; }
+    CIconvEncodings& encodings() { return m_encodings; }
 
     /// Offers every table under its name and version in the core's registry, as the reference
     /// host does: for tests that run the handshake themselves.
@@ -95,4 +97,5 @@ private:
     FakeVellSupport m_support;
     FakeVellView m_view;
     FakeQsExtra m_extra;
+    CIconvEncodings m_encodings;
 };
