@@ -75,8 +75,9 @@ template <class Call> void expectWrittenUrls(const std::string& table, Call call
         bool ok = call(row, out, &size, &error);
         EXPECT_EQ(error, expectedError(row.back()));
         EXPECT_EQ(ok, error == kUrlOK);
-        if (ok)
+        if (ok) {
             EXPECT_EQ(std::string(out, static_cast<size_t>(size) + 1), row.back() + '\0');
+        }
     }
 }
 
