@@ -52,14 +52,17 @@ TEST_F(CurlAsyncTest, RepliesArriveInPiecesThenOneFinalCall) {
         {"/missing", LoopbackReply::withBody(404, "gone", 50), 404, 0, "gone"},
         {"/closes-mid-body", LoopbackReply::withBody(200, echo, 500), 200, kNetErrInvalidResponse,
          echo.substr(0, 1500)},
+        {"/stalls", LoopbackReply::withBody(200, echo, 5000), 200, kNetErrTimeout,
+         echo.substr(0, 5000)},
         {"/never-answers", {}, 0, kNetErrTimeout, ""},
         {"/not-http", {}, 0, kNetErrInvalidResponse, ""},
     };
     cases[0].reply.chunkDelayMs = 2;
     cases[0].reply.headers.emplace_back("Content-Type", "text/xml; charset=utf-8");
     cases[3].reply.closeAfter = 1500;
-    cases[4].reply.neverAnswer = true;
-    cases[5].reply.raw = hostTestData("not-http-reply.txt");
+    cases[4].reply.chunkDelayMs = 3000; // longer than the 1 s stall time-out
+    cases[5].reply.neverAnswer = true;
+    cases[6].reply.raw = hostTestData("not-http-reply.txt");
     for (const Case& c : cases)
         server.route(c.path, c.reply);
 
