@@ -44,6 +44,7 @@ FakeHost::FakeHost() {
     gBaseKitVersion = 0x70000;
     // The converter answers the best encoding of a text as this table too, imported on use.
     m_core.registerTable("VellScriptInterface", 0x70000, &m_encodings);
+    gNetSpanHFT = &m_network;
 }
 
 FakeHost::~FakeHost() {
@@ -56,6 +57,7 @@ FakeHost::~FakeHost() {
     gBaseKitHFT = nullptr;
     gBaseKitVersion = 0;
     gVellScriptInterfaceHFT = nullptr;
+    gNetSpanHFT = nullptr;
 }
 
 void FakeHost::registerTables() {
@@ -65,4 +67,5 @@ void FakeHost::registerTables() {
     m_core.registerTable("VellView", 0x60000, &m_view);
     m_core.registerTable("QsExtra", 0x50000, &m_extra);
     m_core.registerTable("BaseKit", 0x70000, &m_encodings);
+    m_core.registerTable("NetSpan", 0x70000, &m_network);
 }

@@ -10,6 +10,7 @@
 #include "host/core/CHostCore.h"
 #include "host/encodings/CIconvEncodings.h"
 #include "tests/fakehost/FakeIdle.h"
+#include "tests/fakehost/FakeNetwork.h"
 
 #include <map>
 #include <optional>
@@ -87,6 +88,7 @@ public:
     FakeVellView& view() { return m_view; }
     FakeQsExtra& extra() { return m_extra; }
     CIconvEncodings& encodings() { return m_encodings; }
+    FakeNetwork& network() { return m_network; }
 
     /// Offers every table under its name and version in the core's registry, as the reference
     /// host does: for tests that run the handshake themselves.
@@ -98,4 +100,5 @@ private:
     FakeVellView m_view;
     FakeQsExtra m_extra;
     CIconvEncodings m_encodings;
+    FakeNetwork m_network{m_view.fakeIdle()};
 };
