@@ -160,6 +160,9 @@ struct CSpiderMonkeyEngine::Impl {
     JSObject* prototypeOf(ESContext context, SMClassRec& rec);
     /// A new object of the class, without its initialisers.
     ESObject createObject(ESContext context, const std::string& className);
+    /// What the global constructor of that name makes of the arguments; in the context's realm.
+    JSObject* construct(ESContext context, const std::string& name,
+                        const JS::HandleValueArray& args);
     SMNativeRec* nativeRec(const std::string& name, SMNativeRec::Kind kind, void* proc);
     JSObject* newNativeFunction(JS::HandleId id, SMNativeRec* native);
     void runClassInits(ESContext context, const std::string& className, ESObject object);

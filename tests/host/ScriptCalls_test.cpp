@@ -237,6 +237,25 @@ TEST_F(ScriptCalls, CallsIntoScriptReturnResultsOrRaise) {
     engine.freeVal(args[1]);
 }
 
+TEST_F(ScriptCalls, AStreamWhoseReadThrowsRaisesAndLeavesTheContextWhole) {
+    ESObject stream = objectOf(dataFile("stream-read-throws.js"));
+    ESVal count = engine.makeInt(context, 4096);
+    ESVal result = slot();
+    int32_t raised = 0;
+    try {
+        engine.callMethod(stream, "read", &count, 1, result);
+    } catch (const HostError& error) {
+        raised = error.code;
+    }
+    engine.freeVal(count);
+    EXPECT_EQ(raised, kESErrScript);
+    EXPECT_EQ(reported, std::vector<std::string>{"0 3 Error: the disk is gone"});
+    ESVal hex = engine.makeString(context, "0a0b", -1);
+    ASSERT_TRUE(engine.callMethod(stream, "write", &hex, 1, result));
+    engine.freeVal(hex);
+    EXPECT_EQ(text(result), "2");
+}
+
 TEST_F(ScriptCalls, AccessorsAndReadOnlyPropertiesKeepTheirRules) {
     wireDump = false;
     ASSERT_TRUE(engine.addAccessor(t, "wireDump", getWireDump, setWireDump));
