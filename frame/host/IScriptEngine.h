@@ -17,8 +17,9 @@
 //   Text goes out the same two ways, as the caller asks.
 // - Native methods, getters, setters, finalisers and initialisers are plain procedures. They may
 //   raise HostError: a method that does so fails in script with the engine's error of that
-//   number, unless it set an exception of its own first (throwValue, raiseError), which wins.
-//   Nothing a procedure throws ever passes through the engine.
+//   number, or with the script error itself when the code is that of a call of its own that
+//   failed; an exception it set first (throwValue, raiseError) wins over both. Nothing a
+//   procedure throws ever passes through the engine.
 // - Operations that run script report failure by their result; the exception goes to the
 //   context's error handler and is kept as the context's exception value. Calls and evaluation
 //   instead raise HostError: the error's engine number, or kESErrScript.

@@ -56,6 +56,7 @@ struct _s_ESContextRec {
     std::map<std::string, ESVal> prototypes;            // of the engine's classes, by name
     ESErrorHandlerProc errorHandler = nullptr;
     void* errorData = nullptr;
+    bool inErrorHandler = false;
     int activeCount = 0; // times on the active stack
     bool dead = false;
     bool destroyWhenIdle = false;

@@ -204,6 +204,25 @@ TEST_F(ScriptCalls, UncaughtErrorsReachTheHandlerAndRaiseHostErrors) {
               "ReferenceError: undefinedName is not defined (line 2)");
 }
 
+TEST_F(ScriptCalls, AnErrorInsideTheHandlerIsOnlyPrinted) {
+    static int calls = 0;
+    calls = 0;
+    engine.setErrorHandler(
+        context,
+        [](ESContext in, int32_t, int32_t, const char*, void*) {
+            ++calls;
+            try {
+                gESHFT->evaluate(in, nullptr, "handlerFails()", -1, nullptr);
+            } catch (const HostError&) {
+            }
+        },
+        nullptr);
+    EXPECT_EQ(failureOf("scriptFails()"), kESErrScript);
+    EXPECT_EQ(calls, 1);
+    EXPECT_EQ(host.scriptConsole().lines(),
+              std::vector<std::string>{"ReferenceError: handlerFails is not defined (line 1)"});
+}
+
 TEST_F(ScriptCalls, CallsIntoScriptReturnResultsOrRaise) {
     ESEvent event = engine.openEvent(context, "App", "Exec");
     engine.evaluate(context, event, dataFile("event-result.js").c_str(), -1, slot());
