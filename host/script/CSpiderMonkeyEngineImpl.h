@@ -170,7 +170,7 @@ struct CSpiderMonkeyEngine::Impl {
     using EnumVisitor = std::function<bool(const std::u16string& name, ESVal value)>;
     bool enumerateObject(ESObject object, const EnumVisitor& visit);
 
-    // Text.
+    // Text (SMValues.cpp).
     JSString* newString(const char* text, long length);
     JSString* newString(const std::u16string& units);
     bool readUnits(JSString* string, std::u16string& out);
