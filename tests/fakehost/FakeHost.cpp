@@ -48,6 +48,9 @@ FakeHost::FakeHost() {
 }
 
 FakeHost::~FakeHost() {
+    // The engine goes first: its last collection runs finalisers that may still use the tables.
+    m_scriptEngine.reset();
+    gESHFT = nullptr;
     gCoreHFT = nullptr;
     gCoreVersion = 0;
     gVellSupportHFT = nullptr;
@@ -68,4 +71,16 @@ void FakeHost::registerTables() {
     m_core.registerTable("QsExtra", 0x50000, &m_extra);
     m_core.registerTable("BaseKit", 0x70000, &m_encodings);
     m_core.registerTable("NetSpan", 0x70000, &m_network);
+}
+
+CSpiderMonkeyEngine& FakeHost::installScriptEngine() {
+    if (!m_scriptEngine) {
+        m_scriptEngine = std::make_unique<CSpiderMonkeyEngine>();
+        m_scriptEngine->setCore(&m_core);
+        m_scriptEngine->setEncodings(gBaseKitHFT);
+        m_scriptEngine->setUserInterface(gVellViewUserInterfaceHFT);
+        m_scriptEngine->setConsole(&m_scriptConsole);
+    }
+    gESHFT = m_scriptEngine.get();
+    return *m_scriptEngine;
 }

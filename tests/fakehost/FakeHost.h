@@ -9,10 +9,13 @@
 #include "frame/host/IVellView.h"
 #include "host/core/CHostCore.h"
 #include "host/encodings/CIconvEncodings.h"
+#include "host/script/CSpiderMonkeyEngine.h"
 #include "tests/fakehost/FakeIdle.h"
 #include "tests/fakehost/FakeNetwork.h"
+#include "tests/fakehost/FakeScriptConsole.h"
 
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -94,6 +97,12 @@ public:
     /// host does: for tests that run the handshake themselves.
     void registerTables();
 
+    /// Makes the real script engine the script table (gESHFT) until the host goes, with the
+    /// atoms of core(), the encoding and user-interface tables set at this moment, and
+    /// scriptConsole() for its console.
+    CSpiderMonkeyEngine& installScriptEngine();
+    FakeScriptConsole& scriptConsole() { return m_scriptConsole; }
+
 private:
     CHostCore m_core;
     FakeVellSupport m_support;
@@ -101,4 +110,6 @@ private:
     FakeQsExtra m_extra;
     CIconvEncodings m_encodings;
     FakeNetwork m_network{m_view.fakeIdle()};
+    FakeScriptConsole m_scriptConsole;
+    std::unique_ptr<CSpiderMonkeyEngine> m_scriptEngine;
 };
