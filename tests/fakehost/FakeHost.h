@@ -8,6 +8,8 @@
 #include "frame/host/IVellSupport.h"
 #include "frame/host/IVellView.h"
 #include "host/core/CHostCore.h"
+#include "tests/fakehost/FakeCabinets.h"
+#include "tests/fakehost/FakeFileSystem.h"
 #include "tests/fakehost/FakeIdle.h"
 
 #include <map>
@@ -85,6 +87,8 @@ public:
     FakeVellSupport& support() { return m_support; }
     FakeVellView& view() { return m_view; }
     FakeQsExtra& extra() { return m_extra; }
+    FakeFileSystem& files() { return m_files; }
+    FakeCabinets& cabinets() { return m_cabinets; }
 
     /// Offers every table under its name and version in the core's registry, as the reference
     /// host does: for tests that run the handshake themselves.
@@ -95,4 +99,6 @@ private:
     FakeVellSupport m_support;
     FakeVellView m_view;
     FakeQsExtra m_extra;
+    FakeFileSystem m_files;
+    FakeCabinets m_cabinets{m_core, m_files};
 };
