@@ -54,7 +54,7 @@ struct QsCabPointer {
 };
 
 /// The deepest nesting of cabinets the host stores: a cabinet alone is depth 1.
-constexpr int kQsCabMaxDepth = 64;
+constexpr int kQsCabMaxDepth = 32;
 
 class ICabinets {
 public:

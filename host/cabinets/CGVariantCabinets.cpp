@@ -3,8 +3,8 @@
 #include "frame/HostError.h"
 
 #include <glib.h>
-#include <glib/gstdio.h>
 
+#include <cstdio>
 #include <cstring>
 #include <utility>
 
@@ -45,7 +45,7 @@ QsCab CGVariantCabinets::loadFile(const std::string& path) {
     QsCab cab = fromBytes(bytes);
     if (!cab) {
         std::string aside = path + ".corrupt";
-        g_rename(path.c_str(), aside.c_str());
+        ::rename(path.c_str(), aside.c_str());
     }
     return cab;
 }

@@ -56,7 +56,7 @@ public:
     size_t liveCount() const { return m_live.size(); }
 
 protected:
-    /// The cabinet's byte form: a GVariant of type (sta{ayv}).
+    /// The cabinet's byte form: a GVariant of type (sta(ayv)).
     std::string toBytes(QsCab cab);
     /// A new cabinet from its byte form; null when the bytes are no cabinet.
     QsCab fromBytes(const std::string& bytes);

@@ -7,8 +7,8 @@
 namespace {
 
 constexpr const char* kMagic = "vellum-cabinet-1";
-constexpr const char* kFileType = "(sta{ayv})";
-constexpr const char* kDictType = "a{ayv}";
+constexpr const char* kFileType = "(sta(ayv))";
+constexpr const char* kDictType = "a(ayv)";
 
 uint64_t fnv1a(const void* data, size_t size) {
     uint64_t hash = 14695981039346656037ull;
@@ -67,9 +67,8 @@ GVariant* dictOf(const _t_QsCabinet& cab, ICore& core) {
     GVariantBuilder builder;
     g_variant_builder_init(&builder, G_VARIANT_TYPE(kDictType));
     for (const auto& [key, value] : cab.entries) {
-        g_variant_builder_add_value(
-            &builder,
-            g_variant_new_dict_entry(byteArray(key), g_variant_new_variant(valueOf(value, core))));
+        GVariant* pair[] = {byteArray(key), g_variant_new_variant(valueOf(value, core))};
+        g_variant_builder_add_value(&builder, g_variant_new_tuple(pair, 2));
     }
     return g_variant_builder_end(&builder);
 }
@@ -188,8 +187,6 @@ std::unique_ptr<_t_QsCabinet> CabinetFromBytes(const std::string& bytes, ICore& 
     GBytes* data = g_bytes_new(bytes.data(), bytes.size());
     Ref file(g_variant_ref_sink(g_variant_new_from_bytes(G_VARIANT_TYPE(kFileType), data, FALSE)));
     g_bytes_unref(data);
-    if (!g_variant_is_normal_form(file.v))
-        return nullptr;
     Ref magic(g_variant_get_child_value(file.v, 0));
     Ref sum(g_variant_get_child_value(file.v, 1));
     Ref dict(g_variant_get_child_value(file.v, 2));

@@ -1,9 +1,11 @@
-// The byte form of a cabinet: one GVariant of type (sta{ayv}).
+// The byte form of a cabinet: one GVariant of type (sta(ayv)).
 //
 // The text is "vellum-cabinet-1", the number a 64-bit FNV-1a sum over the dictionary's own bytes,
-// and the dictionary maps each key, as bytes, to its value in insertion order. A value's GVariant
-// type tells its kind: b boolean, i integer, d double, u unsigned 32-bit, ay string bytes, aq text
-// (UTF-16 units), a{ayv} a nested cabinet, () null, and (say) the kinds named by its text:
+// and the dictionary is the list of (key, value) pairs in insertion order: a{sv} in all but the
+// key's type, since a cabinet's keys are bytes that need not be UTF-8 and a GVariant dictionary
+// key cannot be a byte array. A value's GVariant type tells its kind: b boolean, i integer,
+// d double, u unsigned 32-bit, ay string bytes, aq text (UTF-16 units), a(ayv) a nested cabinet,
+// () null, and (say) the kinds named by its text:
 // ("atom", the atom's text), ("binary", the bytes), ("pointer", the type; the address is not
 // kept).
 #pragma once

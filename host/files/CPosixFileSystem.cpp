@@ -3,7 +3,6 @@
 #include "host/files/DIPath.h"
 
 #include <glib.h>
-#include <glib/gstdio.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -59,14 +58,21 @@ private:
     bool m_write;
 };
 
+// Paths are absolute: a relative one would depend on the working folder of the process.
+bool isAbsolute(const std::string& path) {
+    return !path.empty() && path[0] == '/';
+}
+
 bool statIs(const std::string& path, mode_t type) {
+    if (!isAbsolute(path))
+        return false;
     struct stat info;
     return ::stat(DIPathWithoutSlash(path).c_str(), &info) == 0 && (info.st_mode & S_IFMT) == type;
 }
 
 // Opens a regular file only; O_NONBLOCK keeps a FIFO or device from holding the open up.
 int openRegular(const std::string& path, int mode) {
-    if (path.empty() || path.back() == '/')
+    if (!isAbsolute(path) || path.back() == '/')
         return -1;
     int fd = ::open(path.c_str(), mode | O_CLOEXEC | O_NONBLOCK, 0666);
     if (fd < 0)
@@ -111,7 +117,7 @@ std::optional<std::string> CPosixFileSystem::pathFromText(const char* form, cons
 }
 
 bool CPosixFileSystem::createFolder(const std::string& path) {
-    if (path.empty() || path[0] != '/')
+    if (!isAbsolute(path))
         return false;
     return g_mkdir_with_parents(DIPathWithoutSlash(path).c_str(), 0700) == 0 && isFolder(path);
 }
@@ -150,12 +156,12 @@ QsStm CPosixFileSystem::openAt(const std::string& path, int64_t offset) {
 }
 
 bool CPosixFileSystem::remove(const std::string& path) {
-    return !path.empty() && g_remove(DIPathWithoutSlash(path).c_str()) == 0;
+    return isAbsolute(path) && ::remove(DIPathWithoutSlash(path).c_str()) == 0;
 }
 
 bool CPosixFileSystem::rename(const std::string& from, const std::string& to) {
-    return !from.empty() && !to.empty() &&
-           g_rename(DIPathWithoutSlash(from).c_str(), DIPathWithoutSlash(to).c_str()) == 0;
+    return isAbsolute(from) && isAbsolute(to) &&
+           ::rename(DIPathWithoutSlash(from).c_str(), DIPathWithoutSlash(to).c_str()) == 0;
 }
 
 std::optional<std::string> CPosixFileSystem::newTempFilePath() {

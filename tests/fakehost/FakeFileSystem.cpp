@@ -162,7 +162,7 @@ bool FakeFileSystem::rename(const std::string& from, const std::string& to) {
     std::string target = DIPathWithoutSlash(to);
     Node* node = find(source);
     Node* existing = find(target);
-    if (!node || source == "/" || !parentIsFolder(target) ||
+    if (!node || source == "/" || target.empty() || target[0] != '/' || !parentIsFolder(target) ||
         (existing && (existing->folder || node->folder)))
         return false;
     if (source == target)
