@@ -21,15 +21,22 @@ HFT gVellViewPollenHFT = nullptr;
 INetwork* gNetSpanHFT = nullptr;
 IEncodings* gBaseKitHFT = nullptr;
 uint32_t gBaseKitVersion = 0;
+IEncodings* gVellScriptInterfaceHFT = nullptr;
 IUserInterface* gVellViewUserInterfaceHFT = nullptr;
 HFT gLinkWeaverHFT = nullptr;
 HFT gFormFlowHFT = nullptr;
 HFT gVellCrawlerHFT = nullptr;
 IScriptEngine* gESHFT = nullptr;
 
-IIdle* HostIdle() { return gVellViewHFT ? gVellViewHFT->idle() : nullptr; }
-IFileSystem* HostFiles() { return gVellSupportHFT ? gVellSupportHFT->files() : nullptr; }
-ICabinets* HostCabinets() { return gVellSupportHFT ? gVellSupportHFT->cabinets() : nullptr; }
+IIdle* HostIdle() {
+    return gVellViewHFT ? gVellViewHFT->idle() : nullptr;
+}
+IFileSystem* HostFiles() {
+    return gVellSupportHFT ? gVellSupportHFT->files() : nullptr;
+}
+ICabinets* HostCabinets() {
+    return gVellSupportHFT ? gVellSupportHFT->cabinets() : nullptr;
+}
 IPreferences* HostPreferences() {
     return gVellSupportHFT ? gVellSupportHFT->preferences() : nullptr;
 }

@@ -42,6 +42,10 @@ FakeHost::FakeHost() {
     gQsExtraHFT = &m_extra;
     m_support.setFiles(&m_files);
     m_support.setCabinets(&m_cabinets);
+    gBaseKitHFT = &m_encodings;
+    gBaseKitVersion = 0x70000;
+    // The converter answers the best encoding of a text as this table too, imported on use.
+    m_core.registerTable("VellScriptInterface", 0x70000, &m_encodings);
 }
 
 FakeHost::~FakeHost() {
@@ -51,6 +55,9 @@ FakeHost::~FakeHost() {
     gVellSupportVersion = 0;
     gVellViewHFT = nullptr;
     gQsExtraHFT = nullptr;
+    gBaseKitHFT = nullptr;
+    gBaseKitVersion = 0;
+    gVellScriptInterfaceHFT = nullptr;
 }
 
 void FakeHost::registerTables() {
@@ -59,4 +66,5 @@ void FakeHost::registerTables() {
     m_core.registerTable("VellSupport", 0x50000, &m_support);
     m_core.registerTable("VellView", 0x60000, &m_view);
     m_core.registerTable("QsExtra", 0x50000, &m_extra);
+    m_core.registerTable("BaseKit", 0x70000, &m_encodings);
 }

@@ -8,6 +8,7 @@
 #include "frame/host/IVellSupport.h"
 #include "frame/host/IVellView.h"
 #include "host/core/CHostCore.h"
+#include "host/encodings/CIconvEncodings.h"
 #include "tests/fakehost/FakeCabinets.h"
 #include "tests/fakehost/FakeFileSystem.h"
 #include "tests/fakehost/FakeIdle.h"
@@ -89,6 +90,7 @@ public:
     FakeQsExtra& extra() { return m_extra; }
     FakeFileSystem& files() { return m_files; }
     FakeCabinets& cabinets() { return m_cabinets; }
+    CIconvEncodings& encodings() { return m_encodings; }
 
     /// Offers every table under its name and version in the core's registry, as the reference
     /// host does: for tests that run the handshake themselves.
@@ -101,4 +103,5 @@ private:
     FakeQsExtra m_extra;
     FakeFileSystem m_files;
     FakeCabinets m_cabinets{m_core, m_files};
+    CIconvEncodings m_encodings;
 };
