@@ -40,6 +40,8 @@ FakeHost::FakeHost() {
     gVellSupportVersion = 0x60000;
     gVellViewHFT = &m_view;
     gQsExtraHFT = &m_extra;
+    gLobHFT = &m_documents;
+    gDkModelHFT = &m_documents;
 }
 
 FakeHost::~FakeHost() {
@@ -49,6 +51,8 @@ FakeHost::~FakeHost() {
     gVellSupportVersion = 0;
     gVellViewHFT = nullptr;
     gQsExtraHFT = nullptr;
+    gLobHFT = nullptr;
+    gDkModelHFT = nullptr;
 }
 
 void FakeHost::registerTables() {
@@ -57,4 +61,6 @@ void FakeHost::registerTables() {
     m_core.registerTable("VellSupport", 0x50000, &m_support);
     m_core.registerTable("VellView", 0x60000, &m_view);
     m_core.registerTable("QsExtra", 0x50000, &m_extra);
+    m_core.registerTable("Lob", 0x50000, &m_documents);
+    m_core.registerTable("DkModel", 0x50000, &m_documents);
 }

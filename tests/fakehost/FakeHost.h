@@ -8,6 +8,7 @@
 #include "frame/host/IVellSupport.h"
 #include "frame/host/IVellView.h"
 #include "host/core/CHostCore.h"
+#include "tests/fakehost/FakeDocumentModel.h"
 #include "tests/fakehost/FakeIdle.h"
 
 #include <map>
@@ -85,6 +86,8 @@ public:
     FakeVellSupport& support() { return m_support; }
     FakeVellView& view() { return m_view; }
     FakeQsExtra& extra() { return m_extra; }
+    /// The document model behind "Lob" and "DkModel".
+    FakeDocumentModel& documents() { return m_documents; }
 
     /// Offers every table under its name and version in the core's registry, as the reference
     /// host does: for tests that run the handshake themselves.
@@ -95,4 +98,5 @@ private:
     FakeVellSupport m_support;
     FakeVellView m_view;
     FakeQsExtra m_extra;
+    FakeDocumentModel m_documents;
 };
