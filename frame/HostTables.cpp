@@ -21,6 +21,7 @@ HFT gVellViewPollenHFT = nullptr;
 INetwork* gNetSpanHFT = nullptr;
 IEncodings* gBaseKitHFT = nullptr;
 uint32_t gBaseKitVersion = 0;
+IEncodings* gVellScriptInterfaceHFT = nullptr;
 IUserInterface* gVellViewUserInterfaceHFT = nullptr;
 HFT gLinkWeaverHFT = nullptr;
 HFT gFormFlowHFT = nullptr;

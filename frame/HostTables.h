@@ -40,6 +40,8 @@ extern HFT gVellViewPollenHFT;
 extern INetwork* gNetSpanHFT;
 extern IEncodings* gBaseKitHFT;
 extern uint32_t gBaseKitVersion;
+/// The converter again, as the "VellScriptInterface" table: imported on first use.
+extern IEncodings* gVellScriptInterfaceHFT;
 extern IUserInterface* gVellViewUserInterfaceHFT;
 extern HFT gLinkWeaverHFT;
 extern HFT gFormFlowHFT;

@@ -1,6 +1,7 @@
 #include "frame/miString.h"
 
 #include <cctype>
+#include <climits>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -31,15 +32,20 @@ bool isSpaceUnit(unsigned unit) {
            unit == 0x0D;
 }
 
+// Lowers a unit whose high byte is 0: ASCII and the Latin-1 capitals (but not U+00D7).
+unsigned lowerLatin1(unsigned unit) {
+    if ((unit >= 'A' && unit <= 'Z') || (unit >= 0xC0 && unit <= 0xDE && unit != 0xD7))
+        return unit + 0x20;
+    return unit;
+}
+
 int compareUnits(const char* a, const char* b, bool foldCase) {
     for (long i = 2;; i += 2) {
         unsigned ua = unitAt(a, i);
         unsigned ub = unitAt(b, i);
         if (foldCase) {
-            if (ua < 0x100)
-                ua = static_cast<unsigned>(std::tolower(static_cast<int>(ua)));
-            if (ub < 0x100)
-                ub = static_cast<unsigned>(std::tolower(static_cast<int>(ub)));
+            ua = lowerLatin1(ua);
+            ub = lowerLatin1(ub);
         }
         if (ua != ub)
             return ua < ub ? -1 : 1;
@@ -78,6 +84,8 @@ int miStricmp(const char* a, const char* b) {
 }
 
 void miUCSStrip(char* text) {
+    if (!hasMark(text))
+        return;
     long length = miStrlen(text);
     long first = 2;
     while (first < length && isSpaceUnit(unitAt(text, first)))
@@ -91,6 +99,8 @@ void miUCSStrip(char* text) {
 }
 
 void miUCSStripAll(char* text) {
+    if (!hasMark(text))
+        return;
     long length = miStrlen(text);
     long out = 2;
     for (long i = 2; i < length; i += 2) {
@@ -132,18 +142,34 @@ void miStripAll(char* text) {
     *out = 0;
 }
 
-int miAtoi(const char* text) { return text ? std::atoi(text) : 0; }
+int miAtoi(const char* text) {
+    long value = miAtol(text);
+    if (value > INT_MAX)
+        return INT_MAX;
+    if (value < INT_MIN)
+        return INT_MIN;
+    return static_cast<int>(value);
+}
 
-long miAtol(const char* text) { return text ? std::atol(text) : 0; }
+long miAtol(const char* text) {
+    return text ? std::strtol(text, nullptr, 10) : 0;
+}
 
-double mdAtof(const char* text) { return text ? strtod_l(text, nullptr, cLocale()) : 0.0; }
+double mdAtof(const char* text) {
+    return text ? strtod_l(text, nullptr, cLocale()) : 0.0;
+}
 
 int miSnprintf(char* buffer, size_t size, const char* format, ...) {
     va_list args;
     va_start(args, format);
+    int written = miVsnprintf(buffer, size, format, args);
+    va_end(args);
+    return written;
+}
+
+int miVsnprintf(char* buffer, size_t size, const char* format, va_list args) {
     locale_t previous = uselocale(cLocale());
     int written = std::vsnprintf(buffer, size, format, args);
     uselocale(previous);
-    va_end(args);
     return written;
 }

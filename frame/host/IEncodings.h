@@ -2,6 +2,8 @@
 //
 // Encodings are named as the viewer names them ("PDFDocEncoding", "Shift-JIS",
 // "roman_encoding", "cyrillic_encoding", ...). Units are UTF-16 in host order, without mark.
+// The same object also serves the "VellScriptInterface" table, which answers the best encoding
+// for a run of units.
 #pragma once
 
 #include "frame/host/IHostTable.h"
@@ -15,11 +17,12 @@ public:
     virtual const char* hostEncodingName() = 0;
     /// Whether the converter knows the named encoding.
     virtual bool knowsEncoding(const char* name) = 0;
-    /// Bytes of the named encoding to units. False when the encoding is unknown.
+    /// Bytes of the named encoding to units, replacing out. A byte sequence with no meaning in
+    /// the encoding reads as U+FFFD. False when the encoding is unknown.
     virtual bool toUnicode(const char* name, const char* bytes, size_t length,
                            std::u16string& out) = 0;
-    /// Units to bytes of the named encoding. False when the encoding is unknown or a unit has no
-    /// mapping in it.
+    /// Units to bytes of the named encoding, replacing out. False when the encoding is unknown or
+    /// a unit (a lone surrogate included) has no mapping in it.
     virtual bool fromUnicode(const char* name, const char16_t* units, size_t count,
                              std::string& out) = 0;
     /// Whether every one of the units has a mapping in the named encoding.

@@ -42,6 +42,10 @@ FakeHost::FakeHost() {
     gQsExtraHFT = &m_extra;
     gLobHFT = &m_documents;
     gDkModelHFT = &m_documents;
+    gBaseKitHFT = &m_encodings;
+    gBaseKitVersion = 0x70000;
+    // The converter answers the best encoding of a text as this table too, imported on use.
+    m_core.registerTable("VellScriptInterface", 0x70000, &m_encodings);
 }
 
 FakeHost::~FakeHost() {
@@ -53,6 +57,9 @@ FakeHost::~FakeHost() {
     gQsExtraHFT = nullptr;
     gLobHFT = nullptr;
     gDkModelHFT = nullptr;
+    gBaseKitHFT = nullptr;
+    gBaseKitVersion = 0;
+    gVellScriptInterfaceHFT = nullptr;
 }
 
 void FakeHost::registerTables() {
@@ -63,4 +70,5 @@ void FakeHost::registerTables() {
     m_core.registerTable("QsExtra", 0x50000, &m_extra);
     m_core.registerTable("Lob", 0x50000, &m_documents);
     m_core.registerTable("DkModel", 0x50000, &m_documents);
+    m_core.registerTable("BaseKit", 0x70000, &m_encodings);
 }

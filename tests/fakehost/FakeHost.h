@@ -8,6 +8,7 @@
 #include "frame/host/IVellSupport.h"
 #include "frame/host/IVellView.h"
 #include "host/core/CHostCore.h"
+#include "host/encodings/CIconvEncodings.h"
 #include "tests/fakehost/FakeDocumentModel.h"
 #include "tests/fakehost/FakeIdle.h"
 
@@ -88,6 +89,7 @@ public:
     FakeQsExtra& extra() { return m_extra; }
     /// The document model behind "Lob" and "DkModel".
     FakeDocumentModel& documents() { return m_documents; }
+    CIconvEncodings& encodings() { return m_encodings; }
 
     /// Offers every table under its name and version in the core's registry, as the reference
     /// host does: for tests that run the handshake themselves.
@@ -99,4 +101,5 @@ private:
     FakeVellView m_view;
     FakeQsExtra m_extra;
     FakeDocumentModel m_documents;
+    CIconvEncodings m_encodings;
 };
