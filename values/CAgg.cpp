@@ -89,14 +89,18 @@ CAgg::CDkActionClipboardData::~CDkActionClipboardData() {
     guard.run([&] { gDkModelHFT->actionClipboardDataDestroy(m_data); });
 }
 
-CAgg::CAgg(const CAgg& other) : CAgg() { *this = other; }
+CAgg::CAgg(const CAgg& other) : CAgg() {
+    *this = other;
+}
 
 CAgg::CAgg(const CAgg* other) : CAgg() {
     if (other)
         *this = *other;
 }
 
-CAgg::CAgg(CAgg&& other) noexcept : CAgg() { swapWith(other); }
+CAgg::CAgg(CAgg&& other) noexcept : CAgg() {
+    swapWith(other);
+}
 
 CAgg::CAgg(LobObj object) : CAgg() {
     m_payload.lobObj = object;
@@ -133,7 +137,7 @@ CAgg::CAgg(DkDoc doc) : CAgg() {
 }
 
 CAgg::CAgg(QsStm stream, unsigned short ownsStream) : CAgg() {
-    m_payload.stream = new CQsStmHolder{ownsStream, stream};
+    m_payload.stream = new CQsStmHolder{ownsStream, stream, std::make_shared<bool>(false)};
     m_type = eQsStm;
 }
 
@@ -174,16 +178,16 @@ CAgg::CAgg(double value) : CAgg() {
     m_type = eDouble;
 }
 
-#define VELL_CAGG_RECORD_CONSTRUCTORS(Record, member, tag)                                        \
-    CAgg::CAgg(const Record& value) : CAgg() {                                                  \
-        m_payload.member = value;                                                               \
-        m_type = tag;                                                                           \
-    }                                                                                           \
-    CAgg::CAgg(const Record* value) : CAgg() {                                                  \
-        if (value) {                                                                            \
-            m_payload.member = *value;                                                          \
-            m_type = tag;                                                                       \
-        }                                                                                       \
+#define VELL_CAGG_RECORD_CONSTRUCTORS(Record, member, tag)                                         \
+    CAgg::CAgg(const Record& value) : CAgg() {                                                     \
+        m_payload.member = value;                                                                  \
+        m_type = tag;                                                                              \
+    }                                                                                              \
+    CAgg::CAgg(const Record* value) : CAgg() {                                                     \
+        if (value) {                                                                               \
+            m_payload.member = *value;                                                             \
+            m_type = tag;                                                                          \
+        }                                                                                          \
     }
 
 VELL_CAGG_RECORD_CONSTRUCTORS(DkColorValueRec, colour, eDkColorValueRec)
@@ -200,7 +204,9 @@ CAgg::CAgg(void* icon) : CAgg() {
     m_type = eVxIcon;
 }
 
-CAgg::~CAgg() { setVoid(); }
+CAgg::~CAgg() {
+    setVoid();
+}
 
 CAgg& CAgg::operator=(const CAgg& other) {
     if (this == &other)
@@ -328,8 +334,10 @@ void CAgg::freePayload() noexcept {
         break;
     }
     case eQsStm:
-        if (m_payload.stream->m_ownsStream && m_payload.stream->m_stream)
+        if (m_payload.stream->m_ownsStream && m_payload.stream->liveStream()) {
             QsStmClose(m_payload.stream->m_stream);
+            *m_payload.stream->m_closed = true;
+        }
         delete m_payload.stream;
         break;
     case eDkActionClipboardData:
@@ -443,7 +451,9 @@ CAgg& CAgg::entry(const _EStrRec* key) {
     return map.emplace_hint(found, CEStr(key), CAgg())->second;
 }
 
-CAgg& CAgg::atomEntry(QsAtom atom) { return (*m_payload.atomMap)[atom]; }
+CAgg& CAgg::atomEntry(QsAtom atom) {
+    return (*m_payload.atomMap)[atom];
+}
 
 CAgg& CAgg::operator[](unsigned short atom) {
     if (m_type == eMap) {
@@ -454,7 +464,9 @@ CAgg& CAgg::operator[](unsigned short atom) {
     return atomEntry(atom);
 }
 
-CAgg& CAgg::operator[](const CEStr& key) { return (*this)[key.get()]; }
+CAgg& CAgg::operator[](const CEStr& key) {
+    return (*this)[key.get()];
+}
 
 CAgg& CAgg::operator[](const _EStrRec* key) {
     if (m_type == eQsAtomMap)
@@ -516,7 +528,9 @@ void CAgg::remove(unsigned short atom) {
     toQsAtomMap().erase(atom);
 }
 
-void CAgg::remove(const CEStr& key) { remove(key.get()); }
+void CAgg::remove(const CEStr& key) {
+    remove(key.get());
+}
 
 void CAgg::remove(const _EStrRec* key) {
     CAggMap& map = toMap();
@@ -550,10 +564,10 @@ void CAgg::makeIndependent() {
     }
 }
 
-#define VELL_CAGG_ACCESSOR(Type, name, tag, member)                                              \
-    Type& CAgg::name() {                                                                        \
-        convert(tag);                                                                           \
-        return m_payload.member;                                                                \
+#define VELL_CAGG_ACCESSOR(Type, name, tag, member)                                                \
+    Type& CAgg::name() {                                                                           \
+        convert(tag);                                                                              \
+        return m_payload.member;                                                                   \
     }
 
 VELL_CAGG_ACCESSOR(LobDoc, toLobDoc, eLobDoc, lobDoc)
@@ -597,13 +611,13 @@ CAgg::CAggVector& CAgg::toVector() {
 
 QsStm CAgg::toQsStm() {
     convert(eQsStm);
-    return m_payload.stream->m_stream;
+    return m_payload.stream->liveStream();
 }
 
 QsStm CAgg::toQsStm(unsigned short own) {
     convert(eQsStm);
     m_payload.stream->m_ownsStream = own;
-    return m_payload.stream->m_stream;
+    return m_payload.stream->liveStream();
 }
 
 DkActionClipboardData CAgg::toDkActionClipboardData(unsigned short addRef) {

@@ -25,6 +25,7 @@
 #include <cstdint>
 #include <initializer_list>
 #include <map>
+#include <memory>
 #include <vector>
 
 /// The viewer's 32-bit integer.
@@ -102,10 +103,15 @@ public:
         DkActionClipboardData m_data;
     };
 
-    /// The holder behind eQsStm. Copies share the stream.
+    /// The holder behind eQsStm. Copies share the stream: with the owner flag set, each copy is
+    /// an owner, and whichever goes first closes it under the others. The copies also share a
+    /// flag that tells them so, so that none reads or closes a stream that is gone.
     struct CQsStmHolder {
         uint16_t m_ownsStream;
         QsStm m_stream;
+        std::shared_ptr<bool> m_closed;
+        /// The stream, or null once a copy has closed it.
+        QsStm liveStream() const { return m_closed && *m_closed ? nullptr : m_stream; }
     };
 
     using CAggMap = std::map<CEStr, CAgg, CEStrLessNumbersFirst>;
@@ -258,7 +264,7 @@ public:
     CAggMap* toMapPtr() { return &toMap(); }
     CAggQsAtomMap* toQsAtomMapPtr() { return &toQsAtomMap(); }
     CAggVector* toVectorPtr() { return &toVector(); }
-    /// The stream handle.
+    /// The stream handle; null once a copy of the value has closed it.
     QsStm toQsStm();
     /// The stream handle, writing own over the ownership flag.
     QsStm toQsStm(unsigned short own);
@@ -279,9 +285,7 @@ public:
     }
     /// Converts to an atom map, then each value to the listed types.
     CAggQsAtomMap& toQsAtomMapOf(const std::vector<CAggType>& types);
-    CAggQsAtomMap& toQsAtomMapOf(CAggType t) {
-        return toQsAtomMapOf(std::vector<CAggType>{t});
-    }
+    CAggQsAtomMap& toQsAtomMapOf(CAggType t) { return toQsAtomMapOf(std::vector<CAggType>{t}); }
     template <class... More> CAggQsAtomMap& toQsAtomMapOf(CAggType t, CAggType u, More... more) {
         return toQsAtomMapOf(typeList({t, u, static_cast<int>(more)...}));
     }

@@ -6,7 +6,9 @@
 
 namespace {
 
-bool isMapKind(CAgg::CAggType type) { return type == CAgg::eMap || type == CAgg::eQsAtomMap; }
+bool isMapKind(CAgg::CAggType type) {
+    return type == CAgg::eMap || type == CAgg::eQsAtomMap;
+}
 
 } // namespace
 

@@ -26,7 +26,9 @@ using Mask = bool[CAgg::kTypeCount];
 // Streams are read out in pieces of at most this many bytes.
 constexpr long kStreamPiece = 4094;
 
-bool inRange(int type) { return type >= 0 && type < CAgg::kTypeCount; }
+bool inRange(int type) {
+    return type >= 0 && type < CAgg::kTypeCount;
+}
 
 EStr textOfInt(QsInt32 value) {
     char buffer[64];
@@ -249,7 +251,7 @@ void CAgg::makeEmpty(CAggType t) {
         m_payload.dkDoc = nullptr;
         break;
     case eQsStm:
-        m_payload.stream = new CQsStmHolder{0, nullptr};
+        m_payload.stream = new CQsStmHolder{0, nullptr, nullptr};
         break;
     case eCQsText:
         m_payload.text = new CQsText();
@@ -310,11 +312,30 @@ void CAgg::makeEmpty(CAggType t) {
 
 void CAgg::convertvoid(bool (&mask)[kTypeCount]) {
     static constexpr CAggType kOrder[] = {
-        eLobObj,    eCLobObjShadow, eLobDoc,       eDkAnnot,    eDkPage,
-        eDkDoc,     eQsStm,         eCQsText,      eEStr,       eQsInt32,
-        eQsAtom,    eQsBool,        eDouble,       eDkColorValueRec, eQsTimeRec,
-        eFixedPoint, eFixedRect,    eFixedQuad,    eFixedMatrix, eQsAtomMap,
-        eMap,       eVector,        eDkActionClipboardData, eVxIcon,
+        eLobObj,
+        eCLobObjShadow,
+        eLobDoc,
+        eDkAnnot,
+        eDkPage,
+        eDkDoc,
+        eQsStm,
+        eCQsText,
+        eEStr,
+        eQsInt32,
+        eQsAtom,
+        eQsBool,
+        eDouble,
+        eDkColorValueRec,
+        eQsTimeRec,
+        eFixedPoint,
+        eFixedRect,
+        eFixedQuad,
+        eFixedMatrix,
+        eQsAtomMap,
+        eMap,
+        eVector,
+        eDkActionClipboardData,
+        eVxIcon,
     };
     setVoid();
     for (CAggType t : kOrder) {
@@ -537,7 +558,8 @@ void CAgg::colourFromVector() {
         if (space.m_type == eQsInt32) {
             // Any number over 2 is the colourless space.
             QsInt32 number = space.m_payload.int32;
-            colour.space = number > 2 ? kDkColorSpaceNone : static_cast<uint8_t>(std::max(number, 0));
+            colour.space =
+                static_cast<uint8_t>(number > 2 ? kDkColorSpaceNone : std::max(number, 0));
         } else {
             EStrSetEncoding(space.m_payload.estr, kEStrHost);
             const char* name = EStrGetBytes(space.m_payload.estr);
@@ -685,7 +707,7 @@ void CAgg::convertFixedMatrix(bool (&mask)[kTypeCount]) {
 }
 
 void CAgg::convertQsStm(bool (&mask)[kTypeCount]) {
-    QsStm stream = m_payload.stream->m_stream;
+    QsStm stream = m_payload.stream->liveStream();
     std::string bytes;
     int32_t encoding = kEStrPDFDoc;
     char piece[kStreamPiece];
@@ -707,7 +729,9 @@ void CAgg::convertQsStm(bool (&mask)[kTypeCount]) {
         convertEStr(mask);
 }
 
-void CAgg::convertDkActionClipboardData(bool (&mask)[kTypeCount]) { convertvoid(mask); }
+void CAgg::convertDkActionClipboardData(bool (&mask)[kTypeCount]) {
+    convertvoid(mask);
+}
 
 void CAgg::convertVxIcon(bool (&mask)[kTypeCount]) {
     if (!mask[eQsBool])

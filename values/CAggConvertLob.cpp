@@ -16,6 +16,7 @@
 
 #include <memory>
 #include <string>
+#include <strings.h>
 
 namespace {
 
@@ -30,7 +31,9 @@ template <class T, class Fn> T guarded(T fallback, Fn fn) {
     return result;
 }
 
-LobObj nullObject() { return gLobHFT ? gLobHFT->objNull() : LobObj{}; }
+LobObj nullObject() {
+    return gLobHFT ? gLobHFT->objNull() : LobObj{};
+}
 
 /// What an object holds, read under a guard: a failing read is the null object.
 struct LobReading {
@@ -168,8 +171,7 @@ void CAgg::lobFromCollection(bool (&mask)[kTypeCount]) {
                 gLobHFT->dictPut(result, name.c_str(), item);
             }
         } else if (m_type == eQsAtomMap) {
-            result =
-                gLobHFT->objNewDict(doc, false, static_cast<long>(m_payload.atomMap->size()));
+            result = gLobHFT->objNewDict(doc, false, static_cast<long>(m_payload.atomMap->size()));
             for (auto& [atom, value] : *m_payload.atomMap) {
                 LobObj item = value.toLobObj(doc);
                 gLobHFT->dictPut(result, QsAtomGetString(atom), item);
@@ -220,10 +222,9 @@ void CAgg::lobToText() {
 
 void CAgg::lobToCollection(CAggType target) {
     LobObj object = m_payload.lobObj;
-    LobObjType type = gLobHFT ? guarded(LobObjType::Null, [&] {
-        return gLobHFT->objGetType(object);
-    })
-                              : LobObjType::Null;
+    LobObjType type = gLobHFT
+                          ? guarded(LobObjType::Null, [&] { return gLobHFT->objGetType(object); })
+                          : LobObjType::Null;
     // One level: the elements stay objects. A failing read keeps what was read before it.
     if (type == LobObjType::Array) {
         auto elements = std::make_unique<CAggVector>();
@@ -305,8 +306,7 @@ void CAgg::convertLobObj(bool (&mask)[kTypeCount]) {
             break;
         }
         if (mask[eQsInt32]) {
-            bool isText =
-                reading.type == LobObjType::String || reading.type == LobObjType::Name;
+            bool isText = reading.type == LobObjType::String || reading.type == LobObjType::Name;
             m_payload.int32 = isText ? miAtoi(reading.text.c_str()) : CAggTruncateToInt32(number);
             m_type = eQsInt32;
         } else if (mask[eQsBool]) {
@@ -485,7 +485,9 @@ LobObj& CAgg::toLobObj(LobDoc doc) {
     return m_payload.lobObj;
 }
 
-CLobObjShadow& CAgg::toCLobObjShadow(LobDoc doc) { return *toCLobObjShadowPtr(doc); }
+CLobObjShadow& CAgg::toCLobObjShadow(LobDoc doc) {
+    return *toCLobObjShadowPtr(doc);
+}
 
 CLobObjShadow* CAgg::toCLobObjShadowPtr(LobDoc doc) {
     m_lobDoc = doc;

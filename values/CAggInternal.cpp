@@ -38,7 +38,9 @@ CAggTextKey::CAggTextKey(const char* text)
     : m_borrowed(hasMark(text) ? "" : text, kEStrPDFDoc),
       m_made(hasMark(text) ? CEStr(text, kEStrAuto) : CEStr()) {}
 
-QsAtom CAggAtomOf(const char* text) { return gCoreHFT ? QsAtomFromString(text) : kQsNullAtom; }
+QsAtom CAggAtomOf(const char* text) {
+    return gCoreHFT ? QsAtomFromString(text) : kQsNullAtom;
+}
 
 QsAtom CAggAtomOfKey(const _EStrRec* key) {
     if (!key)

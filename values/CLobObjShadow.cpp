@@ -12,7 +12,9 @@ namespace {
 // The temporary store is looked at once a second.
 constexpr int32_t kTempDocIdlePeriod = 60;
 
-LobObj nullObject() { return gLobHFT ? gLobHFT->objNull() : LobObj{}; }
+LobObj nullObject() {
+    return gLobHFT ? gLobHFT->objNull() : LobObj{};
+}
 
 bool isIndirect(LobObj object) {
     bool indirect = false;
@@ -68,8 +70,7 @@ CLobObjShadowDataFactory::CLobObjShadowDataFactory() {
 
 CLobObjShadowDataFactory::~CLobObjShadowDataFactory() {
     if (m_notificationsRegistered && gDkModelHFT) {
-        gDkModelHFT->unregisterDocNotification(DkDocNotification::WillClose, willChangeProc,
-                                               this);
+        gDkModelHFT->unregisterDocNotification(DkDocNotification::WillClose, willChangeProc, this);
         gDkModelHFT->unregisterDocNotification(DkDocNotification::WillSave, willChangeProc, this);
     }
     if (IIdle* idle = HostIdle(); m_idleRegistered && idle)
@@ -147,8 +148,7 @@ void CLobObjShadowDataFactory::doDkDocWillChange(DkDoc doc) {
     if (lookup.run([&] { changing = gDkModelHFT->dkDocGetLobDoc(doc); }) != 0 || !changing)
         return;
     // Copy the entries first: the walk moves them to new keys.
-    std::vector<std::pair<LobObj, CLobObjShadowData*>> entries(m_objects.begin(),
-                                                               m_objects.end());
+    std::vector<std::pair<LobObj, CLobObjShadowData*>> entries(m_objects.begin(), m_objects.end());
     for (auto& [object, data] : entries) {
         if (!data || !isIndirect(object) || lobDocOf(object) != changing)
             continue;
@@ -192,9 +192,13 @@ CLobObjShadow::CLobObjShadow(LobObj object) {
     reset(CLobObjShadowDataFactory::get().fromLobObj(object));
 }
 
-CLobObjShadow::CLobObjShadow(const CLobObjShadow& other) { reset(other.m_data); }
+CLobObjShadow::CLobObjShadow(const CLobObjShadow& other) {
+    reset(other.m_data);
+}
 
-CLobObjShadow::~CLobObjShadow() { reset(nullptr); }
+CLobObjShadow::~CLobObjShadow() {
+    reset(nullptr);
+}
 
 CLobObjShadow& CLobObjShadow::operator=(LobObj object) {
     reset(CLobObjShadowDataFactory::get().fromLobObj(object));
@@ -217,9 +221,13 @@ void CLobObjShadow::reset(CLobObjShadowData* data) {
         old->release();
 }
 
-LobObj CLobObjShadow::getLobObj() const { return m_data ? m_data->getLobObj() : nullObject(); }
+LobObj CLobObjShadow::getLobObj() const {
+    return m_data ? m_data->getLobObj() : nullObject();
+}
 
-LobDoc CLobObjShadow::acquireTempLobDoc() { return CLobObjShadowDataFactory::get().acquireLobDoc(); }
+LobDoc CLobObjShadow::acquireTempLobDoc() {
+    return CLobObjShadowDataFactory::get().acquireLobDoc();
+}
 
 void CLobObjShadow::releaseTempLobDoc() {
     // The idle check closes the store once nobody holds it.
