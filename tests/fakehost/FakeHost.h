@@ -10,6 +10,7 @@
 #include "host/core/CHostCore.h"
 #include "host/encodings/CIconvEncodings.h"
 #include "tests/fakehost/FakeCabinets.h"
+#include "tests/fakehost/FakeDocumentModel.h"
 #include "tests/fakehost/FakeFileSystem.h"
 #include "tests/fakehost/FakeIdle.h"
 
@@ -90,6 +91,8 @@ public:
     FakeQsExtra& extra() { return m_extra; }
     FakeFileSystem& files() { return m_files; }
     FakeCabinets& cabinets() { return m_cabinets; }
+    /// The document model behind "Lob" and "DkModel".
+    FakeDocumentModel& documents() { return m_documents; }
     CIconvEncodings& encodings() { return m_encodings; }
 
     /// Offers every table under its name and version in the core's registry, as the reference
@@ -103,5 +106,6 @@ private:
     FakeQsExtra m_extra;
     FakeFileSystem m_files;
     FakeCabinets m_cabinets{m_core, m_files};
+    FakeDocumentModel m_documents;
     CIconvEncodings m_encodings;
 };
