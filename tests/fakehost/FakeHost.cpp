@@ -48,6 +48,7 @@ FakeHost::FakeHost() {
     gBaseKitVersion = 0x70000;
     // The converter answers the best encoding of a text as this table too, imported on use.
     m_core.registerTable("VellScriptInterface", 0x70000, &m_encodings);
+    gNetSpanHFT = &m_network;
 }
 
 FakeHost::~FakeHost() {
@@ -62,6 +63,7 @@ FakeHost::~FakeHost() {
     gBaseKitHFT = nullptr;
     gBaseKitVersion = 0;
     gVellScriptInterfaceHFT = nullptr;
+    gNetSpanHFT = nullptr;
 }
 
 void FakeHost::registerTables() {
@@ -73,4 +75,5 @@ void FakeHost::registerTables() {
     m_core.registerTable("Lob", 0x50000, &m_documents);
     m_core.registerTable("DkModel", 0x50000, &m_documents);
     m_core.registerTable("BaseKit", 0x70000, &m_encodings);
+    m_core.registerTable("NetSpan", 0x70000, &m_network);
 }

@@ -13,6 +13,7 @@
 #include "tests/fakehost/FakeDocumentModel.h"
 #include "tests/fakehost/FakeFileSystem.h"
 #include "tests/fakehost/FakeIdle.h"
+#include "tests/fakehost/FakeNetwork.h"
 
 #include <map>
 #include <optional>
@@ -94,6 +95,7 @@ public:
     /// The document model behind "Lob" and "DkModel".
     FakeDocumentModel& documents() { return m_documents; }
     CIconvEncodings& encodings() { return m_encodings; }
+    FakeNetwork& network() { return m_network; }
 
     /// Offers every table under its name and version in the core's registry, as the reference
     /// host does: for tests that run the handshake themselves.
@@ -108,4 +110,5 @@ private:
     FakeCabinets m_cabinets{m_core, m_files};
     FakeDocumentModel m_documents;
     CIconvEncodings m_encodings;
+    FakeNetwork m_network{m_view.fakeIdle()};
 };
