@@ -5,8 +5,8 @@ uint32_t gCoreVersion = 0;
 
 IVellSupport* gVellSupportHFT = nullptr;
 uint32_t gVellSupportVersion = 0;
-HFT gLobHFT = nullptr;
-HFT gDkModelHFT = nullptr;
+IDocumentModel* gLobHFT = nullptr;
+IDocumentModel* gDkModelHFT = nullptr;
 HFT gPDFEditWriteHFT = nullptr;
 HFT gPDFEditReadHFT = nullptr;
 HFT gDkSysFontHFT = nullptr;
@@ -56,15 +56,9 @@ void ResetHostTables() {
     gESHFT = nullptr;
 }
 
-IIdle* HostIdle() {
-    return gVellViewHFT ? gVellViewHFT->idle() : nullptr;
-}
-IFileSystem* HostFiles() {
-    return gVellSupportHFT ? gVellSupportHFT->files() : nullptr;
-}
-ICabinets* HostCabinets() {
-    return gVellSupportHFT ? gVellSupportHFT->cabinets() : nullptr;
-}
+IIdle* HostIdle() { return gVellViewHFT ? gVellViewHFT->idle() : nullptr; }
+IFileSystem* HostFiles() { return gVellSupportHFT ? gVellSupportHFT->files() : nullptr; }
+ICabinets* HostCabinets() { return gVellSupportHFT ? gVellSupportHFT->cabinets() : nullptr; }
 IPreferences* HostPreferences() {
     return gVellSupportHFT ? gVellSupportHFT->preferences() : nullptr;
 }

@@ -111,13 +111,19 @@ bool importView(const char* name, uint32_t version) {
 bool importExtra(const char* name, uint32_t version) {
     return importRequired(name, version, gQsExtraHFT);
 }
+bool importLob(const char* name, uint32_t version) {
+    return importRequired(name, version, gLobHFT);
+}
+bool importDkModel(const char* name, uint32_t version) {
+    return importRequired(name, version, gDkModelHFT);
+}
 
 // The tables without which the plug-in cannot run, in the order they are imported.
 const RequiredTable kRequiredTables[] = {
     {"VellSupport", 0x50000, importSupport},
     {"Core", 0x50000, importCore},
-    {"Lob", 0x50000, importBare<&gLobHFT>},
-    {"DkModel", 0x50000, importBare<&gDkModelHFT>},
+    {"Lob", 0x50000, importLob},
+    {"DkModel", 0x50000, importDkModel},
     {"PDFEditWrite", 0x40000, importBare<&gPDFEditWriteHFT>},
     {"PDFEditRead", 0x40000, importBare<&gPDFEditReadHFT>},
     {"DkSysFont", 0x40000, importBare<&gDkSysFontHFT>},

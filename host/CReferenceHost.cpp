@@ -27,6 +27,8 @@ CReferenceHost::CReferenceHost(std::istream& in, std::ostream& out,
     m_core.registerTable("VellSupport", 0x50000, &m_support);
     m_core.registerTable("VellView", 0x60000, &m_view);
     m_core.registerTable("QsExtra", 0x50000, &m_extra);
+    m_core.registerTable("Lob", 0x50000, &m_documents);
+    m_core.registerTable("DkModel", 0x50000, &m_documents);
     // Tables the handshake requires but whose operations no code of the plug-in calls: served
     // bare, with their version.
     for (const BareTableOffer& offer : kBareTableOffers) {
@@ -35,6 +37,8 @@ CReferenceHost::CReferenceHost(std::istream& in, std::ostream& out,
     }
     m_core.registerTable("NetSpan", 0x70000, &m_network);
     m_core.registerTable("BaseKit", 0x70000, &m_baseKit);
+    // The converter answers the best encoding of a text as this table too.
+    m_core.registerTable("VellScriptInterface", 0x70000, &m_encodings);
     // Asked of BaseKit, which finds it here.
     m_core.registerTable("VellViewUserInterface", 0x60000, &m_ui);
     m_core.registerTable("ESHFT", 256, m_engine.get());

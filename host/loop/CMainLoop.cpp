@@ -23,8 +23,9 @@ CMainLoop::~CMainLoop() {
     for (Entry* entry : entries) {
         entry->live = false;
         entry->loop = nullptr;
-        g_source_destroy(entry->source);
-        g_source_unref(entry->source);
+        GSource* source = entry->source;
+        g_source_destroy(source); // deletes the entry unless it is being dispatched
+        g_source_unref(source);
     }
     g_main_context_unref(m_context);
 }
@@ -55,8 +56,9 @@ void CMainLoop::forget(Entry* entry) {
         return;
     m_entries.erase(found);
     entry->live = false;
-    g_source_destroy(entry->source);
-    g_source_unref(entry->source);
+    GSource* source = entry->source;
+    g_source_destroy(source); // deletes the entry unless it is being dispatched
+    g_source_unref(source);
 }
 
 void CMainLoop::remove(IdleProc proc, void* data, bool oneShot) {

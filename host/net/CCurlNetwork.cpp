@@ -16,9 +16,9 @@ struct CCurlNetwork::Entry {
     CURLM* syncMulti = nullptr; // the synchronous road's own multi handle
     bool attached = false;      // the easy handle is in a multi handle
     guint headerWait = 0;       // the asynchronous road's header time-out
-    bool dispatchScheduled = false;
-    bool busy = false;  // a call of the layer is under way on this request
-    bool again = false; // something happened while it was
+    guint dispatchSource = 0;   // the idle call that hands the reply over
+    bool busy = false;          // a call of the layer is under way on this request
+    bool again = false;         // something happened while it was
     bool closed = false;
     bool finalSent = false;
     bool working = false; // holds the main loop's work count
@@ -219,6 +219,9 @@ void CCurlNetwork::destroy(NetRequest handle) {
     }
     detachAsync(entry);
     endAsync(entry);
+    // No source of ours may outlive the request: the main loop's context outlives the layer.
+    if (entry.dispatchSource)
+        g_source_remove(entry.dispatchSource);
     m_requests.erase(found);
 }
 
@@ -227,6 +230,9 @@ void CCurlNetwork::close(NetRequest request) {
     if (!entry)
         return;
     entry->closed = true;
+    if (entry->dispatchSource)
+        g_source_remove(entry->dispatchSource);
+    entry->dispatchSource = 0;
     if (entry->busy) {
         // The call under way lets go of it; only its transfer stops now.
         detachSync(*entry);
@@ -462,11 +468,10 @@ gboolean CCurlNetwork::onHeaderWaitOver(gpointer data) {
 }
 
 void CCurlNetwork::scheduleDispatch(Entry& entry) {
-    if (entry.dispatchScheduled)
+    if (entry.dispatchSource)
         return;
-    entry.dispatchScheduled = true;
-    g_idle_add_full(G_PRIORITY_DEFAULT, &CCurlNetwork::onDispatchDue,
-                    new Ticket{this, entry.handle}, deleteTicket);
+    entry.dispatchSource = g_idle_add_full(G_PRIORITY_DEFAULT, &CCurlNetwork::onDispatchDue,
+                                           new Ticket{this, entry.handle}, deleteTicket);
 }
 
 gboolean CCurlNetwork::onDispatchDue(gpointer data) {
@@ -479,7 +484,7 @@ void CCurlNetwork::dispatch(NetRequest handle) {
     Entry* entry = find(handle);
     if (!entry)
         return;
-    entry->dispatchScheduled = false;
+    entry->dispatchSource = 0; // the source ends as it returns
     if (entry->busy) {
         entry->again = true; // a consumer that runs the loop itself gets no call inside its own
         return;

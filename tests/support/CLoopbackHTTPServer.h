@@ -54,6 +54,8 @@ struct LoopbackAuth {
     std::string user;
     std::string password;
     std::string realm;
+    /// Demanded as a proxy does: 407, Proxy-Authenticate, Proxy-Authorization.
+    bool proxy = false;
 };
 
 /// One request as the server received it.
@@ -79,8 +81,8 @@ public:
     /// "http://127.0.0.1:<port>" followed by path.
     std::string url(std::string_view path) const;
 
-    /// Answers requests for path (the target without its query) with reply; a path with no
-    /// route gets a 404.
+    /// Answers requests for path (the target without its query; a whole URL when the server is
+    /// asked as a proxy) with reply; a path with no route gets a 404.
     void route(const std::string& path, LoopbackReply reply);
     /// Demands credentials on path: requests without valid ones get a 401 with a challenge.
     void requireAuth(const std::string& path, LoopbackAuth auth);
