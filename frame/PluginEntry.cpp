@@ -176,6 +176,7 @@ bool GetRequestedHFT(const char* name, uint32_t requested, uint32_t* version, HF
             if (reported != kNoVersion) {
                 *table = found;
                 *version = reported;
+                // A table that reports version 0 is kept, yet counts as not found.
                 return reported != 0;
             }
         }
