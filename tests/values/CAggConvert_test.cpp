@@ -123,6 +123,29 @@ TEST_F(CAggConvert, NumbersConvertByTruncationAndTruth) {
     EXPECT_DOUBLE_EQ(CAgg(7L).todouble(), 7.0);
 }
 
+TEST_F(CAggConvert, TimesTravelAsPDFDatesAndNumbersCountSeconds) {
+    CAgg text("D:20040102");
+    QsTimeRec parsed = text.toQsTimeRec();
+    EXPECT_EQ(parsed.year, 2004);
+    EXPECT_EQ(parsed.month, 1);
+    EXPECT_EQ(parsed.date, 2);
+    // A text that does not parse keeps what the parser filled in: the year read so far.
+    CAgg bad("D:2004xx");
+    EXPECT_EQ(bad.toQsTimeRec().year, 2004);
+
+    QsTimeRec time{2004, 2, 29, 13, 14, 15, 0, 0, 0};
+    CAgg value(time);
+    CEStr expected = CEStr::adopt(EStrNewFromTimeRec(&time, 0));
+    EXPECT_EQ(bytesOf(value.toEStr()), bytesOf(expected));
+    EXPECT_EQ(bytesOf(value.toEStr()).rfind("D:20040229131415", 0), 0u);
+
+    for (CAgg seconds : {CAgg(86400L), CAgg(86400.9)}) {
+        QsTimeRec day = seconds.toQsTimeRec();
+        EXPECT_EQ(day.year, 1970);
+        EXPECT_EQ(day.month, 1);
+    }
+}
+
 TEST_F(CAggConvert, EachRowTakesItsFirstAcceptableTarget) {
     struct Case {
         CAgg value;
