@@ -9,16 +9,16 @@
 #include "values/QsStm.h"
 
 #include <cstring>
+#include <iterator>
+#include <memory>
 #include <utility>
 
 namespace {
 
 // Past this a vector index is taken for bad input rather than grown into.
 constexpr long kMaxVectorIndex = 0xFFFFFF;
-
-bool isCollection(CAgg::CAggType type) {
-    return type == CAgg::eMap || type == CAgg::eQsAtomMap || type == CAgg::eVector;
-}
+// Collections nested deeper than this are freed from a work list instead of by recursion.
+constexpr int kFreeDepth = 256;
 
 bool sameObject(LobObj a, LobObj b) {
     if (!gLobHFT)
@@ -254,7 +254,7 @@ void CAgg::copyFrom(const CAgg& other) {
         m_payload.shadow = new CLobObjShadow(*from.shadow);
         break;
     case eMap:
-        m_payload.map = new CAggMap(*from.map);
+        m_payload.map = copyMap(*from.map);
         break;
     case eQsAtomMap:
         m_payload.atomMap = new CAggQsAtomMap(*from.atomMap);
@@ -275,6 +275,23 @@ void CAgg::copyFrom(const CAgg& other) {
         break;
     }
     m_type = other.m_type;
+}
+
+CAgg::CAggMap* CAgg::copyMap(const CAggMap& from) {
+    // Entries are copied in order, each appended at the end; the key and text of the next
+    // entry are fetched from memory while the current one is copied.
+    auto copy = std::make_unique<CAggMap>();
+    for (auto entry = from.begin(); entry != from.end();) {
+        auto next = std::next(entry);
+        if (next != from.end()) {
+            __builtin_prefetch(next->first.get());
+            if (next->second.m_type == eEStr)
+                __builtin_prefetch(next->second.m_payload.estr);
+        }
+        copy->emplace_hint(copy->end(), entry->first, entry->second);
+        entry = next;
+    }
+    return copy.release();
 }
 
 void CAgg::setVoid() noexcept {
@@ -301,38 +318,9 @@ void CAgg::freePayload() noexcept {
         break;
     case eMap:
     case eQsAtomMap:
-    case eVector: {
-        // Nested collections are taken out and freed from a work list, so that the depth of a
-        // tree never becomes the depth of the stack.
-        std::vector<CAgg> pending;
-        CAgg current;
-        current.swapWith(*this);
-        for (;;) {
-            auto take = [&](CAgg& child) {
-                if (isCollection(child.m_type))
-                    pending.emplace_back(std::move(child));
-            };
-            if (current.m_type == eMap) {
-                for (auto& entry : *current.m_payload.map)
-                    take(entry.second);
-                delete current.m_payload.map;
-            } else if (current.m_type == eQsAtomMap) {
-                for (auto& entry : *current.m_payload.atomMap)
-                    take(entry.second);
-                delete current.m_payload.atomMap;
-            } else {
-                for (auto& element : *current.m_payload.vector)
-                    take(element);
-                delete current.m_payload.vector;
-            }
-            current.m_type = eVoid;
-            if (pending.empty())
-                break;
-            current.swapWith(pending.back());
-            pending.pop_back();
-        }
+    case eVector:
+        freeCollection();
         break;
-    }
     case eQsStm:
         if (m_payload.stream->m_ownsStream && m_payload.stream->liveStream()) {
             QsStmClose(m_payload.stream->m_stream);
@@ -347,6 +335,38 @@ void CAgg::freePayload() noexcept {
         break;
     }
     m_type = eVoid;
+}
+
+void CAgg::freeCollection() noexcept {
+    // Collections free their children by recursion down to a bounded depth; a collection
+    // deeper than that is set aside and freed by the outermost call, so that the depth of a
+    // tree never becomes the depth of the stack.
+    thread_local int depth = 0;
+    thread_local bool draining = false;
+    thread_local std::vector<CAgg> deferred;
+    if (depth >= kFreeDepth) {
+        deferred.emplace_back();
+        deferred.back().swapWith(*this);
+        return;
+    }
+    ++depth;
+    if (m_type == eMap)
+        delete m_payload.map;
+    else if (m_type == eQsAtomMap)
+        delete m_payload.atomMap;
+    else
+        delete m_payload.vector;
+    m_type = eVoid;
+    --depth;
+    if (depth > 0 || draining)
+        return;
+    draining = true;
+    while (!deferred.empty()) {
+        CAgg next;
+        next.swapWith(deferred.back());
+        deferred.pop_back();
+    }
+    draining = false;
 }
 
 bool CAgg::operator==(const CAgg& other) const {
@@ -562,51 +582,6 @@ void CAgg::makeIndependent() {
         convertAway(eLobObj, eQsStm);
         break;
     }
-}
-
-#define VELL_CAGG_ACCESSOR(Type, name, tag, member)                                                \
-    Type& CAgg::name() {                                                                           \
-        convert(tag);                                                                              \
-        return m_payload.member;                                                                   \
-    }
-
-VELL_CAGG_ACCESSOR(LobDoc, toLobDoc, eLobDoc, lobDoc)
-VELL_CAGG_ACCESSOR(DkAnnot, toDkAnnot, eDkAnnot, annot)
-VELL_CAGG_ACCESSOR(DkPage, toDkPage, eDkPage, page)
-VELL_CAGG_ACCESSOR(DkDoc, toDkDoc, eDkDoc, dkDoc)
-VELL_CAGG_ACCESSOR(EStr, toEStr, eEStr, estr)
-VELL_CAGG_ACCESSOR(QsAtom, toQsAtom, eQsAtom, atom)
-VELL_CAGG_ACCESSOR(QsInt32, toQsInt32, eQsInt32, int32)
-VELL_CAGG_ACCESSOR(QsBool, toQsBool, eQsBool, boolean)
-VELL_CAGG_ACCESSOR(double, todouble, eDouble, number)
-VELL_CAGG_ACCESSOR(DkColorValueRec, toDkColorValueRec, eDkColorValueRec, colour)
-VELL_CAGG_ACCESSOR(QsTimeRec, toQsTimeRec, eQsTimeRec, time)
-VELL_CAGG_ACCESSOR(QsFixedPoint, toFixedPoint, eFixedPoint, point)
-VELL_CAGG_ACCESSOR(QsFixedRect, toFixedRect, eFixedRect, rect)
-VELL_CAGG_ACCESSOR(QsFixedQuad, toFixedQuad, eFixedQuad, quad)
-VELL_CAGG_ACCESSOR(QsFixedMatrix, toFixedMatrix, eFixedMatrix, matrix)
-VELL_CAGG_ACCESSOR(VxIcon, toVxIcon, eVxIcon, icon)
-
-#undef VELL_CAGG_ACCESSOR
-
-CQsText& CAgg::toCQsText() {
-    convert(eCQsText);
-    return *m_payload.text;
-}
-
-CAgg::CAggMap& CAgg::toMap() {
-    convert(eMap);
-    return *m_payload.map;
-}
-
-CAgg::CAggQsAtomMap& CAgg::toQsAtomMap() {
-    convert(eQsAtomMap);
-    return *m_payload.atomMap;
-}
-
-CAgg::CAggVector& CAgg::toVector() {
-    convert(eVector);
-    return *m_payload.vector;
 }
 
 QsStm CAgg::toQsStm() {

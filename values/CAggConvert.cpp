@@ -153,8 +153,7 @@ void CAgg::convert(bool (&mask)[kTypeCount]) {
     }
 }
 
-void CAgg::convert(CAggType t) {
-    // Reading a value of the right type is one comparison: callers rely on to... being cheap.
+void CAgg::convertTo(CAggType t) {
     if (t == m_type && t != eLobObj && t != eCLobObjShadow)
         return;
     if (!inRange(t))
