@@ -421,6 +421,7 @@ bool CAgg::operator==(const CAgg& other) const {
     case eCLobObjShadow:
         return sameObject(a.shadow->getLobObj(), b.shadow->getLobObj());
     case eMap: {
+        // Keys compare by their text here, not by the map's order: "01" and "1" differ.
         auto x = a.map->begin(), y = b.map->begin();
         for (; x != a.map->end() && y != b.map->end(); ++x, ++y) {
             if (EStrCmp(x->first, y->first) != 0 || !(x->second == y->second))
