@@ -9,7 +9,6 @@
 #include "values/QsStm.h"
 
 #include <cstring>
-#include <iterator>
 #include <memory>
 #include <utility>
 
@@ -254,7 +253,7 @@ void CAgg::copyFrom(const CAgg& other) {
         m_payload.shadow = new CLobObjShadow(*from.shadow);
         break;
     case eMap:
-        m_payload.map = copyMap(*from.map);
+        m_payload.map = new CAggMap(*from.map);
         break;
     case eQsAtomMap:
         m_payload.atomMap = new CAggQsAtomMap(*from.atomMap);
@@ -275,23 +274,6 @@ void CAgg::copyFrom(const CAgg& other) {
         break;
     }
     m_type = other.m_type;
-}
-
-CAgg::CAggMap* CAgg::copyMap(const CAggMap& from) {
-    // Entries are copied in order, each appended at the end; the key and text of the next
-    // entry are fetched from memory while the current one is copied.
-    auto copy = std::make_unique<CAggMap>();
-    for (auto entry = from.begin(); entry != from.end();) {
-        auto next = std::next(entry);
-        if (next != from.end()) {
-            __builtin_prefetch(next->first.get());
-            if (next->second.m_type == eEStr)
-                __builtin_prefetch(next->second.m_payload.estr);
-        }
-        copy->emplace_hint(copy->end(), entry->first, entry->second);
-        entry = next;
-    }
-    return copy.release();
 }
 
 void CAgg::setVoid() noexcept {
