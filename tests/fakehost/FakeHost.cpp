@@ -40,15 +40,21 @@ FakeHost::FakeHost() {
     gVellSupportVersion = 0x60000;
     gVellViewHFT = &m_view;
     gQsExtraHFT = &m_extra;
+    m_support.setFiles(&m_files);
+    m_support.setCabinets(&m_cabinets);
     gLobHFT = &m_documents;
     gDkModelHFT = &m_documents;
     gBaseKitHFT = &m_encodings;
     gBaseKitVersion = 0x70000;
     // The converter answers the best encoding of a text as this table too, imported on use.
     m_core.registerTable("VellScriptInterface", 0x70000, &m_encodings);
+    gNetSpanHFT = &m_network;
 }
 
 FakeHost::~FakeHost() {
+    // The engine goes first: its last collection runs finalisers that may still use the tables.
+    m_scriptEngine.reset();
+    gESHFT = nullptr;
     gCoreHFT = nullptr;
     gCoreVersion = 0;
     gVellSupportHFT = nullptr;
@@ -60,6 +66,7 @@ FakeHost::~FakeHost() {
     gBaseKitHFT = nullptr;
     gBaseKitVersion = 0;
     gVellScriptInterfaceHFT = nullptr;
+    gNetSpanHFT = nullptr;
 }
 
 void FakeHost::registerTables() {
@@ -71,4 +78,17 @@ void FakeHost::registerTables() {
     m_core.registerTable("Lob", 0x50000, &m_documents);
     m_core.registerTable("DkModel", 0x50000, &m_documents);
     m_core.registerTable("BaseKit", 0x70000, &m_encodings);
+    m_core.registerTable("NetSpan", 0x70000, &m_network);
+}
+
+CSpiderMonkeyEngine& FakeHost::installScriptEngine() {
+    if (!m_scriptEngine) {
+        m_scriptEngine = std::make_unique<CSpiderMonkeyEngine>();
+        m_scriptEngine->setCore(&m_core);
+        m_scriptEngine->setEncodings(gBaseKitHFT);
+        m_scriptEngine->setUserInterface(gVellViewUserInterfaceHFT);
+        m_scriptEngine->setConsole(&m_scriptConsole);
+    }
+    gESHFT = m_scriptEngine.get();
+    return *m_scriptEngine;
 }

@@ -9,10 +9,16 @@
 #include "frame/host/IVellView.h"
 #include "host/core/CHostCore.h"
 #include "host/encodings/CIconvEncodings.h"
+#include "host/script/CSpiderMonkeyEngine.h"
+#include "tests/fakehost/FakeCabinets.h"
 #include "tests/fakehost/FakeDocumentModel.h"
+#include "tests/fakehost/FakeFileSystem.h"
 #include "tests/fakehost/FakeIdle.h"
+#include "tests/fakehost/FakeNetwork.h"
+#include "tests/fakehost/FakeScriptConsole.h"
 
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -87,19 +93,33 @@ public:
     FakeVellSupport& support() { return m_support; }
     FakeVellView& view() { return m_view; }
     FakeQsExtra& extra() { return m_extra; }
+    FakeFileSystem& files() { return m_files; }
+    FakeCabinets& cabinets() { return m_cabinets; }
     /// The document model behind "Lob" and "DkModel".
     FakeDocumentModel& documents() { return m_documents; }
     CIconvEncodings& encodings() { return m_encodings; }
+    FakeNetwork& network() { return m_network; }
 
     /// Offers every table under its name and version in the core's registry, as the reference
     /// host does: for tests that run the handshake themselves.
     void registerTables();
+
+    /// Makes the real script engine the script table (gESHFT) until the host goes, with the
+    /// atoms of core(), the encoding and user-interface tables set at this moment, and
+    /// scriptConsole() for its console.
+    CSpiderMonkeyEngine& installScriptEngine();
+    FakeScriptConsole& scriptConsole() { return m_scriptConsole; }
 
 private:
     CHostCore m_core;
     FakeVellSupport m_support;
     FakeVellView m_view;
     FakeQsExtra m_extra;
+    FakeFileSystem m_files;
+    FakeCabinets m_cabinets{m_core, m_files};
     FakeDocumentModel m_documents;
     CIconvEncodings m_encodings;
+    FakeNetwork m_network{m_view.fakeIdle()};
+    FakeScriptConsole m_scriptConsole;
+    std::unique_ptr<CSpiderMonkeyEngine> m_scriptEngine;
 };
