@@ -42,22 +42,14 @@ FakeHost::FakeHost() {
     gQsExtraHFT = &m_extra;
     gBaseKitHFT = &m_encodings;
     gBaseKitVersion = 0x70000;
+    gVellViewUserInterfaceHFT = &m_ui;
+    gNetSpanHFT = &m_network;
     // The converter answers the best encoding of a text as this table too, imported on use.
     m_core.registerTable("VellScriptInterface", 0x70000, &m_encodings);
-    gNetSpanHFT = &m_network;
 }
 
 FakeHost::~FakeHost() {
-    gCoreHFT = nullptr;
-    gCoreVersion = 0;
-    gVellSupportHFT = nullptr;
-    gVellSupportVersion = 0;
-    gVellViewHFT = nullptr;
-    gQsExtraHFT = nullptr;
-    gBaseKitHFT = nullptr;
-    gBaseKitVersion = 0;
-    gVellScriptInterfaceHFT = nullptr;
-    gNetSpanHFT = nullptr;
+    ResetHostTables();
 }
 
 void FakeHost::registerTables() {
@@ -66,6 +58,20 @@ void FakeHost::registerTables() {
     m_core.registerTable("VellSupport", 0x50000, &m_support);
     m_core.registerTable("VellView", 0x60000, &m_view);
     m_core.registerTable("QsExtra", 0x50000, &m_extra);
-    m_core.registerTable("BaseKit", 0x70000, &m_encodings);
+    // The tables the handshake requires but no code of the plug-in calls.
+    const std::pair<const char*, uint32_t> bare[] = {
+        {"Lob", 0x50000},          {"DkModel", 0x50000},
+        {"PDFEditWrite", 0x40000}, {"PDFEditRead", 0x40000},
+        {"DkSysFont", 0x40000},    {"PageDkEContent", 0x60000},
+        {"DkSWrite", 0x60000},     {"DkSRead", 0x60000},
+        {"Unix", 0x80040001},      {"VellViewPollen", 0x50000},
+    };
+    for (const auto& [name, version] : bare) {
+        m_bareTables.push_back(std::make_unique<CBareTable>(version));
+        m_core.registerTable(name, version, m_bareTables.back().get());
+    }
     m_core.registerTable("NetSpan", 0x70000, &m_network);
+    m_core.registerTable("BaseKit", 0x70000, &m_baseKit);
+    m_core.registerTable("VellViewUserInterface", 0x60000, &m_ui);
+    m_core.registerTable("ESHFT", 256, &m_script);
 }

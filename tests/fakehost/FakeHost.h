@@ -1,18 +1,26 @@
 // The test host: the host tables of the plug-in, deterministic and in memory.
 //
-// A test makes one FakeHost; while it lives the g...HFT globals point at its tables, as they would
-// after the life cycle's import steps. Its tables can be reached and steered through accessors.
+// A test makes one FakeHost; while it lives the g...HFT globals of the support, view, extra,
+// BaseKit, user-interface and network tables point at its tables, as they would after the life
+// cycle's import steps. Its tables can be reached and steered through accessors, and offered to
+// a handshake by registerTables. Its end forgets every table reference.
 #pragma once
 
 #include "frame/host/IQsExtra.h"
 #include "frame/host/IVellSupport.h"
 #include "frame/host/IVellView.h"
+#include "host/basekit/CBaseKit.h"
+#include "host/core/CBareTable.h"
 #include "host/core/CHostCore.h"
 #include "host/encodings/CIconvEncodings.h"
+#include "tests/fakehost/FakeEncodings.h"
 #include "tests/fakehost/FakeIdle.h"
 #include "tests/fakehost/FakeNetwork.h"
+#include "tests/fakehost/FakeScriptRegistrar.h"
+#include "tests/fakehost/FakeUserInterface.h"
 
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -88,7 +96,9 @@ public:
     FakeVellView& view() { return m_view; }
     FakeQsExtra& extra() { return m_extra; }
     CIconvEncodings& encodings() { return m_encodings; }
+    FakeUserInterface& ui() { return m_ui; }
     FakeNetwork& network() { return m_network; }
+    FakeScriptRegistrar& script() { return m_script; }
 
     /// Offers every table under its name and version in the core's registry, as the reference
     /// host does: for tests that run the handshake themselves.
@@ -100,5 +110,9 @@ private:
     FakeVellView m_view;
     FakeQsExtra m_extra;
     CIconvEncodings m_encodings;
+    CBaseKit m_baseKit{m_encodings, m_core};
+    FakeUserInterface m_ui;
     FakeNetwork m_network{m_view.fakeIdle()};
+    FakeScriptRegistrar m_script;
+    std::vector<std::unique_ptr<CBareTable>> m_bareTables;
 };
