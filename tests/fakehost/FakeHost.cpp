@@ -40,6 +40,8 @@ FakeHost::FakeHost() {
     gVellSupportVersion = 0x60000;
     gVellViewHFT = &m_view;
     gQsExtraHFT = &m_extra;
+    gLobHFT = &m_documents;
+    gDkModelHFT = &m_documents;
     gBaseKitHFT = &m_encodings;
     gBaseKitVersion = 0x70000;
     gVellViewUserInterfaceHFT = &m_ui;
@@ -58,9 +60,10 @@ void FakeHost::registerTables() {
     m_core.registerTable("VellSupport", 0x50000, &m_support);
     m_core.registerTable("VellView", 0x60000, &m_view);
     m_core.registerTable("QsExtra", 0x50000, &m_extra);
+    m_core.registerTable("Lob", 0x50000, &m_documents);
+    m_core.registerTable("DkModel", 0x50000, &m_documents);
     // The tables the handshake requires but no code of the plug-in calls.
     const std::pair<const char*, uint32_t> bare[] = {
-        {"Lob", 0x50000},          {"DkModel", 0x50000},
         {"PDFEditWrite", 0x40000}, {"PDFEditRead", 0x40000},
         {"DkSysFont", 0x40000},    {"PageDkEContent", 0x60000},
         {"DkSWrite", 0x60000},     {"DkSRead", 0x60000},

@@ -13,6 +13,7 @@
 #include "host/core/CBareTable.h"
 #include "host/core/CHostCore.h"
 #include "host/encodings/CIconvEncodings.h"
+#include "tests/fakehost/FakeDocumentModel.h"
 #include "tests/fakehost/FakeEncodings.h"
 #include "tests/fakehost/FakeIdle.h"
 #include "tests/fakehost/FakeNetwork.h"
@@ -95,6 +96,8 @@ public:
     FakeVellSupport& support() { return m_support; }
     FakeVellView& view() { return m_view; }
     FakeQsExtra& extra() { return m_extra; }
+    /// The document model behind "Lob" and "DkModel".
+    FakeDocumentModel& documents() { return m_documents; }
     CIconvEncodings& encodings() { return m_encodings; }
     FakeUserInterface& ui() { return m_ui; }
     FakeNetwork& network() { return m_network; }
@@ -109,6 +112,7 @@ private:
     FakeVellSupport m_support;
     FakeVellView m_view;
     FakeQsExtra m_extra;
+    FakeDocumentModel m_documents;
     CIconvEncodings m_encodings;
     CBaseKit m_baseKit{m_encodings, m_core};
     FakeUserInterface m_ui;
