@@ -9,6 +9,7 @@
 #include "frame/host/IVellView.h"
 #include "host/core/CHostCore.h"
 #include "host/encodings/CIconvEncodings.h"
+#include "tests/fakehost/FakeDocumentModel.h"
 #include "tests/fakehost/FakeIdle.h"
 
 #include <map>
@@ -86,6 +87,8 @@ public:
     FakeVellSupport& support() { return m_support; }
     FakeVellView& view() { return m_view; }
     FakeQsExtra& extra() { return m_extra; }
+    /// The document model behind "Lob" and "DkModel".
+    FakeDocumentModel& documents() { return m_documents; }
     CIconvEncodings& encodings() { return m_encodings; }
 
     /// Offers every table under its name and version in the core's registry, as the reference
@@ -97,5 +100,6 @@ private:
     FakeVellSupport m_support;
     FakeVellView m_view;
     FakeQsExtra m_extra;
+    FakeDocumentModel m_documents;
     CIconvEncodings m_encodings;
 };
