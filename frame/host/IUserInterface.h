@@ -2,16 +2,21 @@
 // Menus, tool bars and commands are added by the subsystems that use them.
 #pragma once
 
+#include "frame/QsText.h"
 #include "frame/host/ICore.h"
 #include "frame/host/IHostTable.h"
-#include "frame/QsText.h"
 
 #include <cstdint>
 #include <string>
 
 /// Kinds of viewer notification.
 enum : int32_t {
+    /// The application is about to quit; sent before the plug-ins are unloaded.
     kVxNotifyAppWillQuit = 1,
+    /// Every plug-in has been initialised.
+    kVxNotifyAppDidInitExtensions = 2,
+    /// The application has finished starting.
+    kVxNotifyAppDidInit = 3,
 };
 
 /// A notification procedure; data is what it was registered with.
@@ -20,8 +25,8 @@ using VxNotificationProc = void (*)(void* data);
 class IUserInterface : public IHostTable {
 public:
     /// Registers a procedure for a notification kind.
-    virtual void registerNotification(int32_t kind, ExtensionID extension,
-                                      VxNotificationProc proc, void* data) = 0;
+    virtual void registerNotification(int32_t kind, ExtensionID extension, VxNotificationProc proc,
+                                      void* data) = 0;
     /// Removes a registration made with this same kind, procedure and data.
     virtual void unregisterNotification(int32_t kind, VxNotificationProc proc, void* data) = 0;
 

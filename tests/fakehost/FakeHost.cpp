@@ -44,22 +44,13 @@ FakeHost::FakeHost() {
     gDkModelHFT = &m_documents;
     gBaseKitHFT = &m_encodings;
     gBaseKitVersion = 0x70000;
+    gVellViewUserInterfaceHFT = &m_ui;
     // The converter answers the best encoding of a text as this table too, imported on use.
     m_core.registerTable("VellScriptInterface", 0x70000, &m_encodings);
 }
 
 FakeHost::~FakeHost() {
-    gCoreHFT = nullptr;
-    gCoreVersion = 0;
-    gVellSupportHFT = nullptr;
-    gVellSupportVersion = 0;
-    gVellViewHFT = nullptr;
-    gQsExtraHFT = nullptr;
-    gLobHFT = nullptr;
-    gDkModelHFT = nullptr;
-    gBaseKitHFT = nullptr;
-    gBaseKitVersion = 0;
-    gVellScriptInterfaceHFT = nullptr;
+    ResetHostTables();
 }
 
 void FakeHost::registerTables() {
@@ -70,5 +61,19 @@ void FakeHost::registerTables() {
     m_core.registerTable("QsExtra", 0x50000, &m_extra);
     m_core.registerTable("Lob", 0x50000, &m_documents);
     m_core.registerTable("DkModel", 0x50000, &m_documents);
-    m_core.registerTable("BaseKit", 0x70000, &m_encodings);
+    // The tables the handshake requires but no code of the plug-in calls.
+    const std::pair<const char*, uint32_t> bare[] = {
+        {"PDFEditWrite", 0x40000}, {"PDFEditRead", 0x40000},
+        {"DkSysFont", 0x40000},    {"PageDkEContent", 0x60000},
+        {"DkSWrite", 0x60000},     {"DkSRead", 0x60000},
+        {"Unix", 0x80040001},      {"VellViewPollen", 0x50000},
+    };
+    for (const auto& [name, version] : bare) {
+        m_bareTables.push_back(std::make_unique<CBareTable>(version));
+        m_core.registerTable(name, version, m_bareTables.back().get());
+    }
+    m_core.registerTable("NetSpan", 0x70000, &m_network);
+    m_core.registerTable("BaseKit", 0x70000, &m_baseKit);
+    m_core.registerTable("VellViewUserInterface", 0x60000, &m_ui);
+    m_core.registerTable("ESHFT", 256, &m_script);
 }

@@ -1,18 +1,27 @@
 // The test host: the host tables of the plug-in, deterministic and in memory.
 //
-// A test makes one FakeHost; while it lives the g...HFT globals point at its tables, as they would
-// after the life cycle's import steps. Its tables can be reached and steered through accessors.
+// A test makes one FakeHost; while it lives the g...HFT globals of the support, view, extra,
+// BaseKit and user-interface tables point at its tables, as they would after the life cycle's
+// import steps; the network and script engine tables are there to be set or negotiated. Its
+// tables can be reached and steered through accessors. Its end forgets every table reference.
 #pragma once
 
 #include "frame/host/IQsExtra.h"
 #include "frame/host/IVellSupport.h"
 #include "frame/host/IVellView.h"
+#include "host/basekit/CBaseKit.h"
+#include "host/core/CBareTable.h"
 #include "host/core/CHostCore.h"
 #include "host/encodings/CIconvEncodings.h"
 #include "tests/fakehost/FakeDocumentModel.h"
+#include "tests/fakehost/FakeEncodings.h"
 #include "tests/fakehost/FakeIdle.h"
+#include "tests/fakehost/FakeNetClients.h"
+#include "tests/fakehost/FakeScriptRegistrar.h"
+#include "tests/fakehost/FakeUserInterface.h"
 
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -90,6 +99,9 @@ public:
     /// The document model behind "Lob" and "DkModel".
     FakeDocumentModel& documents() { return m_documents; }
     CIconvEncodings& encodings() { return m_encodings; }
+    FakeUserInterface& ui() { return m_ui; }
+    FakeNetClients& network() { return m_network; }
+    FakeScriptRegistrar& script() { return m_script; }
 
     /// Offers every table under its name and version in the core's registry, as the reference
     /// host does: for tests that run the handshake themselves.
@@ -102,4 +114,9 @@ private:
     FakeQsExtra m_extra;
     FakeDocumentModel m_documents;
     CIconvEncodings m_encodings;
+    CBaseKit m_baseKit{m_encodings, m_core};
+    FakeUserInterface m_ui;
+    FakeNetClients m_network;
+    FakeScriptRegistrar m_script;
+    std::vector<std::unique_ptr<CBareTable>> m_bareTables;
 };
