@@ -7,6 +7,7 @@
 #include "frame/host/IHostTable.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 /// Kinds of viewer notification.
@@ -34,6 +35,17 @@ public:
     /// Returns the number of the button pressed, from 1.
     virtual int32_t alert(int32_t kind, const char* textUtf8, const char* button1,
                           const char* button2, const char* button3, bool beep) = 0;
+    /// A modal question with a text field (app.response): question, title and default answer as
+    /// UTF-8, and whether the answer is hidden as a password. The answer, or nothing when the
+    /// user cancelled or the host cannot ask.
+    virtual std::optional<std::string> response(const char* questionUtf8, const char* titleUtf8,
+                                                const char* defaultUtf8, bool password) {
+        (void)questionUtf8;
+        (void)titleUtf8;
+        (void)defaultUtf8;
+        (void)password;
+        return std::nullopt;
+    }
     /// Whether the plug-in has a top-level window to read labels from.
     virtual bool hasTopLevelWindow() = 0;
     /// A label by resource name from the top-level window, or the default.

@@ -13,13 +13,14 @@
 #include "host/core/CBareTable.h"
 #include "host/core/CHostCore.h"
 #include "host/encodings/CIconvEncodings.h"
+#include "host/script/CSpiderMonkeyEngine.h"
 #include "tests/fakehost/FakeCabinets.h"
 #include "tests/fakehost/FakeDocumentModel.h"
 #include "tests/fakehost/FakeEncodings.h"
 #include "tests/fakehost/FakeFileSystem.h"
 #include "tests/fakehost/FakeIdle.h"
 #include "tests/fakehost/FakeNetwork.h"
-#include "tests/fakehost/FakeScriptRegistrar.h"
+#include "tests/fakehost/FakeScriptConsole.h"
 #include "tests/fakehost/FakeUserInterface.h"
 
 #include <map>
@@ -105,11 +106,19 @@ public:
     CIconvEncodings& encodings() { return m_encodings; }
     FakeUserInterface& ui() { return m_ui; }
     FakeNetwork& network() { return m_network; }
-    FakeScriptRegistrar& script() { return m_script; }
 
     /// Offers every table under its name and version in the core's registry, as the reference
     /// host does: for tests that run the handshake themselves.
     void registerTables();
+
+    /// Makes the real script engine the script table (gESHFT) until the host goes, with the
+    /// atoms of core(), the encoding and user-interface tables set when it is made, and
+    /// scriptConsole() for its console.
+    CSpiderMonkeyEngine& installScriptEngine();
+    /// The real script engine, made on first use as installScriptEngine says, without making it
+    /// the script table.
+    CSpiderMonkeyEngine& scriptEngine();
+    FakeScriptConsole& scriptConsole() { return m_scriptConsole; }
 
 private:
     CHostCore m_core;
@@ -123,6 +132,7 @@ private:
     CBaseKit m_baseKit{m_encodings, m_core};
     FakeUserInterface m_ui;
     FakeNetwork m_network{m_view.fakeIdle()};
-    FakeScriptRegistrar m_script;
     std::vector<std::unique_ptr<CBareTable>> m_bareTables;
+    FakeScriptConsole m_scriptConsole;
+    std::unique_ptr<CSpiderMonkeyEngine> m_scriptEngine;
 };

@@ -1,0 +1,449 @@
+// Objects: handles and their companions, private data and finalisers, properties and their
+// enumeration, classes and arrays.
+#include "host/script/CSpiderMonkeyEngineImpl.h"
+#include "host/script/SMText.h"
+
+#include "frame/host/ICore.h"
+
+#include <js/Array.h>
+#include <js/Object.h>
+#include <js/PropertyAndElement.h>
+#include <js/Realm.h>
+#include <js/Symbol.h>
+#include <js/WeakMap.h>
+
+#include <string>
+
+namespace {
+
+// A companion is the weak map's value for an object that has a handle: it owns the handle's
+// record, and its finaliser is the object's. It is finalised on the main thread, so the
+// plug-in's finalisers run there too.
+void finalizeCompanion(JS::GCContext*, JSObject* companion) {
+    auto* record = JS::GetMaybePtrFromReservedSlot<_s_ESObjectRec>(companion, 0);
+    if (!record)
+        return;
+    if (record->impl)
+        record->impl->finalizeRecord(record);
+    else
+        delete record;
+}
+
+const JSClassOps kCompanionOps = {nullptr, nullptr,           nullptr, nullptr, nullptr,
+                                  nullptr, finalizeCompanion, nullptr, nullptr, nullptr};
+const JSClass kCompanionClass = {
+    "ESCompanion",  JSCLASS_HAS_RESERVED_SLOTS(1) | JSCLASS_FOREGROUND_FINALIZE,
+    &kCompanionOps, nullptr,
+    nullptr,        nullptr};
+
+// The name of a property key as units; false for a symbol.
+bool keyUnits(CSpiderMonkeyEngine::Impl& impl, JS::HandleId id, std::u16string& out) {
+    if (id.isInt()) {
+        std::string digits = std::to_string(id.toInt());
+        out.assign(digits.begin(), digits.end());
+        return true;
+    }
+    return id.isString() && impl.readUnits(id.toString(), out);
+}
+
+} // namespace
+
+// Handles.
+
+_s_ESObjectRec* CSpiderMonkeyEngine::Impl::recordFor(JS::HandleObject object) {
+    JSAutoRealm realm(cx, *weakMap);
+    JS::RootedValue entry(cx);
+    if (!JS::GetWeakMapEntry(cx, *weakMap, object, &entry)) {
+        JS_ClearPendingException(cx);
+        return nullptr;
+    }
+    if (entry.isObject())
+        return JS::GetMaybePtrFromReservedSlot<_s_ESObjectRec>(&entry.toObject(), 0);
+    JS::RootedObject companion(cx, JS_NewObjectWithGivenProto(cx, &kCompanionClass, nullptr));
+    if (!companion) {
+        JS_ClearPendingException(cx);
+        return nullptr;
+    }
+    auto* record = new _s_ESObjectRec();
+    record->impl = this;
+    record->object = object;
+    records.insert(record);
+    JS::SetReservedSlot(companion, 0, JS::PrivateValue(record));
+    JS::RootedValue value(cx, JS::ObjectValue(*companion));
+    if (!JS::SetWeakMapEntry(cx, *weakMap, object, value)) {
+        // The companion goes with the next collection and takes the record along.
+        JS_ClearPendingException(cx);
+        return nullptr;
+    }
+    return record;
+}
+
+ESObject CSpiderMonkeyEngine::Impl::handOut(JS::HandleObject object, ESContext owner) {
+    if (!object || finalizing)
+        return nullptr;
+    _s_ESObjectRec* record = recordFor(object);
+    if (record)
+        rootObject(object, owner ? owner : contextOf(object));
+    return record;
+}
+
+JSObject* CSpiderMonkeyEngine::Impl::objectOf(ESObject handle) const {
+    if (!handle || finalizing || handle->impl != this)
+        return nullptr;
+    return handle->object;
+}
+
+ESContext CSpiderMonkeyEngine::Impl::contextOf(JSObject* object) const {
+    JS::Realm* realm = JS::GetObjectRealmOrNull(object);
+    if (!realm)
+        return nullptr;
+    auto* context = static_cast<ESContext>(JS::GetRealmPrivate(realm));
+    return context && context->impl == this && !context->dead ? context : nullptr;
+}
+
+JSObject* CSpiderMonkeyEngine::Impl::globalOf(ESContext context) const {
+    return &context->global->value.get().toObject();
+}
+
+void CSpiderMonkeyEngine::Impl::updateWeakRecords(JSTracer* trc, void* data) {
+    auto* impl = static_cast<Impl*>(data);
+    for (_s_ESObjectRec* record : impl->records)
+        JS_UpdateWeakPointerAfterGC(trc, &record->object);
+}
+
+void CSpiderMonkeyEngine::Impl::finalizeRecord(_s_ESObjectRec* record) {
+    records.erase(record);
+    bool wasFinalizing = finalizing;
+    finalizing = true;
+    if (record->finalizer) {
+        try {
+            record->finalizer(record);
+        } catch (...) {
+            // A finaliser has nobody to tell; the collection goes on.
+        }
+    }
+    finalizing = wasFinalizing;
+    delete record;
+}
+
+void CSpiderMonkeyEngine::Impl::detachRecords() {
+    // Whatever companions are left outlive the engine; they free their records alone.
+    for (_s_ESObjectRec* record : records) {
+        record->object = nullptr;
+        record->impl = nullptr;
+        record->finalizer = nullptr;
+    }
+    records.clear();
+}
+
+// Private data and finalisers work on the record alone, so finalisers may use them.
+
+void CSpiderMonkeyEngine::setPrivate(ESObject object, const char* name, void* data) {
+    if (object && name)
+        object->privates[name] = data;
+}
+
+bool CSpiderMonkeyEngine::getPrivate(ESObject object, const char* name, void** data) {
+    if (data)
+        *data = nullptr;
+    if (!object || !name)
+        return false;
+    auto found = object->privates.find(name);
+    if (found == object->privates.end())
+        return false;
+    if (data)
+        *data = found->second;
+    return true;
+}
+
+void CSpiderMonkeyEngine::removePrivate(ESObject object, const char* name) {
+    if (object && name)
+        object->privates.erase(name);
+}
+
+void CSpiderMonkeyEngine::setFinalizer(ESObject object, ESFinalizeProc proc) {
+    if (m_impl->objectOf(object))
+        object->finalizer = proc;
+}
+
+// Properties.
+
+bool CSpiderMonkeyEngine::getProperty(ESObject object, const char* name, ESVal out) {
+    JSContext* cx = m_impl->cx;
+    JS::RootedObject obj(cx, m_impl->objectOf(object));
+    if (!obj || !m_impl->usable(out))
+        return false;
+    JSAutoRealm realm(cx, obj);
+    JS::RootedId id(cx);
+    JS::RootedValue value(cx);
+    if (!m_impl->idFromName(name, &id) || !JS_GetPropertyById(cx, obj, id, &value)) {
+        m_impl->reportFailure(m_impl->contextOf(obj));
+        return false;
+    }
+    out->value = value;
+    return true;
+}
+
+bool CSpiderMonkeyEngine::setProperty(ESObject object, const char* name, ESVal value) {
+    JSContext* cx = m_impl->cx;
+    JS::RootedObject obj(cx, m_impl->objectOf(object));
+    if (!obj || !m_impl->usable(value))
+        return false;
+    JSAutoRealm realm(cx, obj);
+    JS::RootedId id(cx);
+    JS::RootedValue v(cx, value->value);
+    if (!m_impl->idFromName(name, &id) || !JS_SetPropertyById(cx, obj, id, v)) {
+        m_impl->reportFailure(m_impl->contextOf(obj));
+        return false;
+    }
+    return true;
+}
+
+bool CSpiderMonkeyEngine::deleteProperty(ESObject object, const char* name) {
+    JSContext* cx = m_impl->cx;
+    JS::RootedObject obj(cx, m_impl->objectOf(object));
+    if (!obj)
+        return false;
+    JSAutoRealm realm(cx, obj);
+    JS::RootedId id(cx);
+    JS::ObjectOpResult result;
+    if (!m_impl->idFromName(name, &id) || !JS_DeletePropertyById(cx, obj, id, result)) {
+        m_impl->reportFailure(m_impl->contextOf(obj));
+        return false;
+    }
+    return result.ok();
+}
+
+bool CSpiderMonkeyEngine::hasProperty(ESObject object, const char* name) {
+    JSContext* cx = m_impl->cx;
+    JS::RootedObject obj(cx, m_impl->objectOf(object));
+    if (!obj)
+        return false;
+    JSAutoRealm realm(cx, obj);
+    JS::RootedId id(cx);
+    bool found = false;
+    if (!m_impl->idFromName(name, &id) || !JS_HasPropertyById(cx, obj, id, &found)) {
+        m_impl->reportFailure(m_impl->contextOf(obj));
+        return false;
+    }
+    return found;
+}
+
+bool CSpiderMonkeyEngine::getElement(ESObject object, uint32_t index, ESVal out) {
+    JSContext* cx = m_impl->cx;
+    JS::RootedObject obj(cx, m_impl->objectOf(object));
+    if (!obj || !m_impl->usable(out))
+        return false;
+    JSAutoRealm realm(cx, obj);
+    JS::RootedValue value(cx);
+    if (!JS_GetElement(cx, obj, index, &value)) {
+        m_impl->reportFailure(m_impl->contextOf(obj));
+        return false;
+    }
+    out->value = value;
+    return true;
+}
+
+bool CSpiderMonkeyEngine::setElement(ESObject object, uint32_t index, ESVal value) {
+    JSContext* cx = m_impl->cx;
+    JS::RootedObject obj(cx, m_impl->objectOf(object));
+    if (!obj || !m_impl->usable(value))
+        return false;
+    JSAutoRealm realm(cx, obj);
+    JS::RootedValue v(cx, value->value);
+    if (!JS_SetElement(cx, obj, index, v)) {
+        m_impl->reportFailure(m_impl->contextOf(obj));
+        return false;
+    }
+    return true;
+}
+
+// Enumeration: own enumerable properties with names, in the engine's order, each value read in a
+// slot of its own that the procedure sees for the time of its call.
+
+bool CSpiderMonkeyEngine::Impl::enumerateObject(ESObject object, const EnumVisitor& visit) {
+    JS::RootedObject obj(cx, objectOf(object));
+    if (!obj)
+        return false;
+    ESContext context = contextOf(obj);
+    if (!context)
+        context = engine->defaultContext();
+    if (!usable(context))
+        return false;
+    JSAutoRealm realm(cx, obj);
+    JS::Rooted<JS::IdVector> ids(cx, JS::IdVector(cx));
+    if (!JS_Enumerate(cx, obj, &ids)) {
+        reportFailure(context);
+        return false;
+    }
+    ESVal slot = allocSlot(context);
+    bool ok = true;
+    JS::RootedId id(cx);
+    JS::RootedValue value(cx);
+    std::u16string name;
+    for (size_t i = 0; i < ids.length() && ok; ++i) {
+        id = ids[i];
+        if (!keyUnits(*this, id, name))
+            continue;
+        if (!JS_GetPropertyById(cx, obj, id, &value)) {
+            reportFailure(context);
+            ok = false;
+            break;
+        }
+        slot->value = value;
+        bool goOn = true;
+        ok = runGuarded(context, [&] { goOn = visit(name, slot); });
+        if (!goOn || !usable(context))
+            break;
+    }
+    releaseSlot(slot);
+    return ok;
+}
+
+bool CSpiderMonkeyEngine::enumerate(ESObject object, ESEnumProc proc, void* data) {
+    if (!proc)
+        return false;
+    return m_impl->enumerateObject(object, [&](const std::u16string& name, ESVal value) {
+        std::string bytes = SMTextFromUnits(name.data(), name.size(), true, nullptr);
+        return proc(bytes.c_str(), static_cast<long>(bytes.size()), value, data);
+    });
+}
+
+bool CSpiderMonkeyEngine::enumerateAtoms(ESObject object, ESEnumAtomProc proc, void* data) {
+    ICore* core = m_impl->core;
+    if (!proc || !core)
+        return false;
+    return m_impl->enumerateObject(object, [&](const std::u16string& name, ESVal value) {
+        return proc(core->atomFromString(m_impl->hostText(name).c_str()), value, data);
+    });
+}
+
+// Classes.
+
+SMClassRec& CSpiderMonkeyEngine::Impl::classRec(const std::string& name) {
+    auto& rec = classes[name];
+    if (!rec) {
+        rec = std::make_unique<SMClassRec>();
+        rec->name = name;
+        rec->jsClass.name = rec->name.c_str();
+    }
+    return *rec;
+}
+
+JSObject* CSpiderMonkeyEngine::Impl::prototypeOf(ESContext context, SMClassRec& rec) {
+    ESVal& slot = context->prototypes[rec.name];
+    if (slot)
+        return &slot->value.get().toObject();
+    // Each class has a prototype per context that names it, so that its objects print as
+    // "[object Name]".
+    JS::RootedObject proto(cx, JS_NewPlainObject(cx));
+    JS::RootedId tag(cx, JS::GetWellKnownSymbolKey(cx, JS::SymbolCode::toStringTag));
+    JS::RootedString name(cx, JS_NewStringCopyZ(cx, rec.name.c_str()));
+    if (!proto || !name || !JS_DefinePropertyById(cx, proto, tag, name, JSPROP_READONLY))
+        return nullptr;
+    slot = allocSlot(context);
+    slot->value.setObject(*proto);
+    return proto;
+}
+
+void CSpiderMonkeyEngine::Impl::runClassInits(ESContext context, const std::string& className,
+                                              ESObject object) {
+    auto found = classes.find(className);
+    if (found == classes.end())
+        return;
+    std::vector<ESClassInitProc> inits = found->second->inits;
+    for (ESClassInitProc proc : inits)
+        if (usable(context))
+            runGuarded(context, [&] { proc(context, object); });
+}
+
+ESObject CSpiderMonkeyEngine::Impl::createObject(ESContext context, const std::string& className) {
+    JSAutoRealm realm(cx, globalOf(context));
+    JS::RootedObject object(cx);
+    if (className == "Object") {
+        object = JS_NewPlainObject(cx);
+    } else {
+        SMClassRec& rec = classRec(className);
+        JS::RootedObject proto(cx, prototypeOf(context, rec));
+        if (proto)
+            object = JS_NewObjectWithGivenProto(cx, &rec.jsClass, proto);
+    }
+    if (!object) {
+        reportFailure(context);
+        return nullptr;
+    }
+    return handOut(object, context);
+}
+
+ESObject CSpiderMonkeyEngine::newObject(ESContext context, const char* className) {
+    if (!m_impl->usable(context))
+        return nullptr;
+    std::string name = className && *className ? className : "Object";
+    ESObject object = m_impl->createObject(context, name);
+    if (object)
+        m_impl->runClassInits(context, name, object);
+    return object;
+}
+
+const char* CSpiderMonkeyEngine::className(ESObject object) {
+    JSObject* obj = m_impl->objectOf(object);
+    return obj ? JS::GetClass(obj)->name : "";
+}
+
+// Arrays and functions.
+
+ESObject CSpiderMonkeyEngine::newArray(ESContext context, const ESVal* values, long count) {
+    Impl& impl = *m_impl;
+    if (!impl.usable(context) || count < 0)
+        return nullptr;
+    JSContext* cx = impl.cx;
+    JSAutoRealm realm(cx, impl.globalOf(context));
+    JS::RootedValueVector elements(cx);
+    if (!elements.reserve(static_cast<size_t>(count))) {
+        impl.reportFailure(context);
+        return nullptr;
+    }
+    for (long i = 0; i < count; ++i) {
+        ESVal value = values ? values[i] : nullptr;
+        elements.infallibleAppend(impl.usable(value) ? value->value.get() : JS::UndefinedValue());
+    }
+    JS::RootedObject array(cx, JS::NewArrayObject(cx, elements));
+    if (!array) {
+        impl.reportFailure(context);
+        return nullptr;
+    }
+    return impl.handOut(array, context);
+}
+
+bool CSpiderMonkeyEngine::isArray(ESObject object) {
+    JSContext* cx = m_impl->cx;
+    JS::RootedObject obj(cx, m_impl->objectOf(object));
+    if (!obj)
+        return false;
+    JSAutoRealm realm(cx, obj);
+    bool array = false;
+    if (!JS::IsArrayObject(cx, obj, &array)) {
+        m_impl->reportFailure(m_impl->contextOf(obj));
+        return false;
+    }
+    return array;
+}
+
+long CSpiderMonkeyEngine::arrayLength(ESObject object) {
+    if (!isArray(object))
+        return 0;
+    JSContext* cx = m_impl->cx;
+    JS::RootedObject obj(cx, m_impl->objectOf(object));
+    JSAutoRealm realm(cx, obj);
+    uint32_t length = 0;
+    if (!JS::GetArrayLength(cx, obj, &length)) {
+        m_impl->reportFailure(m_impl->contextOf(obj));
+        return 0;
+    }
+    return static_cast<long>(length);
+}
+
+bool CSpiderMonkeyEngine::isFunction(ESObject object) {
+    JSObject* obj = m_impl->objectOf(object);
+    return obj && JS::IsCallable(obj);
+}
