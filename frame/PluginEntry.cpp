@@ -105,6 +105,12 @@ bool importSupport(const char* name, uint32_t version) {
 bool importCore(const char* name, uint32_t version) {
     return importRequired(name, version, gCoreHFT);
 }
+bool importLob(const char* name, uint32_t version) {
+    return importRequired(name, version, gLobHFT);
+}
+bool importDkModel(const char* name, uint32_t version) {
+    return importRequired(name, version, gDkModelHFT);
+}
 bool importView(const char* name, uint32_t version) {
     return importRequired(name, version, gVellViewHFT);
 }
@@ -116,8 +122,8 @@ bool importExtra(const char* name, uint32_t version) {
 const RequiredTable kRequiredTables[] = {
     {"VellSupport", 0x50000, importSupport},
     {"Core", 0x50000, importCore},
-    {"Lob", 0x50000, importBare<&gLobHFT>},
-    {"DkModel", 0x50000, importBare<&gDkModelHFT>},
+    {"Lob", 0x50000, importLob},
+    {"DkModel", 0x50000, importDkModel},
     {"PDFEditWrite", 0x40000, importBare<&gPDFEditWriteHFT>},
     {"PDFEditRead", 0x40000, importBare<&gPDFEditReadHFT>},
     {"DkSysFont", 0x40000, importBare<&gDkSysFontHFT>},

@@ -1,7 +1,9 @@
 // Mark-aware C string functions.
 //
 // A text that starts with the bytes 0xFE 0xFF is UCS: big-endian 16-bit units ending in a zero
-// unit. The functions below treat such a text by units, any other by bytes.
+// unit. The functions below treat such a text by units, any other by bytes. A marked text
+// without its zero unit cannot be measured safely: bytes from outside the plug-in go through the
+// functions that take a size (EStrSetBytesWithSize), never through a bare C text.
 #pragma once
 
 #include <cstdarg>

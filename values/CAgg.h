@@ -221,16 +221,18 @@ public:
     /// which are rebound to the document of a toLobObj.
     void convert(CAggType t);
     /// Converts to any of a list of types, ended by 0 or by the end of the arguments.
-    template <class... More> void convert(CAggType t, CAggType u, More... more) {
-        const int list[] = {t, u, static_cast<int>(more)...};
+    template <class... More>
+    requires(sizeof...(More) > 0) void convert(CAggType t, More... more) {
+        const int list[] = {t, static_cast<int>(more)...};
         convertList(list, sizeof list / sizeof list[0], false);
     }
     /// Converts to any of the listed types; an empty list converts to void.
     void convert(const std::vector<CAggType>& types);
     /// When the tag is one of those listed, converts to any type but those.
     void convertAway(CAggType t);
-    template <class... More> void convertAway(CAggType t, CAggType u, More... more) {
-        const int list[] = {t, u, static_cast<int>(more)...};
+    template <class... More>
+    requires(sizeof...(More) > 0) void convertAway(CAggType t, More... more) {
+        const int list[] = {t, static_cast<int>(more)...};
         convertList(list, sizeof list / sizeof list[0], true);
     }
     void convertAway(const std::vector<CAggType>& types);
@@ -274,20 +276,23 @@ public:
     /// Converts to a vector, then each element to the listed types.
     CAggVector& toVectorOf(const std::vector<CAggType>& types);
     CAggVector& toVectorOf(CAggType t) { return toVectorOf(std::vector<CAggType>{t}); }
-    template <class... More> CAggVector& toVectorOf(CAggType t, CAggType u, More... more) {
-        return toVectorOf(typeList({t, u, static_cast<int>(more)...}));
+    template <class... More>
+    requires(sizeof...(More) > 0) CAggVector& toVectorOf(CAggType t, More... more) {
+        return toVectorOf(typeList({t, static_cast<int>(more)...}));
     }
     /// Converts to a map, then each value to the listed types.
     CAggMap& toMapOf(const std::vector<CAggType>& types);
     CAggMap& toMapOf(CAggType t) { return toMapOf(std::vector<CAggType>{t}); }
-    template <class... More> CAggMap& toMapOf(CAggType t, CAggType u, More... more) {
-        return toMapOf(typeList({t, u, static_cast<int>(more)...}));
+    template <class... More>
+    requires(sizeof...(More) > 0) CAggMap& toMapOf(CAggType t, More... more) {
+        return toMapOf(typeList({t, static_cast<int>(more)...}));
     }
     /// Converts to an atom map, then each value to the listed types.
     CAggQsAtomMap& toQsAtomMapOf(const std::vector<CAggType>& types);
     CAggQsAtomMap& toQsAtomMapOf(CAggType t) { return toQsAtomMapOf(std::vector<CAggType>{t}); }
-    template <class... More> CAggQsAtomMap& toQsAtomMapOf(CAggType t, CAggType u, More... more) {
-        return toQsAtomMapOf(typeList({t, u, static_cast<int>(more)...}));
+    template <class... More>
+    requires(sizeof...(More) > 0) CAggQsAtomMap& toQsAtomMapOf(CAggType t, More... more) {
+        return toQsAtomMapOf(typeList({t, static_cast<int>(more)...}));
     }
 
     // Flattening.

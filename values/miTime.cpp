@@ -322,6 +322,10 @@ EStr EStrNewFromTimeRec(const QsTimeRec* rec, long style) {
 void miTimePrintf(EStr out, const QsTimeRec* rec, const _EStrRec* format) {
     if (!out)
         return;
+    // The format may be the out string itself.
+    CEStr formatCopy = format == out ? CEStr(format) : CEStr();
+    if (!formatCopy.isNull())
+        format = formatCopy;
     EStrSetBytes(out, nullptr, format ? EStrGetEncoding(format) : EStrGetEncoding(out));
     if (!rec || !format)
         return;

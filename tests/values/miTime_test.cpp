@@ -180,9 +180,11 @@ TEST_F(miTime, PrintfFieldLetters) {
         EXPECT_EQ(bytesOf(out), c.text) << c.format;
         EXPECT_EQ(EStrGetEncoding(out), kEStrPDFDoc);
     }
-    // A UCS format gives a UCS text.
+    // A UCS format gives a UCS text; the format may be the out string itself.
     CEStr out("", kEStrHost);
     miTimePrintf(out, &rec, ucs(u"\u65E5 dd"));
+    EXPECT_EQ(unitsOf(out), u"\u65E5 02");
+    miTimePrintf(out, &rec, out);
     EXPECT_EQ(unitsOf(out), u"\u65E5 02");
 }
 
