@@ -1,11 +1,14 @@
 #include "soap/CHTTPRequest.h"
 
 #include "frame/HostTables.h"
+#include "frame/host/IFileSystem.h"
 #include "soap/AuthCallbacks.h"
+#include "soap/CRequestWriter.h"
 #include "soap/WireDump.h"
 #include "values/QsStm.h"
 
 #include <cstring>
+#include <strings.h>
 
 namespace {
 
@@ -27,6 +30,10 @@ std::string recordText(CAgg& record, const char* key) {
     return text.getString();
 }
 
+bool startsWithNoCase(const std::string& text, const char* prefix) {
+    return strncasecmp(text.c_str(), prefix, std::strlen(prefix)) == 0;
+}
+
 } // namespace
 
 CHTTPRequest::CHTTPRequest(const HTTPClientIds& ids, const char* url)
@@ -37,6 +44,7 @@ CHTTPRequest::~CHTTPRequest() {
         *m_deleted = true;
     closeHandle();
     QsStmClose(m_postStream);
+    removeSwATemp(m_spool);
 }
 
 void CHTTPRequest::setSOAPAction(const char* action) {
@@ -128,6 +136,15 @@ long CHTTPRequest::post(const char* contentType, QsStm body, HTTPConsumerProc co
     return m_async ? 1 : processSync();
 }
 
+long CHTTPRequest::doPost(CRequestWriter* writer, HTTPConsumerProc consumer, void* userData) {
+    if (!writer) {
+        m_failed = true;
+        return 0;
+    }
+    CEStr contentType = writer->getContentType();
+    return post(contentType.c_str(), writer->getStream(), consumer, userData);
+}
+
 long CHTTPRequest::postWriteProc(char* buffer, long count, void* data) {
     auto* self = static_cast<CHTTPRequest*>(data);
     long got = QsStmRead(self->m_postStream, buffer, count);
@@ -164,6 +181,74 @@ void CHTTPRequest::takeReplyHeaders() {
         if (recordText(record, "key") == "Content-Type")
             m_contentType = CEStr(recordText(record, "value").c_str(), kEStrPDFDoc);
     }
+    m_multipart = startsWithNoCase(m_contentType.c_str(), "multipart/related");
+}
+
+long CHTTPRequest::handleReadProc(char* buffer, long count, void* data) {
+    auto* self = static_cast<CHTTPRequest*>(data);
+    long got = gNetSpanHFT ? gNetSpanHFT->read(self->m_handle, buffer, count) : kNetErrGeneral;
+    if (got >= 0)
+        return got;
+    self->m_error = got;
+    return 0;
+}
+
+void CHTTPRequest::deliverRootPart() {
+    // The consumer may delete this request from within a call; then nothing of it is touched.
+    bool* deleted = m_deleted;
+    const CEStr& root = m_parts.getRootPartName();
+    CAgg* record = m_parts.getPartRecord(root);
+    if (!record || !startsWithNoCase(recordText(*record, "Content-Type"), "text/xml"))
+        return;
+    QsStm part = m_parts.getPart(root);
+    bool started = false;
+    for (;;) {
+        long got = QsStmRead(part, m_buffer, kBlockSize);
+        if (got < 1)
+            break;
+        const char* data = m_buffer;
+        if (!started) {
+            // What stands in front of the first "<" is skipped, so that a stray line at the
+            // head of the part does not reach the parser.
+            const void* open = std::memchr(data, '<', static_cast<size_t>(got));
+            if (!open)
+                continue;
+            got -= static_cast<const char*>(open) - data;
+            data = static_cast<const char*>(open);
+            started = true;
+        }
+        bool goOn = deliver(data, got);
+        if (deleted && *deleted)
+            break;
+        if (!goOn)
+            break;
+    }
+    QsStmClose(part);
+}
+
+bool CHTTPRequest::makeSwATemp() {
+    IFileSystem* files = HostFiles();
+    std::optional<std::string> path = files ? files->newTempFilePath() : std::nullopt;
+    if (!path)
+        return false;
+    m_spool.path = *path;
+    m_spool.stream = files->open(*path, kQsFileWrite | kQsFileCreate);
+    return m_spool.stream != nullptr;
+}
+
+QsStm CHTTPRequest::resetSwATemp(SwATemp& file) {
+    QsStmClose(file.stream);
+    file.stream = nullptr;
+    IFileSystem* files = HostFiles();
+    return files && !file.path.empty() ? files->open(file.path, kQsFileRead) : nullptr;
+}
+
+void CHTTPRequest::removeSwATemp(SwATemp& file) {
+    QsStmClose(file.stream);
+    file.stream = nullptr;
+    if (IFileSystem* files = HostFiles(); files && !file.path.empty())
+        files->remove(file.path);
+    file.path.clear();
 }
 
 std::optional<std::string> CHTTPRequest::getResponseHeader(const char* name) const {
@@ -195,7 +280,12 @@ long CHTTPRequest::processSync() {
         m_status = status;
     else
         m_error = status < 0 ? status : kNetErrGeneral;
-    if (sent) {
+    if (sent && m_multipart) {
+        QsStm reply = QsProcStmRdOpen(&CHTTPRequest::handleReadProc, nullptr, this);
+        m_parts.process(m_headers, reply);
+        QsStmClose(reply);
+        deliverRootPart();
+    } else if (sent) {
         for (;;) {
             long got = net->read(m_handle, m_buffer, kBlockSize);
             if (got < 1) {
@@ -221,13 +311,31 @@ unsigned short CHTTPRequest::processAsync(const char* data, long length, long st
     if (m_firstData) {
         m_firstData = false;
         takeReplyHeaders();
+        if (m_multipart && !makeSwATemp())
+            m_error = kNetErrGeneral;
     }
     if (status > 0)
         m_status = status;
     if (error != 0)
         m_error = error;
+    if (m_multipart && data && length > 0) {
+        // A multipart reply is spooled whole and taken apart at its end.
+        if (m_spool.stream && QsStmWrite(m_spool.stream, data, length) == length)
+            return 1;
+        m_error = kNetErrGeneral;
+        return 0;
+    }
     bool deleted = false;
     m_deleted = &deleted;
+    if (m_multipart) {
+        QsStm spooled = resetSwATemp(m_spool);
+        m_parts.process(m_headers, spooled);
+        QsStmClose(spooled);
+        removeSwATemp(m_spool);
+        deliverRootPart();
+        if (deleted)
+            return 0;
+    }
     if (data && length > 0) {
         bool goOn = deliver(data, length);
         if (deleted)

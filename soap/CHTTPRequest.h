@@ -14,6 +14,7 @@
 
 #include "frame/host/INetwork.h"
 #include "frame/host/QsStmRec.h"
+#include "soap/CMultipartReader.h"
 #include "values/CAgg.h"
 #include "values/EStr.h"
 
@@ -33,6 +34,8 @@ struct HTTPClientIds {
     NetClientID client = kNoNetClient;
     int32_t flags = 0;
 };
+
+class CRequestWriter;
 
 class CHTTPRequest {
 public:
@@ -63,6 +66,8 @@ public:
     /// A POST of the body stream with the given Content-Type. The request takes the stream
     /// over and closes it. Results as for open.
     long post(const char* contentType, QsStm body, HTTPConsumerProc consumer, void* userData);
+    /// A POST of what the writer gives: its Content-Type and its stream.
+    long doPost(CRequestWriter* writer, HTTPConsumerProc consumer, void* userData);
 
     /// Reads the synchronous reply to its end; the HTTP status.
     long processSync();
@@ -86,6 +91,11 @@ public:
     std::optional<std::string> getResponseHeader(const char* name) const;
     /// The URL as given.
     const char* getURL() const { return m_url.c_str(); }
+    /// Whether the reply was multipart/related.
+    bool isMultipart() const { return m_multipart; }
+    /// The parts of a multipart reply, by name; none for any other reply. They stay readable
+    /// for as long as the request lives.
+    CPartResolver* getPartResolver() { return &m_parts; }
 
 private:
     static long postWriteProc(char* buffer, long count, void* data);
@@ -103,6 +113,21 @@ private:
     void finish();
     void closeHandle();
     void takeReplyHeaders();
+    /// Hands the root part of a multipart reply, if it is text/xml, to the consumer.
+    void deliverRootPart();
+    static long handleReadProc(char* buffer, long count, void* data);
+
+    // The spool of an asynchronous multipart reply, which comes in pieces before it can be read.
+    struct SwATemp {
+        std::string path;
+        QsStm stream = nullptr;
+    };
+    /// Makes the spool file, open for writing; false when the host gives none.
+    bool makeSwATemp();
+    /// Ends the writing and opens the spool for reading from its start.
+    QsStm resetSwATemp(SwATemp& file);
+    /// Closes and removes the spool.
+    void removeSwATemp(SwATemp& file);
 
     HTTPClientIds m_ids;
     std::string m_url;
@@ -121,6 +146,9 @@ private:
     bool m_deleteWhenDone = false;
     long m_status = 0;
     long m_error = 0;
+    bool m_multipart = false;
+    CMultipartReader m_parts;
+    SwATemp m_spool;
     // Set by the destructor, so that a call under way learns that its consumer deleted us.
     bool* m_deleted = nullptr;
 };

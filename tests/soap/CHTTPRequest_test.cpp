@@ -324,3 +324,73 @@ TEST_F(HTTPRequestTest, ExecuteURLSendsTheViewersOwnSchemeToItsCommands) {
 }
 
 } // namespace
+
+class HTTPMultipartTest : public HTTPRequestTest {
+protected:
+    /// Temporary files left in the test host's temporary folder.
+    int tempFilesLeft() {
+        int left = 0;
+        for (int i = 1; i < 100; ++i)
+            left += host.files().isFile("/tmp/vellum-" + std::to_string(i)) ? 1 : 0;
+        return left;
+    }
+};
+
+TEST_F(HTTPMultipartTest, TheRootPartAloneReachesTheConsumerOnBothRoads) {
+    std::string scan = soapTestData("multipart-root-after-attachment-stray-line.txt");
+    std::string root = soapTestData("multipart-root-after-attachment-stray-line.expected.xml");
+    std::string notXML = soapTestData("multipart-root-not-xml.txt");
+    struct Case {
+        const char* what;
+        std::string contentType;
+        std::string body;
+        std::string expected;
+        bool attachment;
+    } cases[] = {
+        {"root after an attachment, a stray line in front",
+         "multipart/related; type=\"text/xml\"; start=\"<root@example.org>\"; "
+         "boundary=\"=_scan_boundary\"",
+         scan, root, true},
+        {"parameters without quotes, type in capitals",
+         "Multipart/Related; type=text/xml; start=<root@example.org>; boundary==_scan_boundary",
+         scan, root, true},
+        {"a root part that is not text/xml",
+         "multipart/related; start=\"<root@example.org>\"; boundary=\"=_b\"", notXML, "", false},
+        {"no boundary", "multipart/related; type=\"text/xml\"", scan, "", false},
+        {"a boundary the body never has", "multipart/related; boundary=\"elsewhere\"", scan, "",
+         false},
+        {"a body cut in the root part", "multipart/related; boundary=\"=_scan_boundary\"",
+         scan.substr(0, scan.size() / 2 + 100), "", true},
+    };
+    for (const Case& c : cases) {
+        for (bool async : {false, true}) {
+            std::string url = kURL + "/" + c.what + (async ? "/async" : "/sync");
+            FakeReply reply = FakeReply::withBody(200, c.body, async ? 7 : 100);
+            reply.headers.emplace_back("Content-Type", c.contentType);
+            net().addReply(url, reply);
+            ReplyRecord record;
+            auto request = std::make_unique<CHTTPRequest>(ids, url.c_str());
+            if (async) {
+                request->initAsync();
+                ASSERT_EQ(request->open(&ReplyRecord::consume, &record), 1);
+                host.idle().advanceTicks(c.body.size() / 7 + 10);
+            } else {
+                EXPECT_EQ(request->open(&ReplyRecord::consume, &record), 200) << c.what;
+            }
+            EXPECT_TRUE(request->isMultipart()) << c.what;
+            EXPECT_EQ(record.body, c.expected) << c.what << (async ? " async" : " sync");
+            EXPECT_EQ(record.finalCalls, 1) << c.what;
+            EXPECT_EQ(record.finalStatus, 200) << c.what;
+            CEStr scanName("<scan@example.org>", kEStrPDFDoc);
+            CPartResolver* parts = request->getPartResolver();
+            ASSERT_EQ(parts->hasPart(scanName), c.attachment) << c.what;
+            if (c.attachment) {
+                QsStm part = parts->getPart(scanName);
+                EXPECT_EQ(QsStmReadAll(part), std::string("%PDF-1.4 <not the root> \0\1\2", 27));
+                QsStmClose(part);
+            }
+            request.reset();
+            EXPECT_EQ(tempFilesLeft(), 0) << c.what;
+        }
+    }
+}
