@@ -3,6 +3,7 @@
 #pragma once
 
 #include "frame/host/IVellSupport.h"
+#include "host/files/CPosixFileSystem.h"
 
 #include <map>
 #include <string>
@@ -26,8 +27,9 @@ private:
 class CHostSupport final : public IVellSupport {
 public:
     int32_t hftVersion() const override { return 0x60000; }
-    // Files and cabinets are served once the host has its file system and cabinet store.
-    IFileSystem* files() override { return nullptr; }
+    /// The disk, with the user's data folder under $XDG_DATA_HOME/vellum/.
+    IFileSystem* files() override { return &m_files; }
+    // Cabinets are served once the host has its cabinet store.
     ICabinets* cabinets() override { return nullptr; }
     IPreferences* preferences() override { return &m_preferences; }
 
@@ -35,4 +37,5 @@ public:
 
 private:
     CHostPreferences m_preferences;
+    CPosixFileSystem m_files;
 };
