@@ -7,6 +7,7 @@
 #include "host/encodings/CIconvEncodings.h"
 #include "host/support/CHostSupport.h"
 #include "soap/CMultipartReader.h"
+#include "soap/SOAPText.h"
 #include "values/QsStm.h"
 
 #include <cstdint>
@@ -38,7 +39,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     CAgg headers;
     CAgg& header = headers[0L];
     header["key"] = CAgg("Content-Type");
-    header["value"] = CAgg(input.substr(0, lineEnd).c_str());
+    header["value"] = CAgg(SOAPEStrFromUTF8(input.substr(0, lineEnd)).get());
 
     CMultipartReader reader;
     QsStm stream = QsMemStmRdOpen(body.data(), body.size());
