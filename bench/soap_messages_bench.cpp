@@ -5,7 +5,7 @@
 #include "frame/HostTables.h"
 #include "host/core/CHostCore.h"
 #include "host/encodings/CIconvEncodings.h"
-#include "host/support/CHostSupport.h"
+#include "host/files/CPosixFileSystem.h"
 #include "soap/CMultipartReader.h"
 #include "soap/CMultipartWriter.h"
 #include "soap/CSOAPReader.h"
@@ -19,6 +19,18 @@
 #include <string>
 
 namespace {
+
+// The support layer, for its file system only: the disk, temporary files in the system's folder.
+class DiskSupport final : public IVellSupport {
+public:
+    int32_t hftVersion() const override { return 0x60000; }
+    IFileSystem* files() override { return &m_files; }
+    ICabinets* cabinets() override { return nullptr; }
+    IPreferences* preferences() override { return nullptr; }
+
+private:
+    CPosixFileSystem m_files;
+};
 
 // UUIDs counted up: the multipart writer asks for them.
 class CountingExtra final : public IQsExtra {
@@ -35,7 +47,7 @@ private:
 void setUpHost() {
     static CHostCore core;
     static CIconvEncodings encodings;
-    static CHostSupport support;
+    static DiskSupport support;
     static CountingExtra extra;
     static bool done = false;
     if (done)

@@ -37,6 +37,8 @@ CReferenceHost::CReferenceHost(std::istream& in, std::ostream& out,
     }
     m_core.registerTable("NetSpan", 0x70000, &m_network);
     m_core.registerTable("BaseKit", 0x70000, &m_baseKit);
+    // The converter answers the best encoding of a text as this table too.
+    m_core.registerTable("VellScriptInterface", 0x70000, &m_encodings);
     // Asked of BaseKit, which finds it here.
     m_core.registerTable("VellViewUserInterface", 0x60000, &m_ui);
     m_core.registerTable("ESHFT", 256, m_engine.get());

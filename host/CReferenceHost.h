@@ -9,12 +9,14 @@
 
 #include "frame/host/PISDK.h"
 #include "host/basekit/CBaseKit.h"
+#include "host/cabinets/CGVariantCabinets.h"
 #include "host/core/CBareTable.h"
 #include "host/core/CHostCore.h"
 #include "host/document/CHostDocumentModel.h"
 #include "host/encodings/CIconvEncodings.h"
 #include "host/extra/CHostQsExtra.h"
 #include "host/extra/CHostVellView.h"
+#include "host/files/CPosixFileSystem.h"
 #include "host/loop/CMainLoop.h"
 #include "host/net/CCurlNetwork.h"
 #include "host/script/CSpiderMonkeyEngine.h"
@@ -53,10 +55,12 @@ private:
 
     CMainLoop m_loop;
     CHostCore m_core;
-    CHostSupport m_support;
+    CPosixFileSystem m_files;
+    CGVariantCabinets m_cabinets{m_core};
+    CHostSupport m_support{m_files, m_cabinets};
+    CHostDocumentModel m_documents;
     CHostVellView m_view{m_loop};
     CHostQsExtra m_extra;
-    CHostDocumentModel m_documents;
     CConsoleUserInterface m_ui;
     CIconvEncodings m_encodings;
     CBaseKit m_baseKit{m_encodings, m_core};

@@ -11,14 +11,15 @@
 //   that object lives, so handles compare by identity. A handle does not keep its object alive:
 //   the engine roots every object it hands out until the innermost value scope (beginScope,
 //   endScope) ends, or, outside any scope, until the call into native code that received it
-//   returns; with neither, until its context goes. Keep an object longer in a slot.
+//   returns; with neither, until the host is next idle. Keep an object longer in a slot.
 // - Text comes in as host-encoded bytes, or as marked UCS: 0xFE 0xFF, then big-endian 16-bit
 //   units. A length of -1 means up to the terminator (a zero byte; a zero unit for marked UCS).
 //   Text goes out the same two ways, as the caller asks.
 // - Native methods, getters, setters, finalisers and initialisers are plain procedures. They may
 //   raise HostError: a method that does so fails in script with the engine's error of that
-//   number, unless it set an exception of its own first (throwValue, raiseError), which wins.
-//   Nothing a procedure throws ever passes through the engine.
+//   number, or with the script error itself when the code is that of a call of its own that
+//   failed; an exception it set first (throwValue, raiseError) wins over both. Nothing a
+//   procedure throws ever passes through the engine.
 // - Operations that run script report failure by their result; the exception goes to the
 //   context's error handler and is kept as the context's exception value. Calls and evaluation
 //   instead raise HostError: the error's engine number, or kESErrScript.
@@ -241,8 +242,14 @@ public:
 
     // Classes and arrays.
 
-    /// A new object of the class ("Object" or null: a plain object); class initialisers run.
+    /// A new object of the class; class initialisers run. "Object" (or null) and the names of
+    /// the script's own classes ("Array", "Date", "String", "Error"...) give what their
+    /// constructor makes without arguments; any other name is a class of the engine's.
     virtual ESObject newObject(ESContext context, const char* className) = 0;
+    /// What the script's own constructor of that name makes of one argument, as
+    /// `new String(value)`; null when there is no such constructor or it fails.
+    virtual ESObject newObjectFrom(ESContext context, const char* constructorName,
+                                   ESVal argument) = 0;
     virtual const char* className(ESObject object) = 0;
     virtual ESObject newArray(ESContext context, const ESVal* values, long count) = 0;
     virtual bool isArray(ESObject object) = 0;

@@ -1,5 +1,5 @@
 // A table that the plug-in's handshake requires but whose operations no code of the plug-in
-// calls ("Lob", "PDFEditWrite", "DkSysFont", ...): it is served with its version and nothing
+// calls ("PDFEditWrite", "DkSysFont", ...): it is served with its version and nothing
 // else.
 #pragma once
 
@@ -13,10 +13,9 @@ struct BareTableOffer {
     uint32_t version;
 };
 inline constexpr BareTableOffer kBareTableOffers[] = {
-    {"PDFEditWrite", 0x40000}, {"PDFEditRead", 0x40000},
-    {"DkSysFont", 0x40000},    {"PageDkEContent", 0x60000},
-    {"DkSWrite", 0x60000},     {"DkSRead", 0x60000},
-    {"Unix", 0x80040001},      {"VellViewPollen", 0x50000},
+    {"PDFEditWrite", 0x40000},   {"PDFEditRead", 0x40000},    {"DkSysFont", 0x40000},
+    {"PageDkEContent", 0x60000}, {"DkSWrite", 0x60000},       {"DkSRead", 0x60000},
+    {"Unix", 0x80040001},        {"VellViewPollen", 0x50000},
 };
 
 class CBareTable final : public IHostTable {

@@ -164,9 +164,11 @@ void CSpiderMonkeyEngine::registerClassInit(ESClassInitProc proc, const char* cl
         ESContext context = m_impl->contexts[i].get();
         if (!m_impl->usable(context))
             continue;
-        ESObject app = readObject(context->app);
-        if (app && std::string_view(this->className(app)) == className)
-            m_impl->runGuarded(context, [&] { proc(context, app); });
+        m_impl->runGuarded(context, [&] {
+            ESObject app = readObject(context->app);
+            if (app && std::string_view(this->className(app)) == className)
+                proc(context, app);
+        });
     }
 }
 
@@ -325,10 +327,20 @@ void CSpiderMonkeyEngine::Impl::rootObject(JSObject* object, ESContext owner) {
         owner = engine->defaultContext();
     if (!usable(owner))
         return;
+    // Below the first mark lie the loose roots, handed out outside any scope or call.
     ESVal slot = allocSlot(owner);
     slot->value.setObject(*object);
-    if (!scopeMarks.empty())
-        scopeRoots.push_back(slot);
+    scopeRoots.push_back(slot);
+}
+
+void CSpiderMonkeyEngine::dropLooseRoots() {
+    Impl& impl = *m_impl;
+    // Only when nothing runs: whoever is waiting for a call may still use what it was given.
+    if (!impl.scopeMarks.empty() || !impl.active.empty())
+        return;
+    for (ESVal slot : impl.scopeRoots)
+        impl.releaseSlot(slot);
+    impl.scopeRoots.clear();
 }
 
 void CSpiderMonkeyEngine::Impl::pushActive(ESContext context) {

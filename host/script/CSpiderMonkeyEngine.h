@@ -37,6 +37,10 @@ public:
     void collectGarbage();
     /// Number of slots alive in all contexts.
     size_t liveSlotCount() const;
+    /// Lets go of the objects handed out outside any scope or native call, which are otherwise
+    /// kept until their context goes. The host calls it when it is idle; while anything runs it
+    /// does nothing.
+    void dropLooseRoots();
 
     // The table.
 
@@ -111,6 +115,7 @@ public:
     const char* methodName(ESArgs args) override;
 
     ESObject newObject(ESContext context, const char* className) override;
+    ESObject newObjectFrom(ESContext context, const char* constructorName, ESVal argument) override;
     const char* className(ESObject object) override;
     ESObject newArray(ESContext context, const ESVal* values, long count) override;
     bool isArray(ESObject object) override;

@@ -56,6 +56,7 @@ struct _s_ESContextRec {
     std::map<std::string, ESVal> prototypes;            // of the engine's classes, by name
     ESErrorHandlerProc errorHandler = nullptr;
     void* errorData = nullptr;
+    bool inErrorHandler = false;
     int activeCount = 0; // times on the active stack
     bool dead = false;
     bool destroyWhenIdle = false;
@@ -160,13 +161,16 @@ struct CSpiderMonkeyEngine::Impl {
     JSObject* prototypeOf(ESContext context, SMClassRec& rec);
     /// A new object of the class, without its initialisers.
     ESObject createObject(ESContext context, const std::string& className);
+    /// What the global constructor of that name makes of the arguments; in the context's realm.
+    JSObject* construct(ESContext context, const std::string& name,
+                        const JS::HandleValueArray& args);
     SMNativeRec* nativeRec(const std::string& name, SMNativeRec::Kind kind, void* proc);
     JSObject* newNativeFunction(JS::HandleId id, SMNativeRec* native);
     void runClassInits(ESContext context, const std::string& className, ESObject object);
     using EnumVisitor = std::function<bool(const std::u16string& name, ESVal value)>;
     bool enumerateObject(ESObject object, const EnumVisitor& visit);
 
-    // Text.
+    // Text (SMValues.cpp).
     JSString* newString(const char* text, long length);
     JSString* newString(const std::u16string& units);
     bool readUnits(JSString* string, std::u16string& out);

@@ -193,14 +193,17 @@ int32_t CSpiderMonkeyEngine::Impl::reportFailure(ESContext context) {
         context->exception->value.setUndefined();
     }
     context->hasException = true;
-    if (!context->errorHandler) {
+    // An error inside the handler itself is only printed, so that it cannot call itself on.
+    if (!context->errorHandler || context->inErrorHandler) {
         defaultReport(context, line, message);
         return number;
     }
     std::string text = hostText(SMUnitsFromUTF8(message.data(), message.size()));
     ESErrorHandlerProc handler = context->errorHandler;
     void* data = context->errorData;
+    context->inErrorHandler = true;
     runGuarded(context, [&] { handler(context, number, line, text.c_str(), data); });
+    context->inErrorHandler = false;
     return number;
 }
 

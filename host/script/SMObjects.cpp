@@ -6,6 +6,7 @@
 #include "frame/host/ICore.h"
 
 #include <js/Array.h>
+#include <js/CallAndConstruct.h>
 #include <js/Object.h>
 #include <js/PropertyAndElement.h>
 #include <js/Realm.h>
@@ -357,11 +358,41 @@ void CSpiderMonkeyEngine::Impl::runClassInits(ESContext context, const std::stri
             runGuarded(context, [&] { proc(context, object); });
 }
 
+namespace {
+
+// Names that newObject makes with the script's own constructor.
+bool isScriptClass(const std::string& name) {
+    static const char* const kNames[] = {"Object",  "Array", "Date",   "String", "Number",
+                                         "Boolean", "Error", "RegExp", "Map",    "Set"};
+    for (const char* known : kNames)
+        if (name == known)
+            return true;
+    return false;
+}
+
+} // namespace
+
+JSObject* CSpiderMonkeyEngine::Impl::construct(ESContext context, const std::string& name,
+                                               const JS::HandleValueArray& args) {
+    JS::RootedObject global(cx, globalOf(context));
+    JS::RootedValue constructor(cx);
+    JS::RootedObject made(cx);
+    if (!JS_GetProperty(cx, global, name.c_str(), &constructor) || !constructor.isObject() ||
+        !JS::IsConstructor(&constructor.toObject()) ||
+        !JS::Construct(cx, constructor, args, &made)) {
+        reportFailure(context);
+        return nullptr;
+    }
+    return made;
+}
+
 ESObject CSpiderMonkeyEngine::Impl::createObject(ESContext context, const std::string& className) {
     JSAutoRealm realm(cx, globalOf(context));
     JS::RootedObject object(cx);
     if (className == "Object") {
         object = JS_NewPlainObject(cx);
+    } else if (isScriptClass(className)) {
+        object = construct(context, className, JS::HandleValueArray::empty());
     } else {
         SMClassRec& rec = classRec(className);
         JS::RootedObject proto(cx, prototypeOf(context, rec));
@@ -373,6 +404,18 @@ ESObject CSpiderMonkeyEngine::Impl::createObject(ESContext context, const std::s
         return nullptr;
     }
     return handOut(object, context);
+}
+
+ESObject CSpiderMonkeyEngine::newObjectFrom(ESContext context, const char* constructorName,
+                                            ESVal argument) {
+    Impl& impl = *m_impl;
+    if (!impl.usable(context) || !constructorName || !impl.usable(argument))
+        return nullptr;
+    JSAutoRealm realm(impl.cx, impl.globalOf(context));
+    JS::RootedValue value(impl.cx, argument->value);
+    JS::RootedObject made(impl.cx,
+                          impl.construct(context, constructorName, JS::HandleValueArray(value)));
+    return made ? impl.handOut(made, context) : nullptr;
 }
 
 ESObject CSpiderMonkeyEngine::newObject(ESContext context, const char* className) {

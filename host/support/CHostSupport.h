@@ -1,9 +1,9 @@
-// The reference host's support layer ("VellSupport"). It has no configuration files: its
-// preferences are given on the command line, one "Section.Key=value" each.
+// The reference host's support layer ("VellSupport"): the host's file system and cabinets, and
+// preferences. There are no configuration files: preferences are given on the command line, one
+// "Section.Key=value" each.
 #pragma once
 
 #include "frame/host/IVellSupport.h"
-#include "host/files/CPosixFileSystem.h"
 
 #include <map>
 #include <string>
@@ -26,16 +26,18 @@ private:
 
 class CHostSupport final : public IVellSupport {
 public:
+    /// The file system and the cabinets are not owned.
+    CHostSupport(IFileSystem& files, ICabinets& cabinets) : m_files(files), m_cabinets(cabinets) {}
+
     int32_t hftVersion() const override { return 0x60000; }
-    /// The disk, with the user's data folder under $XDG_DATA_HOME/vellum/.
     IFileSystem* files() override { return &m_files; }
-    // Cabinets are served once the host has its cabinet store.
-    ICabinets* cabinets() override { return nullptr; }
+    ICabinets* cabinets() override { return &m_cabinets; }
     IPreferences* preferences() override { return &m_preferences; }
 
     CHostPreferences& hostPreferences() { return m_preferences; }
 
 private:
+    IFileSystem& m_files;
+    ICabinets& m_cabinets;
     CHostPreferences m_preferences;
-    CPosixFileSystem m_files;
 };

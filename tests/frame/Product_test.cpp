@@ -31,12 +31,12 @@ std::set<std::string> exportedSymbols(const std::string& file) {
     int status = 0;
     std::istringstream lines(run("nm -D --defined-only " + file, &status));
     EXPECT_EQ(status, 0) << file;
-    // Symbols the linker defines on its own are not ours.
+    // Symbols the linker or the sanitizers define on their own are not ours.
     const std::set<std::string> linkers = {"_init", "_fini", "_edata", "_end", "__bss_start"};
     std::set<std::string> names;
     for (std::string line; std::getline(lines, line);) {
         std::string name = line.substr(line.rfind(' ') + 1);
-        if (!linkers.count(name))
+        if (!linkers.count(name) && name.rfind("__odr_asan", 0) != 0)
             names.insert(name);
     }
     return names;
@@ -73,8 +73,7 @@ TEST(Product, TheLanguagePackIsFoundBesideThePlugIn) {
     int status = -1;
     std::string german = loadedFiles("0x444555", &status);
     EXPECT_EQ(status, 0);
-    EXPECT_NE(german.find("file=SOAP.DEU [0];  dynamically loaded by " VELL_BUILD_DIR "/SOAP.so"),
-              std::string::npos);
+    EXPECT_NE(german.find("file=" VELL_BUILD_DIR "/SOAP.DEU [0]"), std::string::npos);
     std::string english = loadedFiles("0x454E55", &status);
     EXPECT_EQ(status, 0);
     EXPECT_EQ(english.find("SOAP.DEU"), std::string::npos);

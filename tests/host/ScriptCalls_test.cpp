@@ -204,6 +204,25 @@ TEST_F(ScriptCalls, UncaughtErrorsReachTheHandlerAndRaiseHostErrors) {
               "ReferenceError: undefinedName is not defined (line 2)");
 }
 
+TEST_F(ScriptCalls, AnErrorInsideTheHandlerIsOnlyPrinted) {
+    static int calls = 0;
+    calls = 0;
+    engine.setErrorHandler(
+        context,
+        [](ESContext in, int32_t, int32_t, const char*, void*) {
+            ++calls;
+            try {
+                gESHFT->evaluate(in, nullptr, "handlerFails()", -1, nullptr);
+            } catch (const HostError&) {
+            }
+        },
+        nullptr);
+    EXPECT_EQ(failureOf("scriptFails()"), kESErrScript);
+    EXPECT_EQ(calls, 1);
+    EXPECT_EQ(host.scriptConsole().lines(),
+              std::vector<std::string>{"ReferenceError: handlerFails is not defined (line 1)"});
+}
+
 TEST_F(ScriptCalls, CallsIntoScriptReturnResultsOrRaise) {
     ESEvent event = engine.openEvent(context, "App", "Exec");
     engine.evaluate(context, event, dataFile("event-result.js").c_str(), -1, slot());
@@ -235,6 +254,25 @@ TEST_F(ScriptCalls, CallsIntoScriptReturnResultsOrRaise) {
               "RangeError: inner");
     engine.freeVal(args[0]);
     engine.freeVal(args[1]);
+}
+
+TEST_F(ScriptCalls, AStreamWhoseReadThrowsRaisesAndLeavesTheContextWhole) {
+    ESObject stream = objectOf(dataFile("stream-read-throws.js"));
+    ESVal count = engine.makeInt(context, 4096);
+    ESVal result = slot();
+    int32_t raised = 0;
+    try {
+        engine.callMethod(stream, "read", &count, 1, result);
+    } catch (const HostError& error) {
+        raised = error.code;
+    }
+    engine.freeVal(count);
+    EXPECT_EQ(raised, kESErrScript);
+    EXPECT_EQ(reported, std::vector<std::string>{"0 3 Error: the disk is gone"});
+    ESVal hex = engine.makeString(context, "0a0b", -1);
+    ASSERT_TRUE(engine.callMethod(stream, "write", &hex, 1, result));
+    engine.freeVal(hex);
+    EXPECT_EQ(text(result), "2");
 }
 
 TEST_F(ScriptCalls, AccessorsAndReadOnlyPropertiesKeepTheirRules) {

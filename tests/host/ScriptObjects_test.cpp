@@ -161,6 +161,19 @@ TEST_F(ScriptObjects, ClassesNameTheirObjectsAndRunTheirInitialisers) {
     EXPECT_EQ(textOf("Object.prototype.toString.call(w) + ' ' + w.kind"), "[object Widget] widget");
     EXPECT_STREQ(engine.className(objectOf("new Date(0)")), "Date");
     EXPECT_STREQ(engine.className(objectOf("({})")), "Object");
+    // The script's own classes are made by their constructors.
+    EXPECT_TRUE(engine.isArray(engine.newObject(context, "Array")));
+    ESObject date = engine.newObject(context, "Date");
+    EXPECT_STREQ(engine.className(date), "Date");
+    EXPECT_TRUE(engine.callMethod(date, "getTime", nullptr, 0, slot()));
+    ESVal text = engine.makeString(context, "safe", -1);
+    ESObject boxed = engine.newObjectFrom(context, "String", text);
+    engine.freeVal(text);
+    EXPECT_STREQ(engine.className(boxed), "String");
+    ESVal unboxed = slot();
+    engine.setObject(unboxed, boxed);
+    EXPECT_EQ(this->text(unboxed), "safe");
+    EXPECT_EQ(engine.newObjectFrom(context, "NoSuchConstructor", unboxed), nullptr);
 
     // Initialisers of "App" and of contexts run on what exists now and on what comes later.
     engine.registerClassInit([](ESContext, ESObject) { ++appInits; }, "App");
@@ -244,6 +257,19 @@ TEST_F(ScriptObjects, ThrowingProxiesAndGettersFailCleanly) {
     EXPECT_EQ(reported.messages.back(), "RangeError: second is broken");
     // The context is still whole.
     EXPECT_EQ(textOf("1 + 1"), "2");
+}
+
+TEST_F(ScriptObjects, LooseObjectsAreKeptUntilTheHostIsIdle) {
+    size_t before = engine.liveSlotCount();
+    for (int i = 0; i < 10; ++i)
+        engine.newObject(context, nullptr);
+    EXPECT_EQ(engine.liveSlotCount(), before + 10);
+    engine.beginScope(context);
+    engine.dropLooseRoots();
+    EXPECT_EQ(engine.liveSlotCount(), before + 10);
+    engine.endScope(context);
+    engine.dropLooseRoots();
+    EXPECT_LE(engine.liveSlotCount(), before);
 }
 
 TEST_F(ScriptObjects, HugeArraysAndDeepRecursionStayInBounds) {

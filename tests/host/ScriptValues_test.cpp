@@ -59,6 +59,8 @@ TEST_F(ScriptValues, IntegersTruncateAsScriptDoes) {
 }
 
 TEST_F(ScriptValues, TextCrossesAsHostBytesOrMarkedUCS) {
+    // Without a converter host text is UTF-8.
+    engine.setEncodings(nullptr);
     struct Case {
         std::string in;   // as given to makeString
         std::string host; // read back as host bytes (UTF-8: no converter)

@@ -6,7 +6,8 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
+#include <initializer_list>
+#include <utility>
 
 namespace {
 
@@ -87,102 +88,46 @@ CAgg roundTrip(CAgg value, bool atomKeys = false) {
 
 TEST(QsCab, RoundTripsMapsAndVectors) {
     FakeHost host;
-    using Build = std::function<CAgg()>;
+    auto vectorOf = [](std::initializer_list<CAgg> items) {
+        CAgg v;
+        v.toVector();
+        for (const CAgg& item : items)
+            v.toVector().push_back(item);
+        return v;
+    };
+    auto mapOf = [](std::initializer_list<std::pair<const char*, CAgg>> entries) {
+        CAgg m;
+        m.toMap();
+        for (const auto& [key, item] : entries)
+            m[key] = item;
+        return m;
+    };
+    CAgg feeds;
+    feeds["Feeds"][0] = CAgg("http://example.com/rss");
+    feeds["Contents"]["http://example.com/rss"]["TTL"] = CAgg(60);
+    feeds["Contents"]["http://example.com/rss"]["IsRead"].toQsBool() = 1;
+    feeds["Kind"].toQsAtom() = QsAtomFromString("RSS");
     struct Case {
         const char* what;
-        Build value;
-        Build expected;
+        CAgg value, expected;
     } cases[] = {
-        {"vector of three",
-         [] {
-             CAgg v;
-             v[0] = CAgg(1);
-             v[1] = CAgg("two");
-             v[2] = CAgg(3.5);
-             return v;
-         },
-         [] {
-             CAgg v;
-             v[0] = CAgg(1);
-             v[1] = CAgg("two");
-             v[2] = CAgg(3.5);
-             return v;
-         }},
-        {"map with keys 0 and 1 comes back a vector",
-         [] {
-             CAgg m;
-             m["1"] = CAgg("b");
-             m["0"] = CAgg("a");
-             return m;
-         },
-         [] {
-             CAgg v;
-             v[0] = CAgg("a");
-             v[1] = CAgg("b");
-             return v;
-         }},
-        {"map with keys 1 and 2 stays a map",
-         [] {
-             CAgg m;
-             m["1"] = CAgg("a");
-             m["2"] = CAgg("b");
-             return m;
-         },
-         [] {
-             CAgg m;
-             m["1"] = CAgg("a");
-             m["2"] = CAgg("b");
-             return m;
-         }},
-        {"empty map comes back an empty vector",
-         [] {
-             CAgg m;
-             m.toMap();
-             return m;
-         },
-         [] {
-             CAgg v;
-             v.toVector();
-             return v;
-         }},
+        {"vector of three", vectorOf({CAgg(1), CAgg("two"), CAgg(3.5)}),
+         vectorOf({CAgg(1), CAgg("two"), CAgg(3.5)})},
+        {"map with keys 0 and 1 comes back a vector", mapOf({{"1", CAgg("b")}, {"0", CAgg("a")}}),
+         vectorOf({CAgg("a"), CAgg("b")})},
+        {"map with keys 1 and 2 stays a map", mapOf({{"1", CAgg("a")}, {"2", CAgg("b")}}),
+         mapOf({{"1", CAgg("a")}, {"2", CAgg("b")}})},
+        {"empty map comes back an empty vector", mapOf({}), vectorOf({})},
         {"empty name and escaped names survive",
-         [] {
-             CAgg m;
-             m[""] = CAgg(1);
-             m["a_b"] = CAgg(2);
-             m["\xE9t\xE9"] = CAgg(3);
-             return m;
-         },
-         [] {
-             CAgg m;
-             m[""] = CAgg(1);
-             m["a_b"] = CAgg(2);
-             m["\xE9t\xE9"] = CAgg(3);
-             return m;
-         }},
-        {"nested values and scalar kinds",
-         [] {
-             CAgg m;
-             m["Feeds"][0] = CAgg("http://example.com/rss");
-             m["Contents"]["http://example.com/rss"]["TTL"] = CAgg(60);
-             m["Contents"]["http://example.com/rss"]["IsRead"].toQsBool() = 1;
-             m["Kind"].toQsAtom() = QsAtomFromString("RSS");
-             return m;
-         },
-         [] {
-             CAgg m;
-             m["Feeds"][0] = CAgg("http://example.com/rss");
-             m["Contents"]["http://example.com/rss"]["TTL"] = CAgg(60);
-             m["Contents"]["http://example.com/rss"]["IsRead"].toQsBool() = 1;
-             m["Kind"].toQsAtom() = QsAtomFromString("RSS");
-             return m;
-         }},
+         mapOf({{"", CAgg(1)}, {"a_b", CAgg(2)}, {"\xE9t\xE9", CAgg(3)}}),
+         mapOf({{"", CAgg(1)}, {"a_b", CAgg(2)}, {"\xE9t\xE9", CAgg(3)}})},
+        {"nested values and scalar kinds", feeds, feeds},
     };
     for (const auto& test : cases) {
         SCOPED_TRACE(test.what);
-        CAgg back = roundTrip(test.value());
-        EXPECT_EQ(back.getType(), test.expected().getType());
-        EXPECT_TRUE(back == test.expected());
+        CAgg back = roundTrip(test.value);
+        EXPECT_EQ(back.getType(), test.expected.getType());
+        EXPECT_TRUE(back == test.expected);
     }
     EXPECT_EQ(host.cabinets().liveCount(), 0u);
 }
