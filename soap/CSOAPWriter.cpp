@@ -126,6 +126,7 @@ void CSOAPWriter::setName(CXMLElement& element, const QName& name) {
         element.setName(name.name.get());
         return;
     }
+    // Every name in a namespace declares a fresh prefix, even for a namespace declared before.
     std::string prefix = SOAPUTF8(createNSPrefix());
     element.setAttribute(SOAPEStrFromUTF8("xmlns:" + prefix), name.nameSpace);
     element.setName(SOAPEStrFromUTF8(prefix + ":" + SOAPUTF8(name.name)).get());
