@@ -41,8 +41,9 @@ void CMultipartWriter::addPartWithID(const _EStrRec* contentId, const char* cont
                                      const char* transferEncoding, QsStm stream) {
     CAgg record;
     record["Data"] = CAgg(stream, 1);
-    record["Content-Type"] = CAgg(contentType ? contentType : "");
-    record["Content-Transfer-Encoding"] = CAgg(transferEncoding ? transferEncoding : "");
+    record["Content-Type"] = CAgg(SOAPEStrFromUTF8(contentType ? contentType : "").get());
+    record["Content-Transfer-Encoding"] =
+        CAgg(SOAPEStrFromUTF8(transferEncoding ? transferEncoding : "").get());
     record["Content-Id"] = CAgg(contentId);
     m_parts[contentId] = std::move(record);
     if (m_parts.toMap().size() == 1)
@@ -71,7 +72,7 @@ CEStr CMultipartWriter::addPart(const _EStrRec* name, const char* contentType,
 void CMultipartWriter::setDefaultPart(const _EStrRec* id) {
     m_defaultPartID = id;
     std::string contentType = "multipart/related; ";
-    contentType += "type=\"text/xml\"; ";
+    contentType += "type=\"text/xml\"; "; // text/xml for SOAP 1.2 too
     contentType += "start=\"<" + SOAPUTF8(id) + ">\"; ";
     contentType += "boundary=\"" + SOAPUTF8(m_boundary) + "\"";
     m_contentType = SOAPEStrFromUTF8(contentType);
