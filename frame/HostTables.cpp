@@ -5,8 +5,8 @@ uint32_t gCoreVersion = 0;
 
 IVellSupport* gVellSupportHFT = nullptr;
 uint32_t gVellSupportVersion = 0;
-HFT gLobHFT = nullptr;
-HFT gDkModelHFT = nullptr;
+IDocumentModel* gLobHFT = nullptr;
+IDocumentModel* gDkModelHFT = nullptr;
 HFT gPDFEditWriteHFT = nullptr;
 HFT gPDFEditReadHFT = nullptr;
 HFT gDkSysFontHFT = nullptr;

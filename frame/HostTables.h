@@ -7,6 +7,7 @@
 #pragma once
 
 #include "frame/host/ICore.h"
+#include "frame/host/IDocumentModel.h"
 #include "frame/host/IEncodings.h"
 #include "frame/host/IHostTable.h"
 #include "frame/host/INetwork.h"
@@ -23,8 +24,8 @@ extern uint32_t gCoreVersion;
 
 extern IVellSupport* gVellSupportHFT;
 extern uint32_t gVellSupportVersion;
-extern HFT gLobHFT;
-extern HFT gDkModelHFT;
+extern IDocumentModel* gLobHFT;
+extern IDocumentModel* gDkModelHFT;
 extern HFT gPDFEditWriteHFT;
 extern HFT gPDFEditReadHFT;
 extern HFT gDkSysFontHFT;

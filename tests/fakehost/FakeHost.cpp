@@ -40,6 +40,8 @@ FakeHost::FakeHost() {
     gVellSupportVersion = 0x60000;
     gVellViewHFT = &m_view;
     gQsExtraHFT = &m_extra;
+    gLobHFT = &m_documents;
+    gDkModelHFT = &m_documents;
     gBaseKitHFT = &m_encodings;
     gBaseKitVersion = 0x70000;
     // The converter answers the best encoding of a text as this table too, imported on use.
@@ -57,6 +59,8 @@ FakeHost::~FakeHost() {
     gVellSupportVersion = 0;
     gVellViewHFT = nullptr;
     gQsExtraHFT = nullptr;
+    gLobHFT = nullptr;
+    gDkModelHFT = nullptr;
     gBaseKitHFT = nullptr;
     gBaseKitVersion = 0;
     gVellScriptInterfaceHFT = nullptr;
@@ -69,6 +73,8 @@ void FakeHost::registerTables() {
     m_core.registerTable("VellSupport", 0x50000, &m_support);
     m_core.registerTable("VellView", 0x60000, &m_view);
     m_core.registerTable("QsExtra", 0x50000, &m_extra);
+    m_core.registerTable("Lob", 0x50000, &m_documents);
+    m_core.registerTable("DkModel", 0x50000, &m_documents);
     m_core.registerTable("BaseKit", 0x70000, &m_encodings);
     m_core.registerTable("NetSpan", 0x70000, &m_network);
 }

@@ -10,6 +10,7 @@
 #include "host/core/CHostCore.h"
 #include "host/encodings/CIconvEncodings.h"
 #include "host/script/CSpiderMonkeyEngine.h"
+#include "tests/fakehost/FakeDocumentModel.h"
 #include "tests/fakehost/FakeIdle.h"
 #include "tests/fakehost/FakeNetwork.h"
 #include "tests/fakehost/FakeScriptConsole.h"
@@ -90,6 +91,8 @@ public:
     FakeVellSupport& support() { return m_support; }
     FakeVellView& view() { return m_view; }
     FakeQsExtra& extra() { return m_extra; }
+    /// The document model behind "Lob" and "DkModel".
+    FakeDocumentModel& documents() { return m_documents; }
     CIconvEncodings& encodings() { return m_encodings; }
     FakeNetwork& network() { return m_network; }
 
@@ -108,6 +111,7 @@ private:
     FakeVellSupport m_support;
     FakeVellView m_view;
     FakeQsExtra m_extra;
+    FakeDocumentModel m_documents;
     CIconvEncodings m_encodings;
     FakeNetwork m_network{m_view.fakeIdle()};
     FakeScriptConsole m_scriptConsole;

@@ -50,7 +50,9 @@ void FakeIdle::runDue() {
     std::erase_if(m_entries, [](const Entry& entry) { return !entry.live; });
 }
 
-void FakeIdle::runIdle() { runDue(); }
+void FakeIdle::runIdle() {
+    runDue();
+}
 
 void FakeIdle::advanceTicks(uint64_t n) {
     for (uint64_t i = 0; i < n; ++i) {
