@@ -28,9 +28,43 @@ HFT gFormFlowHFT = nullptr;
 HFT gVellCrawlerHFT = nullptr;
 IScriptEngine* gESHFT = nullptr;
 
-IIdle* HostIdle() { return gVellViewHFT ? gVellViewHFT->idle() : nullptr; }
-IFileSystem* HostFiles() { return gVellSupportHFT ? gVellSupportHFT->files() : nullptr; }
-ICabinets* HostCabinets() { return gVellSupportHFT ? gVellSupportHFT->cabinets() : nullptr; }
+void ResetHostTables() {
+    gCoreHFT = nullptr;
+    gCoreVersion = 0;
+    gVellSupportHFT = nullptr;
+    gVellSupportVersion = 0;
+    gLobHFT = nullptr;
+    gDkModelHFT = nullptr;
+    gPDFEditWriteHFT = nullptr;
+    gPDFEditReadHFT = nullptr;
+    gDkSysFontHFT = nullptr;
+    gPageDkEContentHFT = nullptr;
+    gVellViewHFT = nullptr;
+    gDkSWriteHFT = nullptr;
+    gDkSReadHFT = nullptr;
+    gUnixHFT = nullptr;
+    gQsExtraHFT = nullptr;
+    gVellViewPollenHFT = nullptr;
+    gNetSpanHFT = nullptr;
+    gBaseKitHFT = nullptr;
+    gBaseKitVersion = 0;
+    gVellScriptInterfaceHFT = nullptr;
+    gVellViewUserInterfaceHFT = nullptr;
+    gLinkWeaverHFT = nullptr;
+    gFormFlowHFT = nullptr;
+    gVellCrawlerHFT = nullptr;
+    gESHFT = nullptr;
+}
+
+IIdle* HostIdle() {
+    return gVellViewHFT ? gVellViewHFT->idle() : nullptr;
+}
+IFileSystem* HostFiles() {
+    return gVellSupportHFT ? gVellSupportHFT->files() : nullptr;
+}
+ICabinets* HostCabinets() {
+    return gVellSupportHFT ? gVellSupportHFT->cabinets() : nullptr;
+}
 IPreferences* HostPreferences() {
     return gVellSupportHFT ? gVellSupportHFT->preferences() : nullptr;
 }

@@ -52,6 +52,9 @@ class IIdle;
 class IFileSystem;
 class ICabinets;
 
+/// Forgets every table reference and version, as before the handshake.
+void ResetHostTables();
+
 /// The idle clock of the viewer layer; null without it.
 IIdle* HostIdle();
 /// The file system of the support layer; null without it.

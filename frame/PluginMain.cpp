@@ -1,1 +1,79 @@
-// The loader entry of SOAP.so. Filled in by the life-cycle work; kept minimal so the product links.
+// The loader entry of SOAP.so, and the one place that knows every module.
+//
+// PluginMain is the plug-in's only exported symbol. It hands the frame the product: CppInit and
+// CppTerm, which create, bring up, take down and free the modules in their fixed order; the
+// authentication callbacks of the two network clients; and the entries of the exported tables
+// "SOAP" and "JSPNL".
+#include "discovery/CJSDiscoveryModule.h"
+#include "frame/CModule.h"
+#include "frame/HostTables.h"
+#include "frame/PluginEntry.h"
+#include "frame/ZString.h"
+#include "rss/CRSSManagerModule.h"
+#include "rss/CRSSModule.h"
+#include "scriptui/CJSPNLModule.h"
+#include "scriptui/CJSToolButtonModule.h"
+#include "scriptui/JSVxViewModule.h"
+#include "soap/CSoapModule.h"
+#include "soap/InteractiveAuth.h"
+#include "tracker/CVxTasksModule.h"
+#include "tracker/CVxURLCommandModule.h"
+#include "tracker/RSSPanel.h"
+#include "tracker/TrackerAuth.h"
+
+// Built at load, and so on the registry before any other module: it runs last.
+JSVxViewModule gJSVxViewModule;
+
+namespace {
+
+// The text provider "SOAPString": a script reads SOAPString.IDS_... for a message.
+bool SOAPStringProvider(const char* key, QsTextRec* text) {
+    miGetZStringEx(miGetZStringID(key), text);
+    return true;
+}
+
+void CppInit() {
+    SOAPInit();
+    JSPNLInit();
+    JSToolButtonInit();
+    CVxInboxPanelInit();
+    CVxTasksInit();
+    CVxURLCommandsInit();
+    CRSSManagerInit();
+    JSDiscoveryInit();
+    JSRSSInit();
+    // CSharedTrackerObserverInit, the shared Tracker's start-up procedure, comes here with the
+    // instance channel.
+    CModule::initAll();
+    if (gESHFT)
+        gESHFT->registerStringProvider("SOAPString", SOAPStringProvider);
+}
+
+void CppTerm() {
+    CModule::termAll();
+    JSRSSTerm();
+    JSDiscoveryTerm();
+    CRSSManagerTerm();
+    CVxURLCommandsTerm();
+    CVxTasksTerm();
+    CVxInboxPanelTerm();
+    JSToolButtonTerm();
+    JSPNLTerm();
+    SOAPTerm();
+}
+
+// The exported tables' entries by index are added with the functions that serve them: "SOAP"
+// 1 CSOAPRequest to 26 SupportsFeedProtocol, "JSPNL" 1 PNLDialogUDExec and 2
+// PNLCreatePrefsPanel. None is here yet; an index without an entry stays unset.
+const PIProduct kProduct = {
+    CppInit, CppTerm, InteractiveAuthCB, TrackerAuthCB, {}, {},
+};
+
+} // namespace
+
+extern "C" __attribute__((visibility("default"))) int32_t PluginMain(uint32_t appHandshakeVersion,
+                                                                     uint32_t* handshakeVersion,
+                                                                     PISetupSDKProc* setupProc,
+                                                                     uint32_t handle) {
+    return PIMain(kProduct, appHandshakeVersion, handshakeVersion, setupProc, handle);
+}

@@ -6,6 +6,8 @@
 #include <cstdlib>
 
 QsAtom QsAtomFromString(const char* text) {
+    if (!gCoreHFT)
+        return kQsNullAtom;
     return gCoreHFT->atomFromString(text ? text : "");
 }
 
@@ -18,7 +20,9 @@ const char* QsAtomGetString(QsAtom atom) {
 
 // Without a core table (before the handshake, or in a program that links the logic alone) the
 // C library's allocator stands in for the viewer's.
-void* QsMalloc(size_t size) { return gCoreHFT ? gCoreHFT->memMalloc(size) : std::malloc(size); }
+void* QsMalloc(size_t size) {
+    return gCoreHFT ? gCoreHFT->memMalloc(size) : std::malloc(size);
+}
 
 void* QsCalloc(size_t count, size_t size) {
     return gCoreHFT ? gCoreHFT->memCalloc(count, size) : std::calloc(count, size);
@@ -49,4 +53,41 @@ void* QsSureRealloc(void* block, size_t size) {
     if (!grown)
         raiseHostError(kHostErrNoMemory);
     return grown;
+}
+
+QsCallback QsCallbackCreate(ExtensionID extension, QsProc proc) {
+    return gCoreHFT ? gCoreHFT->callbackCreate(extension, proc) : nullptr;
+}
+
+void QsCallbackDestroy(QsCallback callback) {
+    if (gCoreHFT && callback)
+        gCoreHFT->callbackDestroy(callback);
+}
+
+HFT QsExtensionMgrGetHFT(QsAtom name, uint32_t version) {
+    return gCoreHFT ? gCoreHFT->extensionMgrGetHFT(name, version) : nullptr;
+}
+
+int32_t HFTGetVersion(HFT table) {
+    return table ? table->hftVersion() : -1;
+}
+
+bool HFTIsValid(HFT table) {
+    return table != nullptr;
+}
+
+HFTServer HFTServerNew(const char* name, QsCallback provide, QsCallback destroy, void* data) {
+    // A callback is callable with its procedure's own signature.
+    return gCoreHFT ? gCoreHFT->hftServerNew(name, reinterpret_cast<HFTServerProvideProc>(provide),
+                                             reinterpret_cast<HFTServerDestroyProc>(destroy), data)
+                    : nullptr;
+}
+
+IEntryTable* HFTNew(HFTServer server, int32_t entryCount) {
+    return gCoreHFT ? gCoreHFT->hftNew(server, entryCount) : nullptr;
+}
+
+void HFTReplaceEntry(IEntryTable* table, int32_t index, QsCallback callback) {
+    if (gCoreHFT && table)
+        gCoreHFT->hftReplaceEntry(table, index, callback);
 }

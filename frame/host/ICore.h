@@ -36,7 +36,8 @@ public:
     virtual void* memRealloc(void* block, size_t size) = 0;
     virtual void memFree(void* block) = 0;
 
-    /// Wraps a procedure so the viewer can call it; may return the procedure itself.
+    /// Wraps a procedure so the viewer can call it: the callback is callable with the
+    /// procedure's own signature, and may be the procedure itself.
     virtual QsCallback callbackCreate(ExtensionID extension, QsProc proc) = 0;
     virtual void callbackDestroy(QsCallback callback) = 0;
 

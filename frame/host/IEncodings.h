@@ -6,6 +6,7 @@
 // for a run of units.
 #pragma once
 
+#include "frame/host/ICore.h"
 #include "frame/host/IHostTable.h"
 
 #include <cstddef>
@@ -31,4 +32,12 @@ public:
     /// when it can hold them all; null when none of the converter's encodings can.
     virtual const char* bestEncoding(const char16_t* units, size_t count,
                                      const char* preferred) = 0;
+
+    /// A further table of the BaseKit family at exactly that version ("VellViewUserInterface"),
+    /// or null. A converter that serves no family answers null.
+    virtual HFT getHFT(QsAtom name, uint32_t version) {
+        (void)name;
+        (void)version;
+        return nullptr;
+    }
 };

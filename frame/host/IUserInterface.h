@@ -12,7 +12,12 @@
 
 /// Kinds of viewer notification.
 enum : int32_t {
+    /// The application is about to quit; sent before the plug-ins are unloaded.
     kVxNotifyAppWillQuit = 1,
+    /// Every plug-in has been initialised.
+    kVxNotifyAppDidInitExtensions = 2,
+    /// The application has finished starting.
+    kVxNotifyAppDidInit = 3,
 };
 
 /// A notification procedure; data is what it was registered with.

@@ -51,6 +51,9 @@ public:
     };
     const std::vector<Request>& requests() const { return m_requests; }
 
+    /// Callbacks created and not yet destroyed.
+    int liveCallbacks() const { return m_liveCallbacks; }
+
     /// Calls every table server's destroy procedure and forgets the servers.
     void destroyServers();
 
@@ -59,6 +62,7 @@ private:
     class EntryTable;
 
     int32_t m_version = 0x20000;
+    int m_liveCallbacks = 0;
     std::vector<std::string> m_atomTexts;
     std::unordered_map<std::string, QsAtom> m_atoms;
     std::map<std::pair<std::string, uint32_t>, HFT> m_tables;

@@ -44,27 +44,16 @@ FakeHost::FakeHost() {
     gDkModelHFT = &m_documents;
     gBaseKitHFT = &m_encodings;
     gBaseKitVersion = 0x70000;
+    gVellViewUserInterfaceHFT = &m_ui;
+    gNetSpanHFT = &m_network;
     // The converter answers the best encoding of a text as this table too, imported on use.
     m_core.registerTable("VellScriptInterface", 0x70000, &m_encodings);
-    gNetSpanHFT = &m_network;
 }
 
 FakeHost::~FakeHost() {
     // The engine goes first: its last collection runs finalisers that may still use the tables.
     m_scriptEngine.reset();
-    gESHFT = nullptr;
-    gCoreHFT = nullptr;
-    gCoreVersion = 0;
-    gVellSupportHFT = nullptr;
-    gVellSupportVersion = 0;
-    gVellViewHFT = nullptr;
-    gQsExtraHFT = nullptr;
-    gLobHFT = nullptr;
-    gDkModelHFT = nullptr;
-    gBaseKitHFT = nullptr;
-    gBaseKitVersion = 0;
-    gVellScriptInterfaceHFT = nullptr;
-    gNetSpanHFT = nullptr;
+    ResetHostTables();
 }
 
 void FakeHost::registerTables() {
@@ -75,11 +64,24 @@ void FakeHost::registerTables() {
     m_core.registerTable("QsExtra", 0x50000, &m_extra);
     m_core.registerTable("Lob", 0x50000, &m_documents);
     m_core.registerTable("DkModel", 0x50000, &m_documents);
-    m_core.registerTable("BaseKit", 0x70000, &m_encodings);
+    // The tables the handshake requires but no code of the plug-in calls.
+    const std::pair<const char*, uint32_t> bare[] = {
+        {"PDFEditWrite", 0x40000}, {"PDFEditRead", 0x40000},
+        {"DkSysFont", 0x40000},    {"PageDkEContent", 0x60000},
+        {"DkSWrite", 0x60000},     {"DkSRead", 0x60000},
+        {"Unix", 0x80040001},      {"VellViewPollen", 0x50000},
+    };
+    for (const auto& [name, version] : bare) {
+        m_bareTables.push_back(std::make_unique<CBareTable>(version));
+        m_core.registerTable(name, version, m_bareTables.back().get());
+    }
     m_core.registerTable("NetSpan", 0x70000, &m_network);
+    m_core.registerTable("BaseKit", 0x70000, &m_baseKit);
+    m_core.registerTable("VellViewUserInterface", 0x60000, &m_ui);
+    m_core.registerTable("ESHFT", 256, &scriptEngine());
 }
 
-CSpiderMonkeyEngine& FakeHost::installScriptEngine() {
+CSpiderMonkeyEngine& FakeHost::scriptEngine() {
     if (!m_scriptEngine) {
         m_scriptEngine = std::make_unique<CSpiderMonkeyEngine>();
         m_scriptEngine->setCore(&m_core);
@@ -87,6 +89,10 @@ CSpiderMonkeyEngine& FakeHost::installScriptEngine() {
         m_scriptEngine->setUserInterface(gVellViewUserInterfaceHFT);
         m_scriptEngine->setConsole(&m_scriptConsole);
     }
-    gESHFT = m_scriptEngine.get();
+    return *m_scriptEngine;
+}
+
+CSpiderMonkeyEngine& FakeHost::installScriptEngine() {
+    gESHFT = &scriptEngine();
     return *m_scriptEngine;
 }

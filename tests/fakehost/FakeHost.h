@@ -1,19 +1,25 @@
 // The test host: the host tables of the plug-in, deterministic and in memory.
 //
-// A test makes one FakeHost; while it lives the g...HFT globals point at its tables, as they would
-// after the life cycle's import steps. Its tables can be reached and steered through accessors.
+// A test makes one FakeHost; while it lives the g...HFT globals of the support, view, extra,
+// BaseKit, user-interface and network tables point at its tables, as they would after the life
+// cycle's import steps. Its tables can be reached and steered through accessors, and offered to
+// a handshake by registerTables. Its end forgets every table reference.
 #pragma once
 
 #include "frame/host/IQsExtra.h"
 #include "frame/host/IVellSupport.h"
 #include "frame/host/IVellView.h"
+#include "host/basekit/CBaseKit.h"
+#include "host/core/CBareTable.h"
 #include "host/core/CHostCore.h"
 #include "host/encodings/CIconvEncodings.h"
 #include "host/script/CSpiderMonkeyEngine.h"
 #include "tests/fakehost/FakeDocumentModel.h"
+#include "tests/fakehost/FakeEncodings.h"
 #include "tests/fakehost/FakeIdle.h"
 #include "tests/fakehost/FakeNetwork.h"
 #include "tests/fakehost/FakeScriptConsole.h"
+#include "tests/fakehost/FakeUserInterface.h"
 
 #include <map>
 #include <memory>
@@ -94,6 +100,7 @@ public:
     /// The document model behind "Lob" and "DkModel".
     FakeDocumentModel& documents() { return m_documents; }
     CIconvEncodings& encodings() { return m_encodings; }
+    FakeUserInterface& ui() { return m_ui; }
     FakeNetwork& network() { return m_network; }
 
     /// Offers every table under its name and version in the core's registry, as the reference
@@ -101,9 +108,12 @@ public:
     void registerTables();
 
     /// Makes the real script engine the script table (gESHFT) until the host goes, with the
-    /// atoms of core(), the encoding and user-interface tables set at this moment, and
+    /// atoms of core(), the encoding and user-interface tables set when it is made, and
     /// scriptConsole() for its console.
     CSpiderMonkeyEngine& installScriptEngine();
+    /// The real script engine, made on first use as installScriptEngine says, without making it
+    /// the script table.
+    CSpiderMonkeyEngine& scriptEngine();
     FakeScriptConsole& scriptConsole() { return m_scriptConsole; }
 
 private:
@@ -113,7 +123,10 @@ private:
     FakeQsExtra m_extra;
     FakeDocumentModel m_documents;
     CIconvEncodings m_encodings;
+    CBaseKit m_baseKit{m_encodings, m_core};
+    FakeUserInterface m_ui;
     FakeNetwork m_network{m_view.fakeIdle()};
+    std::vector<std::unique_ptr<CBareTable>> m_bareTables;
     FakeScriptConsole m_scriptConsole;
     std::unique_ptr<CSpiderMonkeyEngine> m_scriptEngine;
 };

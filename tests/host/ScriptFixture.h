@@ -14,7 +14,10 @@
 
 class ScriptTest : public ::testing::Test {
 protected:
-    ScriptTest() : engine(host.installScriptEngine()), context(engine.newContext("App", nullptr)) {}
+    ScriptTest() : engine(host.installScriptEngine()), context(engine.newContext("App", nullptr)) {
+        // These tests read host text as UTF-8, which is the engine's way without a converter.
+        engine.setEncodings(nullptr);
+    }
 
     ~ScriptTest() override {
         for (ESVal slot : m_slots)

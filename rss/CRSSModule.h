@@ -1,0 +1,15 @@
+// The module of the script RSS object.
+#pragma once
+
+#include "frame/CModule.h"
+
+class CRSSModule final : public CModule {
+public:
+    /// Registers the per-context initialiser of the RSS object.
+    bool init() override;
+};
+
+/// Creates the module, which puts it on the registry.
+void JSRSSInit();
+/// Frees the module.
+void JSRSSTerm();
