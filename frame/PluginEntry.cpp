@@ -95,7 +95,7 @@ struct RequiredTable {
     bool (*import)(const char* name, uint32_t version);
 };
 
-template <HFT* Slot> bool importBare(const char* name, uint32_t version) {
+template <auto Slot> bool importBare(const char* name, uint32_t version) {
     return importRequired(name, version, *Slot);
 }
 
