@@ -40,6 +40,8 @@ FakeHost::FakeHost() {
     gVellSupportVersion = 0x60000;
     gVellViewHFT = &m_view;
     gQsExtraHFT = &m_extra;
+    m_support.setFiles(&m_files);
+    m_support.setCabinets(&m_cabinets);
     gLobHFT = &m_documents;
     gDkModelHFT = &m_documents;
     gBaseKitHFT = &m_encodings;

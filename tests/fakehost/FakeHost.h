@@ -14,8 +14,10 @@
 #include "host/core/CHostCore.h"
 #include "host/encodings/CIconvEncodings.h"
 #include "host/script/CSpiderMonkeyEngine.h"
+#include "tests/fakehost/FakeCabinets.h"
 #include "tests/fakehost/FakeDocumentModel.h"
 #include "tests/fakehost/FakeEncodings.h"
+#include "tests/fakehost/FakeFileSystem.h"
 #include "tests/fakehost/FakeIdle.h"
 #include "tests/fakehost/FakeNetwork.h"
 #include "tests/fakehost/FakeScriptConsole.h"
@@ -97,6 +99,8 @@ public:
     FakeVellSupport& support() { return m_support; }
     FakeVellView& view() { return m_view; }
     FakeQsExtra& extra() { return m_extra; }
+    FakeFileSystem& files() { return m_files; }
+    FakeCabinets& cabinets() { return m_cabinets; }
     /// The document model behind "Lob" and "DkModel".
     FakeDocumentModel& documents() { return m_documents; }
     CIconvEncodings& encodings() { return m_encodings; }
@@ -121,6 +125,8 @@ private:
     FakeVellSupport m_support;
     FakeVellView m_view;
     FakeQsExtra m_extra;
+    FakeFileSystem m_files;
+    FakeCabinets m_cabinets{m_core, m_files};
     FakeDocumentModel m_documents;
     CIconvEncodings m_encodings;
     CBaseKit m_baseKit{m_encodings, m_core};

@@ -1,0 +1,33 @@
+// The reference host's cabinets: each stored cabinet is one file of its byte form (a GVariant,
+// host/cabinets/CabinetBytes.h) at <root>/<section>/<name>.
+//
+// A save replaces the file atomically (a temporary file, fsync, rename), so a crash in the middle
+// leaves the old file or the new one. A file that cannot be read as a cabinet counts as absent
+// and is set aside as <file>.corrupt, on a load as on a save, so that nothing is overwritten
+// blindly.
+#pragma once
+
+#include "host/cabinets/CMemoryCabinets.h"
+
+#include <optional>
+#include <string>
+
+class CGVariantCabinets final : public CMemoryCabinets {
+public:
+    /// Cabinets under $XDG_DATA_HOME/vellum/.
+    explicit CGVariantCabinets(ICore& core);
+    /// Cabinets under a given root folder.
+    CGVariantCabinets(ICore& core, std::string root);
+
+    QsCab loadCabinet(const char* section, const char* name) override;
+    void saveCabinet(QsCab cab, const char* section, const char* name) override;
+
+    /// The file of a section and name; nothing when either is no plain path component.
+    std::optional<std::string> fileOf(const char* section, const char* name) const;
+
+private:
+    /// The cabinet in the file, or null; a file that is no cabinet is set aside.
+    QsCab loadFile(const std::string& path);
+
+    std::string m_root;
+};

@@ -1,0 +1,292 @@
+#include "values/QsCab.h"
+
+#include "frame/HostError.h"
+#include "frame/HostTables.h"
+#include "frame/QsCore.h"
+#include "frame/miString.h"
+
+#include <cctype>
+#include <cstring>
+#include <string>
+
+namespace {
+
+ICabinets& cabinets() {
+    ICabinets* cabs = HostCabinets();
+    if (!cabs)
+        raiseHostError(kHostErrGeneral);
+    return *cabs;
+}
+
+/// The units of a text: UCS units as they are, the bytes of any other encoding one by one.
+std::u16string unitsOf(const _EStrRec* s) {
+    std::u16string units;
+    long count = EStrGetCharLen(s);
+    units.reserve(static_cast<size_t>(count));
+    bool ucs = EStrGetEncoding(s) == kEStrUCS || EStrGetEncoding(s) == kEStrUCSShaped;
+    for (long i = 0; i < count; ++i) {
+        uint16_t unit = EStrCharAt(s, i);
+        units.push_back(static_cast<char16_t>(ucs ? unit : unit & 0xFF));
+    }
+    return units;
+}
+
+void putValue(ICabinets& cabs, QsCab cab, const char* key, CAgg& value, int level);
+
+// Fills a cabinet at a nesting level (the top is 1) from a map or a vector.
+void fillCabinet(ICabinets& cabs, QsCab cab, CAgg& value, int level) {
+    if (value.getType() == CAgg::eVector) {
+        CAgg::CAggVector& items = value.toVector();
+        for (size_t i = 0; i < items.size(); ++i) {
+            char key[24];
+            miSnprintf(key, sizeof key, "%d", static_cast<int>(i));
+            putValue(cabs, cab, key, items[i], level);
+        }
+        return;
+    }
+    for (auto& [key, item] : value.toMap()) {
+        CEStr pdfKey = CEStr::adopt(EStrCopySetEncoding(key.get(), kEStrPDFDoc));
+        putValue(cabs, cab, QsCabEncodeName(pdfKey).c_str(), item, level);
+    }
+}
+
+void freeCell(void* cell) {
+    QsFree(cell);
+}
+
+void putValue(ICabinets& cabs, QsCab cab, const char* key, CAgg& value, int level) {
+    value.convert(CAgg::eVector, CAgg::eMap, CAgg::eEStr, CAgg::eQsAtom, CAgg::eQsBool,
+                  CAgg::eQsInt32, CAgg::eDouble, CAgg::eQsStm, CAgg::eVxIcon);
+    switch (value.getType()) {
+    case CAgg::eEStr: {
+        EStr& text = value.toEStr();
+        EStrSetEncoding(text, kEStrAuto);
+        QsTextRec units;
+        QsTextFromEStr(text, &units);
+        cabs.putText(cab, key, units);
+        return;
+    }
+    case CAgg::eQsAtom:
+        cabs.putAtom(cab, key, value.toQsAtom());
+        return;
+    case CAgg::eQsInt32:
+        cabs.putInt(cab, key, value.toQsInt32());
+        return;
+    case CAgg::eQsBool:
+        cabs.putBool(cab, key, value.toQsBool() != 0);
+        return;
+    case CAgg::eDouble:
+        cabs.putDouble(cab, key, value.todouble());
+        return;
+    case CAgg::eMap:
+    case CAgg::eVector: {
+        // Deeper than the host keeps, a nested value is left out.
+        if (level >= kQsCabMaxDepth)
+            return;
+        QsCab nested = cabs.newCabinet();
+        fillCabinet(cabs, nested, value, level + 1);
+        cabs.putCabinet(cab, key, nested);
+        return;
+    }
+    case CAgg::eQsStm: {
+        auto* cell = static_cast<QsStm*>(QsSureCalloc(1, sizeof(QsStm)));
+        *cell = value.toQsStm();
+        cabs.putPointer(cab, key, "QsStm", cell, freeCell);
+        return;
+    }
+    case CAgg::eVxIcon:
+        cabs.putPointer(cab, key, "VxIcon", value.toVxIcon(), nullptr);
+        return;
+    default:
+        return;
+    }
+}
+
+/// Whether a key is all decimal digits and reads as the number expected.
+bool isIndex(const std::string& key, long expected) {
+    if (key.empty() || key.size() > 9)
+        return false;
+    long number = 0;
+    for (char c : key) {
+        if (c < '0' || c > '9')
+            return false;
+        number = number * 10 + (c - '0');
+    }
+    return number == expected;
+}
+
+void fillValue(ICabinets& cabs, CAgg& value, QsCab cab, bool atomKeys, int level);
+
+void readEntry(ICabinets& cabs, QsCab cab, const QsCabKeyInfo& info, CAgg& entry, bool atomKeys,
+               int level) {
+    const char* key = info.key.c_str();
+    switch (info.kind) {
+    case kQsCabBool:
+        entry.toQsBool() = cabs.getBool(cab, key).value_or(false) ? 1 : 0;
+        return;
+    case kQsCabInt:
+        entry.toQsInt32() = cabs.getInt(cab, key).value_or(0);
+        return;
+    case kQsCabAtom:
+        entry.toQsAtom() = cabs.getAtom(cab, key).value_or(kQsNullAtom);
+        return;
+    case kQsCabDouble:
+        entry.todouble() = cabs.getDouble(cab, key).value_or(0);
+        return;
+    case kQsCabString: {
+        std::string bytes = cabs.getString(cab, key).value_or("");
+        EStrSetBytesWithSize(entry.toEStr(), bytes.data(), static_cast<long>(bytes.size()),
+                             kEStrAuto);
+        return;
+    }
+    case kQsCabText: {
+        QsTextRec text{cabs.getText(cab, key).value_or(u"")};
+        CEStr converted = CEStr::adopt(EStrNewFromQsText(&text));
+        entry = CAgg(converted.get());
+        return;
+    }
+    case kQsCabPointer: {
+        auto pointer = cabs.getPointer(cab, key);
+        // A stored cabinet keeps no address: its stream cell reads as nothing.
+        if (pointer && pointer->type == "QsStm" && pointer->pointer)
+            entry = CAgg(*static_cast<QsStm*>(pointer->pointer), 0);
+        return;
+    }
+    case kQsCabCabinet:
+        if (level < kQsCabMaxDepth)
+            fillValue(cabs, entry, cabs.getCabinet(cab, key), atomKeys, level + 1);
+        return;
+    case kQsCabUns32:
+        entry.toQsInt32() = static_cast<QsInt32>(cabs.getUns32(cab, key).value_or(0));
+        return;
+    case kQsCabBinary: // binary data is not converted; the entry stays void
+    case kQsCabNull:
+        return;
+    }
+}
+
+void fillValue(ICabinets& cabs, CAgg& value, QsCab cab, bool atomKeys, int level) {
+    value = CAgg();
+    std::vector<QsCabKeyInfo> keys = cabs.keys(cab);
+    if (keys.empty()) {
+        value.toVector();
+        return;
+    }
+    if (atomKeys)
+        value.toQsAtomMap();
+    else
+        value.toMap();
+    long counter = 0;
+    for (const auto& info : keys) {
+        if (counter >= 0)
+            counter = isIndex(info.key, counter) ? counter + 1 : -1;
+        CEStr name(""); // "_sSs_" leaves it so: the empty name
+        QsCabDecodeName(CEStr(info.key.c_str()), name);
+        readEntry(cabs, cab, info, value[name], atomKeys, level);
+    }
+    if (counter >= 0)
+        value.convert(CAgg::eVector);
+}
+
+} // namespace
+
+_t_QsCabinet* CAgg2QsCab(CAgg& value) {
+    ICabinets& cabs = cabinets();
+    value.convert(CAgg::eVector, CAgg::eMap);
+    QsCab cab = cabs.newCabinet();
+    fillCabinet(cabs, cab, value, 1);
+    return cab;
+}
+
+void QsCab2CAgg(CAgg& value, _t_QsCabinet* cab) {
+    ICabinets* cabs = HostCabinets();
+    if (!cabs || !cab) {
+        value = CAgg();
+        value.toVector();
+        return;
+    }
+    fillValue(*cabs, value, cab, false, 1);
+}
+
+void QsCabToCAggWithAtomMap(CAgg& value, _t_QsCabinet* cab) {
+    ICabinets* cabs = HostCabinets();
+    if (!cabs || !cab) {
+        value = CAgg();
+        value.toVector();
+        return;
+    }
+    fillValue(*cabs, value, cab, true, 1);
+}
+
+CEStr QsCabEncodeName(const CEStr& name) {
+    CEStr ucs = CEStr::adopt(EStrCopySetEncoding(name.get(), kEStrUCS));
+    std::u16string units = unitsOf(ucs.get());
+    if (units.empty())
+        return CEStr("_sSs_", kEStrPDFDoc);
+    std::string escaped;
+    escaped.reserve(units.size());
+    for (char16_t unit : units) {
+        if (unit < 0x80 && std::isalnum(static_cast<unsigned char>(unit))) {
+            escaped += static_cast<char>(unit);
+            continue;
+        }
+        char hex[8];
+        miSnprintf(hex, sizeof hex, "_%04x", static_cast<unsigned>(unit));
+        escaped += hex;
+    }
+    return CEStr(escaped.c_str(), kEStrPDFDoc);
+}
+
+namespace {
+
+// A hexadecimal digit; any other unit gives its low 4 bits, as the escapes were always read.
+unsigned hexValue(char16_t unit) {
+    if (unit >= '0' && unit <= '9')
+        return unit - '0';
+    if (unit >= 'a' && unit <= 'f')
+        return unit - 'a' + 10;
+    if (unit >= 'A' && unit <= 'F')
+        return unit - 'A' + 10;
+    return unit & 0xF;
+}
+
+} // namespace
+
+void QsCabDecodeName(const CEStr& name, CEStr& out) {
+    std::u16string units = unitsOf(name.get());
+    if (units == u"_sSs_")
+        return;
+    if (units.find(u'_') == std::u16string::npos) {
+        out = name;
+        return;
+    }
+    std::u16string decoded;
+    for (size_t i = 0; i < units.size(); ++i) {
+        if (units[i] != u'_') {
+            decoded += units[i];
+            continue;
+        }
+        // An escape cut short by the end of the name ends the name.
+        if (i + 4 >= units.size())
+            break;
+        unsigned unit = 0;
+        for (size_t k = 1; k <= 4; ++k)
+            unit = (unit << 4) | hexValue(units[i + k]);
+        decoded += static_cast<char16_t>(unit);
+        i += 4;
+    }
+    // The smallest lossless form, so that a plain key comes back as the PDFDocEncoding text that
+    // a key given as bytes is.
+    out = CEStr::adopt(EStrNewFromQsUns16WithLen(reinterpret_cast<const uint16_t*>(decoded.data()),
+                                                 static_cast<long>(decoded.size())));
+    EStrSetEncoding(out.get(), kEStrAuto);
+}
+
+_t_QsCabinet* QsCabNew() {
+    return cabinets().newCabinet();
+}
+
+void QsCabDestroy(_t_QsCabinet* cab) {
+    if (ICabinets* cabs = HostCabinets())
+        cabs->destroyCabinet(cab);
+}
