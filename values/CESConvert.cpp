@@ -104,7 +104,8 @@ bool ToCAgg::hasFunction(ESObject object, const char* name) {
 }
 
 void ToCAgg::convertObject(CAgg& out, ESObject object, ESVal value, bool textKeys, int depth) {
-    // An object met before is left out, and so is one nested past any real data.
+    // An object met before in this conversion leaves the value as it was: a cycle is cut, and so
+    // is a second reference to a shared object. One nested past any real data is left out too.
     if (!object || depth > kMaxConversionDepth || !m_visited.insert(object).second)
         return;
     std::string_view className = m_es.className(object);

@@ -106,6 +106,8 @@ bool VESValueToFixedRect(ESContext context, ESVal value, QsFixedRect* out) {
         // A side that is missing ends the reading; those read stay written.
         if (!readElement(rect, i, side))
             return false;
+        // Half a unit is added before the cut towards zero, so a negative side comes out one
+        // unit high; that rounding is kept.
         *sides[i] = QsDoubleToFixed(side);
     }
     return true;
