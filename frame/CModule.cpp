@@ -70,6 +70,8 @@ bool CModule::initAll() {
 }
 
 bool CModule::termAll() {
+    // The first module that answers false ends the terms; the modules behind it stay as they
+    // are, so after a failed initAll the terms stop at the first module it did not reach.
     bool result = true;
     for (CModule* module = sm_head; module;) {
         CModule* next = module->m_next;

@@ -95,39 +95,27 @@ struct RequiredTable {
     bool (*import)(const char* name, uint32_t version);
 };
 
-template <auto Slot> bool importBare(const char* name, uint32_t version) {
+// Imports a required table into the reference that Slot points at.
+template <auto Slot> bool importInto(const char* name, uint32_t version) {
     return importRequired(name, version, *Slot);
-}
-
-bool importSupport(const char* name, uint32_t version) {
-    return importRequired(name, version, gVellSupportHFT);
-}
-bool importCore(const char* name, uint32_t version) {
-    return importRequired(name, version, gCoreHFT);
-}
-bool importView(const char* name, uint32_t version) {
-    return importRequired(name, version, gVellViewHFT);
-}
-bool importExtra(const char* name, uint32_t version) {
-    return importRequired(name, version, gQsExtraHFT);
 }
 
 // The tables without which the plug-in cannot run, in the order they are imported.
 const RequiredTable kRequiredTables[] = {
-    {"VellSupport", 0x50000, importSupport},
-    {"Core", 0x50000, importCore},
-    {"Lob", 0x50000, importBare<&gLobHFT>},
-    {"DkModel", 0x50000, importBare<&gDkModelHFT>},
-    {"PDFEditWrite", 0x40000, importBare<&gPDFEditWriteHFT>},
-    {"PDFEditRead", 0x40000, importBare<&gPDFEditReadHFT>},
-    {"DkSysFont", 0x40000, importBare<&gDkSysFontHFT>},
-    {"PageDkEContent", 0x60000, importBare<&gPageDkEContentHFT>},
-    {"VellView", 0x60000, importView},
-    {"DkSWrite", 0x60000, importBare<&gDkSWriteHFT>},
-    {"DkSRead", 0x60000, importBare<&gDkSReadHFT>},
-    {"Unix", 0x80040001, importBare<&gUnixHFT>},
-    {"QsExtra", 0x50000, importExtra},
-    {"VellViewPollen", 0x50000, importBare<&gVellViewPollenHFT>},
+    {"VellSupport", 0x50000, importInto<&gVellSupportHFT>},
+    {"Core", 0x50000, importInto<&gCoreHFT>},
+    {"Lob", 0x50000, importInto<&gLobHFT>},
+    {"DkModel", 0x50000, importInto<&gDkModelHFT>},
+    {"PDFEditWrite", 0x40000, importInto<&gPDFEditWriteHFT>},
+    {"PDFEditRead", 0x40000, importInto<&gPDFEditReadHFT>},
+    {"DkSysFont", 0x40000, importInto<&gDkSysFontHFT>},
+    {"PageDkEContent", 0x60000, importInto<&gPageDkEContentHFT>},
+    {"VellView", 0x60000, importInto<&gVellViewHFT>},
+    {"DkSWrite", 0x60000, importInto<&gDkSWriteHFT>},
+    {"DkSRead", 0x60000, importInto<&gDkSReadHFT>},
+    {"Unix", 0x80040001, importInto<&gUnixHFT>},
+    {"QsExtra", 0x50000, importInto<&gQsExtraHFT>},
+    {"VellViewPollen", 0x50000, importInto<&gVellViewPollenHFT>},
 };
 
 void openNetworkClients() {
@@ -170,6 +158,7 @@ bool GetRequestedHFT(const char* name, uint32_t requested, uint32_t* version, HF
             if (reported != kNoVersion) {
                 *table = found;
                 *version = reported;
+                // A table that reports version 0 is kept, yet counts as not found.
                 return reported != 0;
             }
         }

@@ -76,6 +76,7 @@ void localZStringLookup(const char* key, QsTextRec* text) {
         text->units = CQsText(utf8).units();
 }
 
+// The filter preference is read once; a later change of it is not seen.
 int32_t stringFilter() {
     if (gStringFilter == kFilterUnread) {
         IPreferences* preferences = HostPreferences();

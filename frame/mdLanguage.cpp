@@ -30,6 +30,29 @@ std::string languageFromCode(int32_t code) {
     return {};
 }
 
+// A pack's path beside the object that holds this code (SOAP.so), or nothing when that object
+// cannot be told.
+std::string besideThePlugIn(const std::string& name) {
+    Dl_info info;
+    if (!dladdr(reinterpret_cast<void*>(&mdCommonInit), &info) || !info.dli_fname)
+        return {};
+    std::string path = info.dli_fname;
+    size_t slash = path.rfind('/');
+    if (slash == std::string::npos)
+        return {};
+    return path.substr(0, slash + 1) + name;
+}
+
+// Opens a pack with immediate binding: beside the plug-in first, then wherever the dynamic
+// loader finds a library of that name.
+void* openPack(const std::string& name) {
+    std::string beside = besideThePlugIn(name);
+    void* handle = beside.empty() ? nullptr : dlopen(beside.c_str(), RTLD_NOW);
+    if (!handle)
+        handle = dlopen(name.c_str(), RTLD_NOW);
+    return handle;
+}
+
 std::string chosenLanguage() {
     IPreferences* preferences = HostPreferences();
     int32_t code = 0;
@@ -53,8 +76,7 @@ bool mdCommonInit() {
     // A slash would turn the pack's name into a path; such a language has no pack.
     if (language.empty() || language == "ENU" || language.find('/') != std::string::npos)
         return true;
-    std::string name = "SOAP." + language;
-    void* handle = dlopen(name.c_str(), RTLD_NOW);
+    void* handle = openPack("SOAP." + language);
     if (!handle) {
         dlerror();
         return true;

@@ -7,7 +7,8 @@
 bool mdInit();
 /// Chooses the language: the preference "VxPrivate", "UnixLanguageStartup" (a three-letter code
 /// such as 0x444555 for DEU), or VELL_LANG when that preference is 0. A language other than ENU
-/// is loaded as the pack "SOAP.<language>"; any failure silently leaves the built-in texts.
+/// is loaded as the pack "SOAP.<language>", found beside the plug-in or by the dynamic loader;
+/// any failure silently leaves the built-in texts.
 /// Always true.
 bool mdCommonInit();
 /// The counterpart of mdInit; there is nothing to undo.

@@ -1,11 +1,22 @@
 // A table that the plug-in's handshake requires but whose operations no code of the plug-in
-// calls ("Lob", "PDFEditWrite", "DkSysFont", ...): it is served with its version and nothing
+// calls ("PDFEditWrite", "DkSysFont", ...): it is served with its version and nothing
 // else.
 #pragma once
 
 #include "frame/host/IHostTable.h"
 
 #include <cstdint>
+
+/// The bare tables a host offers for the handshake, each under one name and version.
+struct BareTableOffer {
+    const char* name;
+    uint32_t version;
+};
+inline constexpr BareTableOffer kBareTableOffers[] = {
+    {"PDFEditWrite", 0x40000},   {"PDFEditRead", 0x40000},    {"DkSysFont", 0x40000},
+    {"PageDkEContent", 0x60000}, {"DkSWrite", 0x60000},       {"DkSRead", 0x60000},
+    {"Unix", 0x80040001},        {"VellViewPollen", 0x50000},
+};
 
 class CBareTable final : public IHostTable {
 public:

@@ -67,15 +67,9 @@ void FakeHost::registerTables() {
     m_core.registerTable("Lob", 0x50000, &m_documents);
     m_core.registerTable("DkModel", 0x50000, &m_documents);
     // The tables the handshake requires but no code of the plug-in calls.
-    const std::pair<const char*, uint32_t> bare[] = {
-        {"PDFEditWrite", 0x40000}, {"PDFEditRead", 0x40000},
-        {"DkSysFont", 0x40000},    {"PageDkEContent", 0x60000},
-        {"DkSWrite", 0x60000},     {"DkSRead", 0x60000},
-        {"Unix", 0x80040001},      {"VellViewPollen", 0x50000},
-    };
-    for (const auto& [name, version] : bare) {
-        m_bareTables.push_back(std::make_unique<CBareTable>(version));
-        m_core.registerTable(name, version, m_bareTables.back().get());
+    for (const BareTableOffer& offer : kBareTableOffers) {
+        m_bareTables.push_back(std::make_unique<CBareTable>(offer.version));
+        m_core.registerTable(offer.name, offer.version, m_bareTables.back().get());
     }
     m_core.registerTable("NetSpan", 0x70000, &m_network);
     m_core.registerTable("BaseKit", 0x70000, &m_baseKit);

@@ -160,16 +160,6 @@ TEST_F(LifeCycle, AnOldHostCannotServeTheTablesAskedForAt0x60000) {
     EXPECT_EQ(gPageDkEContentHFT, nullptr);
 }
 
-TEST_F(LifeCycle, ASupportTableThatCannotTellItsVersionCountsAsNew) {
-    OldSupport silent(-1);
-    host.core().unregisterTable("VellSupport");
-    host.core().registerTable("VellSupport", 0x60000, &silent);
-    host.core().registerTable("VellSupport", 0x50000, &silent);
-    ASSERT_TRUE(handshake());
-    EXPECT_EQ(gVellSupportVersion, 0xFFFFFFFFu);
-    EXPECT_NE(gUnixHFT, nullptr);
-}
-
 struct Offer {
     uint32_t version;  // under which the host offers the table
     uint32_t reported; // what the table says of itself

@@ -132,7 +132,7 @@ TEST_F(Messages, TheStringFilterIsReadOnceAndAppliedToEveryText) {
 
 TEST_F(Messages, TheLanguageComesFromThePreferenceOrTheEnvironment) {
     // The copy of the German pack named SOAP.ENU can be loaded, but English must never load it.
-    void* englishCopy = dlopen("SOAP.ENU", RTLD_NOW);
+    void* englishCopy = dlopen(VELL_BUILD_DIR "/tests/SOAP.ENU", RTLD_NOW);
     ASSERT_NE(englishCopy, nullptr) << dlerror();
     dlclose(englishCopy);
 

@@ -1,0 +1,74 @@
+// The reference host: it builds every table it serves, loads the plug-in, runs its life cycle,
+// and takes it down again.
+//
+// Start-up: the loader entry PluginMain, the set-up with the core table, the handshake, then the
+// four life-cycle callbacks (export, import, initialise; unload comes at the end), then the
+// notifications that the viewer has finished starting. Shut-down: the quit notification, the
+// unload callback, then the plug-in is closed.
+#pragma once
+
+#include "frame/host/PISDK.h"
+#include "host/basekit/CBaseKit.h"
+#include "host/cabinets/CGVariantCabinets.h"
+#include "host/core/CBareTable.h"
+#include "host/core/CHostCore.h"
+#include "host/document/CHostDocumentModel.h"
+#include "host/encodings/CIconvEncodings.h"
+#include "host/extra/CHostQsExtra.h"
+#include "host/extra/CHostVellView.h"
+#include "host/files/CPosixFileSystem.h"
+#include "host/loop/CMainLoop.h"
+#include "host/net/CCurlNetwork.h"
+#include "host/script/CSpiderMonkeyEngine.h"
+#include "host/support/CHostSupport.h"
+#include "host/ui/CConsoleUserInterface.h"
+
+#include <iosfwd>
+#include <memory>
+#include <string>
+#include <vector>
+
+class CReferenceHost {
+public:
+    CReferenceHost(std::istream& in, std::ostream& out, CConsoleUserInterface::Answers answers);
+    ~CReferenceHost();
+    CReferenceHost(const CReferenceHost&) = delete;
+    CReferenceHost& operator=(const CReferenceHost&) = delete;
+
+    /// The viewer's preferences, for the command line to fill before start.
+    CHostPreferences& preferences() { return m_support.hostPreferences(); }
+
+    /// Loads the plug-in and runs its start-up; false with a reason when it does not run.
+    bool start(const std::string& pluginPath, std::string& error);
+    /// The quit notification and the unload, then the plug-in is closed. Safe to call twice.
+    void stop();
+
+    /// The plug-in's name, as its handshake gave it.
+    std::string pluginName();
+    /// Each table the plug-in asked for, in the order of its first request, with the versions
+    /// at which the host granted it ("none" when it granted none), one per line.
+    void printTables(std::ostream& out) const;
+
+private:
+    bool runLifeCycle(std::string& error);
+    void closePlugin();
+
+    CMainLoop m_loop;
+    CHostCore m_core;
+    CPosixFileSystem m_files;
+    CGVariantCabinets m_cabinets{m_core};
+    CHostSupport m_support{m_files, m_cabinets};
+    CHostDocumentModel m_documents;
+    CHostVellView m_view{m_loop};
+    CHostQsExtra m_extra;
+    CConsoleUserInterface m_ui;
+    CIconvEncodings m_encodings;
+    CBaseKit m_baseKit{m_encodings, m_core};
+    CCurlNetwork m_network{m_loop};
+    std::unique_ptr<CSpiderMonkeyEngine> m_engine;
+    std::vector<std::unique_ptr<CBareTable>> m_bareTables;
+
+    void* m_library = nullptr;
+    PIHandshakeData m_handshake{};
+    bool m_exported = false;
+};
