@@ -193,3 +193,34 @@ TEST_F(CESWrappers, AValueThatOutlivesItsContextLeavesTheSlotsOfOthersAlone) {
 }
 
 } // namespace
+
+namespace {
+
+std::vector<std::string> gHostReports;
+
+void hostHandler(ESContext, int32_t, int32_t, const char* message, void*) {
+    gHostReports.push_back(message);
+}
+
+TEST_F(CESWrappers, TheBridgeTakesAContextsErrorsOnlyWhileItWorksThere) {
+    gHostReports.clear();
+    engine.setErrorHandler(context, hostHandler, nullptr);
+    Val thrower = run("({fail: function (m) { throw new Error(m); }})");
+    {
+        Context scope(context);
+        EXPECT_EQ(thrown([&] { thrower["fail"](Val("bridge", scope)); }), "Error: bridge");
+        EXPECT_TRUE(gHostReports.empty());
+    }
+    // The host's handler is back once the bridge lets go of the context.
+    ESErrorHandlerProc proc = nullptr;
+    EXPECT_TRUE(engine.getErrorHandler(context, &proc, nullptr));
+    EXPECT_EQ(proc, hostHandler);
+    Val message("host", Context(context));
+    ESVal args[] = {message.slot()};
+    Val ignored(context);
+    EXPECT_FALSE(ESObjectSafeCall(thrower.object(), "fail", 1, args, ignored.slot()));
+    EXPECT_EQ(gHostReports, std::vector<std::string>{"Error: host"});
+    engine.setErrorHandler(context, nullptr, nullptr);
+}
+
+} // namespace
