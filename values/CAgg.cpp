@@ -9,7 +9,6 @@
 #include "values/QsStm.h"
 
 #include <cstring>
-#include <iterator>
 #include <memory>
 #include <utility>
 
@@ -254,7 +253,7 @@ void CAgg::copyFrom(const CAgg& other) {
         m_payload.shadow = new CLobObjShadow(*from.shadow);
         break;
     case eMap:
-        m_payload.map = copyMap(*from.map);
+        m_payload.map = new CAggMap(*from.map);
         break;
     case eQsAtomMap:
         m_payload.atomMap = new CAggQsAtomMap(*from.atomMap);
@@ -275,23 +274,6 @@ void CAgg::copyFrom(const CAgg& other) {
         break;
     }
     m_type = other.m_type;
-}
-
-CAgg::CAggMap* CAgg::copyMap(const CAggMap& from) {
-    // Entries are copied in order, each appended at the end; the key and text of the next
-    // entry are fetched from memory while the current one is copied.
-    auto copy = std::make_unique<CAggMap>();
-    for (auto entry = from.begin(); entry != from.end();) {
-        auto next = std::next(entry);
-        if (next != from.end()) {
-            __builtin_prefetch(next->first.get());
-            if (next->second.m_type == eEStr)
-                __builtin_prefetch(next->second.m_payload.estr);
-        }
-        copy->emplace_hint(copy->end(), entry->first, entry->second);
-        entry = next;
-    }
-    return copy.release();
 }
 
 void CAgg::setVoid() noexcept {
@@ -421,6 +403,7 @@ bool CAgg::operator==(const CAgg& other) const {
     case eCLobObjShadow:
         return sameObject(a.shadow->getLobObj(), b.shadow->getLobObj());
     case eMap: {
+        // Keys compare by their text here, not by the map's order: "01" and "1" differ.
         auto x = a.map->begin(), y = b.map->begin();
         for (; x != a.map->end() && y != b.map->end(); ++x, ++y) {
             if (EStrCmp(x->first, y->first) != 0 || !(x->second == y->second))

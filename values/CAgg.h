@@ -371,7 +371,6 @@ private:
 
     // Core (CAgg.cpp).
     void copyFrom(const CAgg& other);
-    static CAggMap* copyMap(const CAggMap& from);
     void freePayload() noexcept;
     void freeCollection() noexcept;
     void setVoid() noexcept;

@@ -144,6 +144,9 @@ TEST_F(CAggConvert, TimesTravelAsPDFDatesAndNumbersCountSeconds) {
         EXPECT_EQ(day.year, 1970);
         EXPECT_EQ(day.month, 1);
     }
+    // Zero seconds is the clock's "now", the test host's 2004; not the epoch.
+    EXPECT_EQ(CAgg(0L).toQsTimeRec().year, 2004);
+    EXPECT_EQ(CAgg(1e30).toQsTimeRec().year, 1970) << "a time no calendar holds";
 }
 
 TEST_F(CAggConvert, EachRowTakesItsFirstAcceptableTarget) {
