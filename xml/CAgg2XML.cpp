@@ -148,7 +148,8 @@ void appendRaw(std::string& out, const _EStrRec* text, long from = 0) {
 }
 
 // What an ASCII character becomes in escaped text: null for itself, "" for nothing (control
-// characters other than tab, line feed and carriage return), or its entity.
+// characters other than tab, line feed and carriage return), or its entity. The apostrophe is
+// not escaped; that is intended.
 struct EscapeTable {
     const char* replacement[128];
     EscapeTable() {
@@ -290,7 +291,8 @@ long CAgg2XML::readProc(char* buffer, long count) {
     }
     if (m_offset > 0) {
         long copied = std::min(size - m_offset, count);
-        std::memcpy(buffer, m_buffer.data() + m_offset, static_cast<size_t>(copied));
+        if (copied > 0)
+            std::memcpy(buffer, m_buffer.data() + m_offset, static_cast<size_t>(copied));
         m_offset += copied;
         if (m_offset >= size) {
             m_buffer.clear();

@@ -159,6 +159,9 @@ TEST_F(XML2CAgg, BadInputFailsWithAMessage) {
         CXML2CAgg parser;
         EXPECT_EQ(parser.parse(text.data(), static_cast<int>(text.size()), 1), 0) << c.file;
         EXPECT_EQ(ESTR2UTF8(parser.getErrorString()), c.message) << c.file;
+        bool unknownEncoding = c.message != kParseProblem;
+        EXPECT_EQ(parser.hasUnknownEncoding(), unknownEncoding) << c.file;
+        EXPECT_EQ(ESTR2UTF8(parser.ownErrorString()), unknownEncoding ? c.message : "") << c.file;
         // A failed parser stays failed.
         EXPECT_EQ(parser.parse("<x/>", 4, 1), 0) << c.file;
     }
