@@ -33,7 +33,12 @@ public:
 
     /// Deepest nesting of elements accepted. A tree is copied and compared by recursion, so a
     /// deeper one could run the stack out where it is used.
-    static constexpr long kMaxDepth = 2000;
+    static constexpr long kMaxDepth = 1000;
+
+    /// Whether the document named an encoding that could not be processed.
+    bool hasUnknownEncoding() const { return m_unknownEncoding != 0; }
+    /// The message a handler set (that of an unknown encoding), or null.
+    const CEStr& ownErrorString() const { return m_errorString; }
 
 protected:
     void startElementHandler(const XML_Char* name, const XML_Char** atts) override;
@@ -44,11 +49,22 @@ protected:
     int unknownEncodingHandler(const XML_Char* name, XML_Encoding* info) override;
 
 private:
+    /// An open element: its record, its children, and whether the last of them is a text node.
+    struct Open {
+        CAgg* record;
+        CAgg::CAggVector* children;
+        bool lastIsText;
+    };
+    /// The atoms of the record, looked up once.
+    struct Keys {
+        QsAtom type, name, nameSpace, attr, nsDict, children, textKey, element, text;
+    };
+
     void flushText();
 
     long m_depth = 0;
     CAgg m_root;
-    std::deque<CAgg*> m_stack;
+    std::deque<Open> m_stack;
     CAgg m_pendingNSDict;
     CEStr m_errorString;
     uint16_t m_unknownEncoding = 0;
@@ -56,4 +72,7 @@ private:
     // many chunks makes one string.
     std::string m_text;
     bool m_textOpen = false;
+    // The key of the attribute in hand, kept to reuse its buffer.
+    XMLString m_key;
+    Keys m_keys;
 };
