@@ -3,6 +3,7 @@
 #include "frame/HostError.h"
 #include "frame/QsCore.h"
 #include "values/EStrInternal.h"
+#include "values/SmallBlocks.h"
 
 #include <algorithm>
 #include <bit>
@@ -99,10 +100,34 @@ bool isLetter(char c) {
 
 namespace estr {
 
+namespace {
+
+// A record block remembers its size, since a record that has grown no longer tells it.
+struct alignas(16) RecordBlockHeader {
+    size_t bytes;
+};
+
+} // namespace
+
+void* allocRecordBlock(size_t size) {
+    size_t bytes = sizeof(RecordBlockHeader) + size;
+    auto* header = static_cast<RecordBlockHeader*>(smallBlockAllocate(bytes));
+    std::memset(header, 0, bytes);
+    header->bytes = bytes;
+    return header + 1;
+}
+
+void freeRecordBlock(void* block) {
+    if (!block)
+        return;
+    RecordBlockHeader* header = static_cast<RecordBlockHeader*>(block) - 1;
+    smallBlockFree(header, header->bytes);
+}
+
 EStr newRecord(long need) {
     checkNeed(need);
     long target = roundedTarget(need);
-    auto* s = static_cast<EStr>(QsSureCalloc(1, sizeof(_EStrRec) + static_cast<size_t>(target)));
+    auto* s = static_cast<EStr>(allocRecordBlock(sizeof(_EStrRec) + static_cast<size_t>(target)));
     s->bytes = reinterpret_cast<char*>(s + 1);
     s->capacity = static_cast<int32_t>(target);
     return s;
@@ -280,7 +305,7 @@ void EStrDelete(EStr s) {
         return;
     if (!hasInlineBuffer(s))
         QsFree(s->bytes);
-    QsFree(s);
+    freeRecordBlock(s);
 }
 
 void EStrDeleteSecure(EStr s) {
@@ -293,7 +318,7 @@ void EStrDeleteSecure(EStr s) {
     if (!inlineBuffer)
         QsFree(bytes);
     explicit_bzero(s, sizeof(_EStrRec));
-    QsFree(s);
+    freeRecordBlock(s);
 }
 
 void EStrDestroy(EStr* s) {

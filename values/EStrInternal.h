@@ -33,6 +33,11 @@ inline long textStart(int32_t encoding) {
     return isUCS(encoding) ? 2 : 0;
 }
 
+/// A zeroed block for a record and its first buffer, from the small blocks when it is small.
+void* allocRecordBlock(size_t size);
+/// Gives back a block from allocRecordBlock.
+void freeRecordBlock(void* block);
+
 /// A zeroed record with room for need bytes, record and buffer in one allocation.
 EStr newRecord(long need);
 /// Whether the buffer is the one allocated with the record.

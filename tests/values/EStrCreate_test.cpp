@@ -2,6 +2,7 @@
 #include "frame/HostTables.h"
 #include "tests/fakehost/FakeHost.h"
 #include "tests/values/EStrTestSupport.h"
+#include "values/SmallBlocks.h"
 
 #include <gtest/gtest.h>
 
@@ -9,6 +10,7 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <string_view>
 
 using namespace estrtest;
 
@@ -138,8 +140,22 @@ TEST(EStrCreate, SizesBelowZeroRaiseTheBadSizeError) {
 }
 
 // A core whose allocator remembers block sizes, and notes every block freed with data left in it.
+// Records that come from the small blocks are watched as they are given back: a freed one that
+// still holds the secret's first letters has data left.
 class WatchingCore final : public ICore {
 public:
+    WatchingCore() {
+        sm_current = this;
+        smallBlockSetFreeObserver([](const void* block, size_t bytes) {
+            std::string_view freed(static_cast<const char*>(block), bytes);
+            if (freed.find("sec") != std::string_view::npos)
+                sm_current->m_leftData = true;
+        });
+    }
+    ~WatchingCore() override {
+        smallBlockSetFreeObserver(nullptr);
+        sm_current = nullptr;
+    }
     QsAtom atomFromString(const char* text) override { return m_core.atomFromString(text); }
     const char* atomGetString(QsAtom atom) override { return m_core.atomGetString(atom); }
     void* memMalloc(size_t size) override { return memCalloc(1, size); }
@@ -183,6 +199,7 @@ private:
     CHostCore m_core;
     std::map<void*, size_t> m_sizes;
     bool m_leftData = false;
+    static inline WatchingCore* sm_current = nullptr;
 };
 
 TEST(EStrCreate, SecureDeletionLeavesNothingBehind) {

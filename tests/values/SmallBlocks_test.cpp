@@ -1,0 +1,75 @@
+#include "values/SmallBlocks.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <random>
+#include <thread>
+#include <vector>
+
+namespace {
+
+struct Block {
+    unsigned char* bytes;
+    size_t size;
+    unsigned char fill;
+};
+
+bool holds(const Block& block) {
+    return std::all_of(block.bytes, block.bytes + block.size,
+                       [&](unsigned char b) { return b == block.fill; });
+}
+
+TEST(SmallBlocks, BlocksNeverOverlapThroughAllocationAndReuse) {
+    std::mt19937 random(7);
+    std::vector<Block> live;
+    for (int round = 0; round < 20000; ++round) {
+        if (!live.empty() && random() % 3 == 0) {
+            size_t at = random() % live.size();
+            ASSERT_TRUE(holds(live[at])) << "a block was overwritten";
+            smallBlockFree(live[at].bytes, live[at].size);
+            live[at] = live.back();
+            live.pop_back();
+            continue;
+        }
+        // Sizes across every class and beyond the largest.
+        size_t size = 1 + random() % (kSmallBlockMax + 200);
+        auto fill = static_cast<unsigned char>(round);
+        auto* bytes = static_cast<unsigned char*>(smallBlockAllocate(size));
+        std::memset(bytes, fill, size);
+        live.push_back({bytes, size, fill});
+    }
+    for (const Block& block : live) {
+        EXPECT_TRUE(holds(block));
+        smallBlockFree(block.bytes, block.size);
+    }
+}
+
+TEST(SmallBlocks, OtherThreadsMayGiveBlocksBack) {
+    // Blocks of this thread freed by another one, and blocks of an ended thread freed here.
+    std::vector<void*> mine;
+    for (int i = 0; i < 5000; ++i)
+        mine.push_back(smallBlockAllocate(64));
+    std::vector<void*> theirs;
+    std::thread other([&] {
+        for (void* block : mine)
+            smallBlockFree(block, 64);
+        for (int i = 0; i < 5000; ++i)
+            theirs.push_back(smallBlockAllocate(96));
+    });
+    other.join();
+    for (void* block : theirs)
+        smallBlockFree(block, 96);
+    // What the other thread gave back is taken up again here.
+    std::vector<void*> again;
+    for (int i = 0; i < 10000; ++i) {
+        again.push_back(smallBlockAllocate(64));
+        std::memset(again.back(), 0xAB, 64);
+    }
+    for (void* block : again)
+        smallBlockFree(block, 64);
+}
+
+} // namespace
