@@ -22,6 +22,7 @@
 #include "host/script/CSpiderMonkeyEngine.h"
 #include "host/support/CHostSupport.h"
 #include "host/ui/CConsoleUserInterface.h"
+#include "host/wsdl/CWsdlReader.h"
 
 #include <iosfwd>
 #include <memory>
@@ -65,6 +66,7 @@ private:
     CIconvEncodings m_encodings;
     CBaseKit m_baseKit{m_encodings, m_core};
     CCurlNetwork m_network{m_loop};
+    CWsdlReader m_wsdlReader{m_cabinets};
     std::unique_ptr<CSpiderMonkeyEngine> m_engine;
     std::vector<std::unique_ptr<CBareTable>> m_bareTables;
 
