@@ -9,16 +9,15 @@
 #include "values/QsStm.h"
 
 #include <cstring>
+#include <memory>
 #include <utility>
 
 namespace {
 
 // Past this a vector index is taken for bad input rather than grown into.
 constexpr long kMaxVectorIndex = 0xFFFFFF;
-
-bool isCollection(CAgg::CAggType type) {
-    return type == CAgg::eMap || type == CAgg::eQsAtomMap || type == CAgg::eVector;
-}
+// Collections nested deeper than this are freed from a work list instead of by recursion.
+constexpr int kFreeDepth = 256;
 
 bool sameObject(LobObj a, LobObj b) {
     if (!gLobHFT)
@@ -301,38 +300,9 @@ void CAgg::freePayload() noexcept {
         break;
     case eMap:
     case eQsAtomMap:
-    case eVector: {
-        // Nested collections are taken out and freed from a work list, so that the depth of a
-        // tree never becomes the depth of the stack.
-        std::vector<CAgg> pending;
-        CAgg current;
-        current.swapWith(*this);
-        for (;;) {
-            auto take = [&](CAgg& child) {
-                if (isCollection(child.m_type))
-                    pending.emplace_back(std::move(child));
-            };
-            if (current.m_type == eMap) {
-                for (auto& entry : *current.m_payload.map)
-                    take(entry.second);
-                delete current.m_payload.map;
-            } else if (current.m_type == eQsAtomMap) {
-                for (auto& entry : *current.m_payload.atomMap)
-                    take(entry.second);
-                delete current.m_payload.atomMap;
-            } else {
-                for (auto& element : *current.m_payload.vector)
-                    take(element);
-                delete current.m_payload.vector;
-            }
-            current.m_type = eVoid;
-            if (pending.empty())
-                break;
-            current.swapWith(pending.back());
-            pending.pop_back();
-        }
+    case eVector:
+        freeCollection();
         break;
-    }
     case eQsStm:
         if (m_payload.stream->m_ownsStream && m_payload.stream->liveStream()) {
             QsStmClose(m_payload.stream->m_stream);
@@ -347,6 +317,38 @@ void CAgg::freePayload() noexcept {
         break;
     }
     m_type = eVoid;
+}
+
+void CAgg::freeCollection() noexcept {
+    // Collections free their children by recursion down to a bounded depth; a collection
+    // deeper than that is set aside and freed by the outermost call, so that the depth of a
+    // tree never becomes the depth of the stack.
+    thread_local int depth = 0;
+    thread_local bool draining = false;
+    thread_local std::vector<CAgg> deferred;
+    if (depth >= kFreeDepth) {
+        deferred.emplace_back();
+        deferred.back().swapWith(*this);
+        return;
+    }
+    ++depth;
+    if (m_type == eMap)
+        delete m_payload.map;
+    else if (m_type == eQsAtomMap)
+        delete m_payload.atomMap;
+    else
+        delete m_payload.vector;
+    m_type = eVoid;
+    --depth;
+    if (depth > 0 || draining)
+        return;
+    draining = true;
+    while (!deferred.empty()) {
+        CAgg next;
+        next.swapWith(deferred.back());
+        deferred.pop_back();
+    }
+    draining = false;
 }
 
 bool CAgg::operator==(const CAgg& other) const {
@@ -401,6 +403,7 @@ bool CAgg::operator==(const CAgg& other) const {
     case eCLobObjShadow:
         return sameObject(a.shadow->getLobObj(), b.shadow->getLobObj());
     case eMap: {
+        // Keys compare by their text here, not by the map's order: "01" and "1" differ.
         auto x = a.map->begin(), y = b.map->begin();
         for (; x != a.map->end() && y != b.map->end(); ++x, ++y) {
             if (EStrCmp(x->first, y->first) != 0 || !(x->second == y->second))
@@ -562,51 +565,6 @@ void CAgg::makeIndependent() {
         convertAway(eLobObj, eQsStm);
         break;
     }
-}
-
-#define VELL_CAGG_ACCESSOR(Type, name, tag, member)                                                \
-    Type& CAgg::name() {                                                                           \
-        convert(tag);                                                                              \
-        return m_payload.member;                                                                   \
-    }
-
-VELL_CAGG_ACCESSOR(LobDoc, toLobDoc, eLobDoc, lobDoc)
-VELL_CAGG_ACCESSOR(DkAnnot, toDkAnnot, eDkAnnot, annot)
-VELL_CAGG_ACCESSOR(DkPage, toDkPage, eDkPage, page)
-VELL_CAGG_ACCESSOR(DkDoc, toDkDoc, eDkDoc, dkDoc)
-VELL_CAGG_ACCESSOR(EStr, toEStr, eEStr, estr)
-VELL_CAGG_ACCESSOR(QsAtom, toQsAtom, eQsAtom, atom)
-VELL_CAGG_ACCESSOR(QsInt32, toQsInt32, eQsInt32, int32)
-VELL_CAGG_ACCESSOR(QsBool, toQsBool, eQsBool, boolean)
-VELL_CAGG_ACCESSOR(double, todouble, eDouble, number)
-VELL_CAGG_ACCESSOR(DkColorValueRec, toDkColorValueRec, eDkColorValueRec, colour)
-VELL_CAGG_ACCESSOR(QsTimeRec, toQsTimeRec, eQsTimeRec, time)
-VELL_CAGG_ACCESSOR(QsFixedPoint, toFixedPoint, eFixedPoint, point)
-VELL_CAGG_ACCESSOR(QsFixedRect, toFixedRect, eFixedRect, rect)
-VELL_CAGG_ACCESSOR(QsFixedQuad, toFixedQuad, eFixedQuad, quad)
-VELL_CAGG_ACCESSOR(QsFixedMatrix, toFixedMatrix, eFixedMatrix, matrix)
-VELL_CAGG_ACCESSOR(VxIcon, toVxIcon, eVxIcon, icon)
-
-#undef VELL_CAGG_ACCESSOR
-
-CQsText& CAgg::toCQsText() {
-    convert(eCQsText);
-    return *m_payload.text;
-}
-
-CAgg::CAggMap& CAgg::toMap() {
-    convert(eMap);
-    return *m_payload.map;
-}
-
-CAgg::CAggQsAtomMap& CAgg::toQsAtomMap() {
-    convert(eQsAtomMap);
-    return *m_payload.atomMap;
-}
-
-CAgg::CAggVector& CAgg::toVector() {
-    convert(eVector);
-    return *m_payload.vector;
 }
 
 QsStm CAgg::toQsStm() {

@@ -23,6 +23,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <initializer_list>
 #include <map>
 #include <memory>
@@ -219,18 +220,25 @@ public:
     void convert(bool (&mask)[kTypeCount]);
     /// Converts to one type; at once when the tag is already t, except for objects and shadows,
     /// which are rebound to the document of a toLobObj.
-    void convert(CAggType t);
+    void convert(CAggType t) {
+        // Reading a value of the right type is one comparison: callers rely on to... being
+        // cheap on repeat.
+        if (t != m_type || t == eLobObj || t == eCLobObjShadow)
+            convertTo(t);
+    }
     /// Converts to any of a list of types, ended by 0 or by the end of the arguments.
-    template <class... More> void convert(CAggType t, CAggType u, More... more) {
-        const int list[] = {t, u, static_cast<int>(more)...};
+    template <class... More>
+    requires(sizeof...(More) > 0) void convert(CAggType t, More... more) {
+        const int list[] = {t, static_cast<int>(more)...};
         convertList(list, sizeof list / sizeof list[0], false);
     }
     /// Converts to any of the listed types; an empty list converts to void.
     void convert(const std::vector<CAggType>& types);
     /// When the tag is one of those listed, converts to any type but those.
     void convertAway(CAggType t);
-    template <class... More> void convertAway(CAggType t, CAggType u, More... more) {
-        const int list[] = {t, u, static_cast<int>(more)...};
+    template <class... More>
+    requires(sizeof...(More) > 0) void convertAway(CAggType t, More... more) {
+        const int list[] = {t, static_cast<int>(more)...};
         convertList(list, sizeof list / sizeof list[0], true);
     }
     void convertAway(const std::vector<CAggType>& types);
@@ -274,20 +282,23 @@ public:
     /// Converts to a vector, then each element to the listed types.
     CAggVector& toVectorOf(const std::vector<CAggType>& types);
     CAggVector& toVectorOf(CAggType t) { return toVectorOf(std::vector<CAggType>{t}); }
-    template <class... More> CAggVector& toVectorOf(CAggType t, CAggType u, More... more) {
-        return toVectorOf(typeList({t, u, static_cast<int>(more)...}));
+    template <class... More>
+    requires(sizeof...(More) > 0) CAggVector& toVectorOf(CAggType t, More... more) {
+        return toVectorOf(typeList({t, static_cast<int>(more)...}));
     }
     /// Converts to a map, then each value to the listed types.
     CAggMap& toMapOf(const std::vector<CAggType>& types);
     CAggMap& toMapOf(CAggType t) { return toMapOf(std::vector<CAggType>{t}); }
-    template <class... More> CAggMap& toMapOf(CAggType t, CAggType u, More... more) {
-        return toMapOf(typeList({t, u, static_cast<int>(more)...}));
+    template <class... More>
+    requires(sizeof...(More) > 0) CAggMap& toMapOf(CAggType t, More... more) {
+        return toMapOf(typeList({t, static_cast<int>(more)...}));
     }
     /// Converts to an atom map, then each value to the listed types.
     CAggQsAtomMap& toQsAtomMapOf(const std::vector<CAggType>& types);
     CAggQsAtomMap& toQsAtomMapOf(CAggType t) { return toQsAtomMapOf(std::vector<CAggType>{t}); }
-    template <class... More> CAggQsAtomMap& toQsAtomMapOf(CAggType t, CAggType u, More... more) {
-        return toQsAtomMapOf(typeList({t, u, static_cast<int>(more)...}));
+    template <class... More>
+    requires(sizeof...(More) > 0) CAggQsAtomMap& toQsAtomMapOf(CAggType t, More... more) {
+        return toQsAtomMapOf(typeList({t, static_cast<int>(more)...}));
     }
 
     // Flattening.
@@ -355,11 +366,13 @@ private:
     };
 
     static std::vector<CAggType> typeList(std::initializer_list<int> list);
+    void convertTo(CAggType t);
     void convertList(const int* list, size_t count, bool away);
 
     // Core (CAgg.cpp).
     void copyFrom(const CAgg& other);
     void freePayload() noexcept;
+    void freeCollection() noexcept;
     void setVoid() noexcept;
     void swapWith(CAgg& other) noexcept;
     CAgg& entry(const _EStrRec* key);
@@ -417,15 +430,97 @@ private:
 };
 
 inline bool CEStrLessNumbersFirst::operator()(const _EStrRec* a, const _EStrRec* b) const {
-    // Most pairs of keys differ in their first byte: those are decided here, unless a byte
-    // could start a number. (Two texts whose first bytes differ cannot both have the mark.)
+    // Keys of one encoding that cannot be numbers, and do not both start with the byte order
+    // mark, compare by their bytes: decide those here, the rest out of line.
     if (a && b && a->encoding == b->encoding && a->bytes && b->bytes) {
         auto first = static_cast<unsigned char>(a->bytes[0]);
         auto second = static_cast<unsigned char>(b->bytes[0]);
         bool digits = a->encoding == kEStrPDFDoc &&
                       ((first >= '0' && first <= '9') || (second >= '0' && second <= '9'));
-        if (first != second && !digits)
-            return first < second;
+        if (!digits && (first != 0xFE || second != 0xFE))
+            return std::strcmp(a->bytes, b->bytes) < 0;
     }
     return compare(a, b) < 0;
+}
+
+// The accessors: a comparison when the value already has the type.
+inline LobDoc& CAgg::toLobDoc() {
+    convert(eLobDoc);
+    return m_payload.lobDoc;
+}
+inline DkAnnot& CAgg::toDkAnnot() {
+    convert(eDkAnnot);
+    return m_payload.annot;
+}
+inline DkPage& CAgg::toDkPage() {
+    convert(eDkPage);
+    return m_payload.page;
+}
+inline DkDoc& CAgg::toDkDoc() {
+    convert(eDkDoc);
+    return m_payload.dkDoc;
+}
+inline EStr& CAgg::toEStr() {
+    convert(eEStr);
+    return m_payload.estr;
+}
+inline QsAtom& CAgg::toQsAtom() {
+    convert(eQsAtom);
+    return m_payload.atom;
+}
+inline QsInt32& CAgg::toQsInt32() {
+    convert(eQsInt32);
+    return m_payload.int32;
+}
+inline QsBool& CAgg::toQsBool() {
+    convert(eQsBool);
+    return m_payload.boolean;
+}
+inline double& CAgg::todouble() {
+    convert(eDouble);
+    return m_payload.number;
+}
+inline DkColorValueRec& CAgg::toDkColorValueRec() {
+    convert(eDkColorValueRec);
+    return m_payload.colour;
+}
+inline QsTimeRec& CAgg::toQsTimeRec() {
+    convert(eQsTimeRec);
+    return m_payload.time;
+}
+inline QsFixedPoint& CAgg::toFixedPoint() {
+    convert(eFixedPoint);
+    return m_payload.point;
+}
+inline QsFixedRect& CAgg::toFixedRect() {
+    convert(eFixedRect);
+    return m_payload.rect;
+}
+inline QsFixedQuad& CAgg::toFixedQuad() {
+    convert(eFixedQuad);
+    return m_payload.quad;
+}
+inline QsFixedMatrix& CAgg::toFixedMatrix() {
+    convert(eFixedMatrix);
+    return m_payload.matrix;
+}
+inline VxIcon& CAgg::toVxIcon() {
+    convert(eVxIcon);
+    return m_payload.icon;
+}
+inline CQsText& CAgg::toCQsText() {
+    convert(eCQsText);
+    return *m_payload.text;
+}
+inline CAgg::CAggMap& CAgg::toMap() {
+    convert(eMap);
+    return *m_payload.map;
+}
+inline CAgg::CAggQsAtomMap& CAgg::toQsAtomMap() {
+    convert(eQsAtomMap);
+    return *m_payload.atomMap;
+}
+inline CAgg::CAggVector& CAgg::toVector() {
+    convert(eVector);
+    return *m_payload.vector;
 }

@@ -42,3 +42,5 @@ QsAtom CAggAtomOfKey(const _EStrRec* key);
 
 /// A double truncated towards zero; out of range saturates and NaN gives 0.
 QsInt32 CAggTruncateToInt32(double value);
+/// The same into a long.
+long CAggTruncateToLong(double value);

@@ -4,7 +4,8 @@
 #include "frame/host/ICore.h"
 
 /// A text and its atom, interned the first time the atom is asked for. The atom is interned
-/// again when the core table has changed since, so a static CLazyAtom outlives a host.
+/// again when the core table no longer gives it that text, so a static CLazyAtom outlives a
+/// host. Without a core table the atom is the null atom.
 class CLazyAtom {
 public:
     constexpr explicit CLazyAtom(const char* text) : m_text(text) {}

@@ -149,7 +149,9 @@ void CLobObjShadowDataFactory::doDkDocWillChange(DkDoc doc) {
         return;
     // Copy the entries first: the walk moves them to new keys.
     std::vector<std::pair<LobObj, CLobObjShadowData*>> entries(m_objects.begin(), m_objects.end());
-    for (auto& [object, data] : entries) {
+    for (auto& entry : entries) {
+        LobObj object = entry.first;
+        CLobObjShadowData* data = entry.second;
         if (!data || !isIndirect(object) || lobDocOf(object) != changing)
             continue;
         HostFrame guard;

@@ -1,6 +1,8 @@
 // The dynamic value: keys and their order, indexing, equality, copy and release by tag.
 #include "values/CAgg.h"
 
+#include "values/CLazyAtom.h"
+
 #include "frame/HostError.h"
 #include "frame/QsCore.h"
 #include "tests/fakehost/FakeHost.h"
@@ -347,6 +349,21 @@ TEST_F(CAggCore, MakeIndependentTurnsObjectsIntoShadowsAndStreamsIntoStrings) {
     model.closeDocument(doc);
     // The shadow's object was rescued when its document closed.
     EXPECT_EQ(bytesOf(tree["object"].toEStr()), "kept");
+}
+
+TEST(CLazyAtom, InternsOnFirstUseAndAgainUnderAnotherHost) {
+    static const CLazyAtom kName("nameSpace");
+    QsAtom first;
+    {
+        FakeHost host;
+        QsAtomFromString("taken first");
+        first = kName;
+        EXPECT_EQ(first, QsAtomFromString("nameSpace"));
+        EXPECT_STREQ(kName.text(), "nameSpace");
+    }
+    FakeHost other;
+    EXPECT_EQ(kName.get(), QsAtomFromString("nameSpace"));
+    EXPECT_NE(kName.get(), first) << "the new host numbers its atoms afresh";
 }
 
 } // namespace
