@@ -1,6 +1,7 @@
 #include "soap/CSoapModule.h"
 
 #include "frame/HostTables.h"
+#include "soap/CCredStore.h"
 
 namespace {
 
@@ -18,6 +19,12 @@ bool CSoapModule::init() {
     if (!gESHFT)
         return false;
     gESHFT->registerContextInit(SOAPContextInit);
+    return true;
+}
+
+bool CSoapModule::term() {
+    delete CCredStore::sm_instance;
+    CCredStore::sm_instance = nullptr;
     return true;
 }
 
