@@ -41,8 +41,9 @@ void CMultipartWriter::addPartWithID(const _EStrRec* contentId, const char* cont
                                      const char* transferEncoding, QsStm stream) {
     CAgg record;
     record["Data"] = CAgg(stream, 1);
-    record["Content-Type"] = CAgg(contentType ? contentType : "");
-    record["Content-Transfer-Encoding"] = CAgg(transferEncoding ? transferEncoding : "");
+    record["Content-Type"] = CAgg(SOAPEStrFromUTF8(contentType ? contentType : "").get());
+    record["Content-Transfer-Encoding"] =
+        CAgg(SOAPEStrFromUTF8(transferEncoding ? transferEncoding : "").get());
     record["Content-Id"] = CAgg(contentId);
     m_parts[contentId] = std::move(record);
     if (m_parts.toMap().size() == 1)

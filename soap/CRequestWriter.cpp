@@ -1,9 +1,10 @@
 #include "soap/CRequestWriter.h"
 
 #include "soap/CMultipartWriter.h"
+#include "soap/SOAPText.h"
 
 void CSinglePartWriter::setContent(const char* contentType, QsStm stream) {
-    m_contentType = CEStr(contentType, kEStrPDFDoc);
+    m_contentType = SOAPEStrFromUTF8(contentType ? contentType : "");
     m_stream = stream;
 }
 

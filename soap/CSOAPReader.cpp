@@ -6,6 +6,7 @@
 #include "soap/SOAPNamespaces.h"
 #include "soap/SOAPText.h"
 
+#include <algorithm>
 #include <string>
 
 namespace {
@@ -18,16 +19,25 @@ CEStr emptyText() {
     return CEStr("", kEStrPDFDoc);
 }
 
-// The number of values in a tree, for the budget of bound references.
-long countValues(CAgg& value) {
-    long count = 1;
+// The size of a tree: how many values it holds and how deep they nest.
+struct Extent {
+    long values = 0;
+    long depth = 0;
+};
+
+void measure(CAgg& value, long depth, Extent& extent) {
+    ++extent.values;
+    extent.depth = std::max(extent.depth, depth);
     if (value.getType() == CAgg::eVector) {
         for (CAgg& item : value.toVector())
-            count += countValues(item);
-    } else if (SOAPIsMap(value)) {
-        SOAPForEachEntry(value, [&](const CEStr&, CAgg& item) { count += countValues(item); });
+            measure(item, depth + 1, extent);
+    } else if (value.getType() == CAgg::eMap) {
+        for (auto& [key, item] : value.toMap())
+            measure(item, depth + 1, extent);
+    } else if (value.getType() == CAgg::eQsAtomMap) {
+        for (auto& [atom, item] : value.toQsAtomMap())
+            measure(item, depth + 1, extent);
     }
-    return count;
 }
 
 } // namespace
@@ -143,20 +153,32 @@ void CSOAPReader::bindReferences(CAgg& value, CPartResolver* resolver) {
 }
 
 void CSOAPReader::bindAt(CAgg& value, CPartResolver* resolver, long depth) {
-    if (depth > kMaxBindDepth)
-        return;
-    if (value.getType() == CAgg::eVector) {
+    // The loops are written out, without a callback between them, to keep each level of the
+    // walk to one frame of the stack.
+    switch (value.getType()) {
+    case CAgg::eVector:
         for (CAgg& item : value.toVector())
             bindAt(item, resolver, depth + 1);
         return;
-    }
-    if (!SOAPIsMap(value))
+    case CAgg::eMap:
+        if (value.has("soap_href_id")) {
+            bindReference(value, resolver, depth);
+            return;
+        }
+        for (auto& [key, item] : value.toMap())
+            bindAt(item, resolver, depth + 1);
         return;
-    if (value.has("soap_href_id")) {
-        bindReference(value, resolver, depth);
+    case CAgg::eQsAtomMap:
+        if (value.has("soap_href_id")) {
+            bindReference(value, resolver, depth);
+            return;
+        }
+        for (auto& [atom, item] : value.toQsAtomMap())
+            bindAt(item, resolver, depth + 1);
+        return;
+    default:
         return;
     }
-    SOAPForEachEntry(value, [&](const CEStr&, CAgg& item) { bindAt(item, resolver, depth + 1); });
 }
 
 void CSOAPReader::bindReference(CAgg& value, CPartResolver* resolver, long depth) {
@@ -166,12 +188,15 @@ void CSOAPReader::bindReference(CAgg& value, CPartResolver* resolver, long depth
         if (!canResolvePartName(name))
             return;
         CAgg target = resolvePartName(name);
-        long count = countValues(target);
-        if (count > kMaxBoundValues - m_boundValues)
+        Extent extent;
+        measure(target, 0, extent);
+        if (depth + extent.depth > kMaxBindDepth || extent.values > kMaxBoundValues - m_boundValues)
             return;
-        m_boundValues += count;
+        m_boundValues += extent.values;
         value = std::move(target);
         // The value may hold references in its turn: chains and nested references resolve.
+        // Each resolution counts as a level, so that a value that is nothing but a reference
+        // to itself ends at the bound too.
         bindAt(value, resolver, depth + 1);
         return;
     }

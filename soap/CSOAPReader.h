@@ -70,10 +70,10 @@ public:
     /// Whether the element is typed as an array.
     bool isArrayNode(CAgg& node);
 
-    /// How deep references are followed, counting each level of the value walked and each
-    /// reference resolved. A reference met deeper stays unresolved, so that a cycle or a chain
-    /// without end stops instead of running the stack out.
-    static constexpr long kMaxBindDepth = 3000;
+    /// How deep a value may nest once its references are bound. A reference whose value would
+    /// nest deeper stays unresolved: a cycle, or a chain without end, stops there instead of
+    /// running the stack out. No reply of a service nests a thousand levels deep.
+    static constexpr long kMaxBindDepth = 1000;
     /// How many values the resolved references may copy in all. A reply whose references
     /// multiply (a value that refers twice to a value that refers twice, and so on) keeps its
     /// remaining references unresolved past this.

@@ -144,6 +144,10 @@ TEST(SOAPReader, StopsReferencesThatNeverEnd) {
         EXPECT_TRUE(unresolved) << file << ": the last reference stays";
     }
 
+    // A value that is nothing but a reference to itself.
+    CAgg itself = readBody(readData("encoded-multiref-refers-to-itself.xml"), kEncoded);
+    EXPECT_EQ(dump(itself), R"({"urn:loop:loopResponse":{"start":{"soap_href_id":"#a"}}})");
+
     // A chain of 10,000 references, each to the next.
     std::string chain = "<?xml version=\"1.0\"?><s:Envelope "
                         "xmlns:s=\"http://schemas.xmlsoap.org/soap/envelope/\" "
