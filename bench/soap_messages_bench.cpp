@@ -3,8 +3,10 @@
 //   build/bench/soap_bench
 
 #include "frame/HostTables.h"
+#include "host/cabinets/CMemoryCabinets.h"
 #include "host/core/CHostCore.h"
 #include "host/encodings/CIconvEncodings.h"
+#include "host/files/CPosixFileSystem.h"
 #include "host/support/CHostSupport.h"
 #include "soap/CMultipartReader.h"
 #include "soap/CMultipartWriter.h"
@@ -35,7 +37,9 @@ private:
 void setUpHost() {
     static CHostCore core;
     static CIconvEncodings encodings;
-    static CHostSupport support;
+    static CPosixFileSystem files;
+    static CMemoryCabinets cabinets(core);
+    static CHostSupport support(files, cabinets);
     static CountingExtra extra;
     static bool done = false;
     if (done)

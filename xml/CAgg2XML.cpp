@@ -4,7 +4,6 @@
 #include "xml/XMLString.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 #include <utility>
 
@@ -15,117 +14,8 @@ constexpr char kDeclaration[] = "<?xml version=\"1.0\"?>\n";
 
 enum ElementState : long { kNothingWritten = 0, kOpenTagWritten = 1, kChildrenDone = 2, kDone = 3 };
 
-CEStr emptyText() {
-    return CEStr::adopt(EStrNew(nullptr, kEStrPDFDoc));
-}
-
 bool isEmpty(const _EStrRec* text) {
     return !text || EStrIsNull(text);
-}
-
-// The entry as text, read from a copy so that the tree keeps its own type; empty if absent.
-CEStr textEntry(CAgg& node, QsAtom key) {
-    if (!node.has(key))
-        return emptyText();
-    CAgg& value = node[key];
-    if (value.getType() == CAgg::eEStr)
-        return CEStr(value.toEStr());
-    CAgg copy(value);
-    return CEStr(copy.toEStr());
-}
-
-CEStr textOf(CAgg& value) {
-    if (value.getType() == CAgg::eEStr)
-        return CEStr(value.toEStr());
-    CAgg copy(value);
-    return CEStr(copy.toEStr());
-}
-
-QsAtom typeOf(CAgg& node) {
-    if (!node.has(kXMLKeyType))
-        return kQsNullAtom;
-    CAgg& type = node[kXMLKeyType];
-    if (type.getType() == CAgg::eQsAtom)
-        return type.toQsAtom();
-    CAgg copy(type);
-    return copy.toQsAtom();
-}
-
-CAgg::CAggVector* childrenOf(CAgg& node) {
-    if (!node.has(kXMLKeyChildren) || node[kXMLKeyChildren].getType() != CAgg::eVector)
-        return nullptr;
-    return &node[kXMLKeyChildren].toVector();
-}
-
-bool startsWithXmlnsColon(const _EStrRec* key) {
-    static const char kXmlns[] = "xmlns:";
-    if (EStrGetCharLen(key) < 6)
-        return false;
-    for (long i = 0; i < 6; ++i) {
-        if (EStrCharAt(key, i) != kXmlns[i])
-            return false;
-    }
-    return true;
-}
-
-CEStr substring(const _EStrRec* text, long start, long count) {
-    CEStr part = emptyText();
-    EStrSubstr(part, text, start, count);
-    return part;
-}
-
-// One character of an escaped text. Control characters other than tab, line feed and carriage
-// return are dropped; characters past ASCII become decimal references.
-void appendEscaped(std::string& out, uint32_t c) {
-    switch (c) {
-    case '"':
-        out += "&quot;";
-        return;
-    case '&':
-        out += "&amp;";
-        return;
-    case '<':
-        out += "&lt;";
-        return;
-    case '>':
-        out += "&gt;";
-        return;
-    case '\t':
-    case '\n':
-    case '\r':
-        out.push_back(static_cast<char>(c));
-        return;
-    default:
-        break;
-    }
-    if (c < 32)
-        return;
-    if (c < 128) {
-        out.push_back(static_cast<char>(c));
-        return;
-    }
-    char reference[16];
-    int n = std::snprintf(reference, sizeof reference, "&#%u;", c);
-    out.append(reference, static_cast<size_t>(n));
-}
-
-// Escapes the units of a UCS string. A surrogate pair is one character and one reference; a
-// lone surrogate is no character at all and is dropped, as a control character is.
-void appendEscapedUnits(std::string& out, const _EStrRec* text) {
-    const auto* bytes = reinterpret_cast<const unsigned char*>(EStrGetBytes(text));
-    long count = (EStrGetLen(text) - 2) / 2;
-    for (long i = 0; i < count; ++i) {
-        uint32_t unit = (bytes[2 + 2 * i] << 8) | bytes[3 + 2 * i];
-        if (unit >= 0xD800 && unit < 0xE000) {
-            uint32_t low = i + 1 < count ? (bytes[4 + 2 * i] << 8) | bytes[5 + 2 * i] : 0;
-            if (unit < 0xDC00 && low >= 0xDC00 && low < 0xE000) {
-                appendEscaped(out, 0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00));
-                ++i;
-            }
-            continue;
-        }
-        appendEscaped(out, unit);
-    }
 }
 
 bool isUCS(const _EStrRec* text) {
@@ -141,19 +31,226 @@ bool isASCII(const char* bytes, long length) {
     return true;
 }
 
+// UCS, or single-byte text that is all ASCII: text whose characters are its bytes or its units.
+bool isPlain(const _EStrRec* text) {
+    return isUCS(text) || isASCII(EStrGetBytes(text), EStrGetLen(text));
+}
+
+uint32_t unitAt(const unsigned char* bytes, long i) {
+    return (bytes[2 + 2 * i] << 8) | bytes[3 + 2 * i];
+}
+
+long unitCount(const _EStrRec* text) {
+    long count = (EStrGetLen(text) - 2) / 2;
+    return count > 0 ? count : 0;
+}
+
+// A value as text: the string itself, or, for a value of another type, the text a copy of it
+// converts to, kept in holder so that the tree keeps its own type. Null when absent.
+const _EStrRec* textIn(CAgg* value, CEStr& holder) {
+    if (!value)
+        return nullptr;
+    if (value->getType() == CAgg::eEStr)
+        return value->toEStr();
+    CAgg copy(*value);
+    holder = copy.toEStr();
+    return holder.get();
+}
+
+bool sameText(CAgg& value, const _EStrRec* text) {
+    CEStr holder;
+    const _EStrRec* mine = textIn(&value, holder);
+    return EStrCmp(mine, text) == 0;
+}
+
+// Asks the processor for a record ahead of its turn: the maps of a tree lie scattered in
+// memory, and the walk otherwise waits on each of them in turn. The map object itself comes
+// first; once it is at hand, its first and root nodes.
+void prefetchMap(CAgg& node) {
+    if (node.getType() == CAgg::eQsAtomMap)
+        __builtin_prefetch(&node.toQsAtomMap());
+}
+
+void prefetchNodes(CAgg& node) {
+    if (node.getType() != CAgg::eQsAtomMap)
+        return;
+    CAgg::CAggQsAtomMap& map = node.toQsAtomMap();
+    if (map.empty())
+        return;
+    __builtin_prefetch(&*map.begin());
+    __builtin_prefetch(&*std::prev(map.end()));
+}
+
+QsAtom atomIn(CAgg* type) {
+    if (!type)
+        return kQsNullAtom;
+    if (type->getType() == CAgg::eQsAtom)
+        return type->toQsAtom();
+    CAgg copy(*type);
+    return copy.toQsAtom();
+}
+
+// The character index of the last ":", or -1.
+long lastColon(const _EStrRec* text) {
+    if (isUCS(text)) {
+        const auto* bytes = reinterpret_cast<const unsigned char*>(EStrGetBytes(text));
+        for (long i = unitCount(text) - 1; i >= 0; --i) {
+            if (unitAt(bytes, i) == ':')
+                return i;
+        }
+        return -1;
+    }
+    const char* bytes = EStrGetBytes(text);
+    const void* found = memrchr(bytes, ':', static_cast<size_t>(EStrGetLen(text)));
+    return found ? static_cast<const char*>(found) - bytes : -1;
+}
+
+bool startsWithXmlnsColon(const _EStrRec* key) {
+    static const char kXmlns[] = "xmlns:";
+    if (!isUCS(key))
+        return EStrGetLen(key) >= 6 && std::memcmp(EStrGetBytes(key), kXmlns, 6) == 0;
+    const auto* bytes = reinterpret_cast<const unsigned char*>(EStrGetBytes(key));
+    if (unitCount(key) < 6)
+        return false;
+    for (long i = 0; i < 6; ++i) {
+        if (unitAt(bytes, i) != static_cast<unsigned char>(kXmlns[i]))
+            return false;
+    }
+    return true;
+}
+
+// Text as it stands from character `from` on: UCS as UTF-8, a single-byte string as its bytes
+// whatever its encoding. The latter is intended.
+void appendRaw(std::string& out, const _EStrRec* text, long from = 0) {
+    if (!isUCS(text)) {
+        long length = EStrGetLen(text);
+        if (from < length)
+            out.append(EStrGetBytes(text) + from, static_cast<size_t>(length - from));
+        return;
+    }
+    const auto* bytes = reinterpret_cast<const unsigned char*>(EStrGetBytes(text));
+    long count = unitCount(text);
+    for (long i = from; i < count; ++i) {
+        uint32_t unit = unitAt(bytes, i);
+        if (unit >= 0xD800 && unit < 0xDC00 && i + 1 < count) {
+            uint32_t low = unitAt(bytes, i + 1);
+            if (low >= 0xDC00 && low < 0xE000) {
+                AppendUTF8(out, 0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00));
+                ++i;
+                continue;
+            }
+        }
+        if (unit < 0x80)
+            out.push_back(static_cast<char>(unit));
+        else
+            AppendUTF8(out, unit);
+    }
+}
+
+// What an ASCII character becomes in escaped text: null for itself, "" for nothing (control
+// characters other than tab, line feed and carriage return), or its entity.
+struct EscapeTable {
+    const char* replacement[128];
+    EscapeTable() {
+        for (int c = 0; c < 128; ++c)
+            replacement[c] = c < 32 && c != '\t' && c != '\n' && c != '\r' ? "" : nullptr;
+        replacement[static_cast<int>('"')] = "&quot;";
+        replacement[static_cast<int>('&')] = "&amp;";
+        replacement[static_cast<int>('<')] = "&lt;";
+        replacement[static_cast<int>('>')] = "&gt;";
+    }
+};
+const EscapeTable kEscapes;
+
+// "&#%u;" without the cost of a formatted print.
+void appendReference(std::string& out, uint32_t c) {
+    char digits[10];
+    int n = 0;
+    do {
+        digits[n++] = static_cast<char>('0' + c % 10);
+        c /= 10;
+    } while (c);
+    out += "&#";
+    while (n)
+        out.push_back(digits[--n]);
+    out.push_back(';');
+}
+
+// One character of an escaped text: ASCII by the table (127 included), anything past it as a
+// decimal reference.
+void appendEscaped(std::string& out, uint32_t c) {
+    if (c >= 128) {
+        appendReference(out, c);
+        return;
+    }
+    if (const char* replacement = kEscapes.replacement[c])
+        out += replacement;
+    else
+        out.push_back(static_cast<char>(c));
+}
+
+// Escapes ASCII bytes, copying runs that need nothing whole. False, with nothing appended, at
+// the first byte past ASCII.
+bool appendEscapedASCII(std::string& out, const char* bytes, long length) {
+    size_t mark = out.size();
+    long run = 0;
+    for (long i = 0; i < length; ++i) {
+        auto c = static_cast<unsigned char>(bytes[i]);
+        if (c >= 0x80) {
+            out.resize(mark);
+            return false;
+        }
+        if (const char* replacement = kEscapes.replacement[c]) {
+            out.append(bytes + run, static_cast<size_t>(i - run));
+            out += replacement;
+            run = i + 1;
+        }
+    }
+    out.append(bytes + run, static_cast<size_t>(length - run));
+    return true;
+}
+
+// Escapes the units of a UCS string. A surrogate pair is one character and one reference; a
+// lone surrogate is no character at all and is dropped, as a control character is.
+void appendEscapedUnits(std::string& out, const _EStrRec* text) {
+    const auto* bytes = reinterpret_cast<const unsigned char*>(EStrGetBytes(text));
+    long count = unitCount(text);
+    out.reserve(out.size() + static_cast<size_t>(count));
+    for (long i = 0; i < count; ++i) {
+        uint32_t unit = unitAt(bytes, i);
+        if (unit >= 0xD800 && unit < 0xE000) {
+            uint32_t low = i + 1 < count ? unitAt(bytes, i + 1) : 0;
+            if (unit < 0xDC00 && low >= 0xDC00 && low < 0xE000) {
+                appendEscaped(out, 0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00));
+                ++i;
+            }
+            continue;
+        }
+        appendEscaped(out, unit);
+    }
+}
+
 } // namespace
 
 const CAgg2XML::StreamHandler CAgg2XML::sm_streamHandler = {CAgg2XML::ReadProc,
                                                             CAgg2XML::CloseProc};
 
 CAgg2XML::CAgg2XML(CAgg& document, bool withDeclaration)
-    : m_document(document), m_withDeclaration(withDeclaration) {
+    : m_document(document), m_withDeclaration(withDeclaration),
+      m_nsPart(CEStr::adopt(EStrNew(nullptr, kEStrPDFDoc))),
+      m_empty(CEStr::adopt(EStrNew(nullptr, kEStrPDFDoc))), m_defaultPrefix("m", kEStrPDFDoc) {
+    m_keys = {kXMLKeyType,     kXMLKeyName,   kXMLKeyNameSpace, kXMLKeyAttr,
+              kXMLKeyChildren, kXMLKeyNSDict, kXMLKeyText,      kXMLKeyEncoded};
     m_nodes.push_back(&m_document);
     m_states.emplace_back();
 }
 
 CAgg2XML::CAgg2XML(CAgg&& document, bool withDeclaration)
-    : m_document(std::move(document)), m_withDeclaration(withDeclaration) {
+    : m_document(std::move(document)), m_withDeclaration(withDeclaration),
+      m_nsPart(CEStr::adopt(EStrNew(nullptr, kEStrPDFDoc))),
+      m_empty(CEStr::adopt(EStrNew(nullptr, kEStrPDFDoc))), m_defaultPrefix("m", kEStrPDFDoc) {
+    m_keys = {kXMLKeyType,     kXMLKeyName,   kXMLKeyNameSpace, kXMLKeyAttr,
+              kXMLKeyChildren, kXMLKeyNSDict, kXMLKeyText,      kXMLKeyEncoded};
     m_nodes.push_back(&m_document);
     m_states.emplace_back();
 }
@@ -225,13 +322,21 @@ bool CAgg2XML::serializeNodes() {
     if (m_nodes.empty())
         return true;
     CAgg& node = *m_nodes.back();
-    QsAtom type = typeOf(node);
+    State& state = m_states.back();
+    if (!state.seen) {
+        state.seen = true;
+        state.entries = entriesOf(node);
+        state.type = atomIn(state.entries.type);
+        CAgg* children = state.entries.children;
+        if (children && children->getType() == CAgg::eVector)
+            state.list = &children->toVector();
+    }
     bool finished = true;
-    if (type == kXMLTypeProcessing)
+    if (state.type == kXMLTypeProcessing)
         serializePI(); // its result is not looked at: the node is finished
-    else if (type == kXMLTypeElement)
+    else if (state.type == kXMLTypeElement)
         finished = serializeElement();
-    else if (type == kXMLTypeText)
+    else if (state.type == kXMLTypeText)
         finished = serializeValue();
     if (finished) {
         m_nodes.pop_back();
@@ -243,20 +348,23 @@ bool CAgg2XML::serializeNodes() {
 bool CAgg2XML::serializeElement() {
     CAgg& node = *m_nodes.back();
     State& state = m_states.back();
-    CAgg::CAggVector* children = childrenOf(node);
-    long count = children ? static_cast<long>(children->size()) : 0;
+    long count = state.list ? static_cast<long>(state.list->size()) : 0;
     if (count == 0) {
-        doEmptyTag(node);
+        doEmptyTag(node, state.entries);
         return true;
     }
     switch (state.state) {
     case kNothingWritten:
-        doOpenTag(node);
+        doOpenTag(node, state.entries);
         state.state = kOpenTagWritten;
         break;
     case kOpenTagWritten:
         if (state.children < count) {
-            CAgg* child = &(*children)[static_cast<size_t>(state.children)];
+            CAgg* child = &(*state.list)[static_cast<size_t>(state.children)];
+            if (state.children + 1 < count)
+                prefetchNodes((*state.list)[static_cast<size_t>(state.children + 1)]);
+            if (state.children + 2 < count)
+                prefetchMap((*state.list)[static_cast<size_t>(state.children + 2)]);
             ++state.children;
             m_nodes.push_back(child);
             m_states.emplace_back();
@@ -265,7 +373,7 @@ bool CAgg2XML::serializeElement() {
         }
         break;
     case kChildrenDone:
-        doCloseTag(node);
+        doCloseTag(node, state.entries);
         state.state = kDone;
         break;
     default:
@@ -275,21 +383,22 @@ bool CAgg2XML::serializeElement() {
 }
 
 bool CAgg2XML::serializeValue() {
-    CAgg& node = *m_nodes.back();
-    if (!node.has(kXMLKeyText))
+    Entries& entries = m_states.back().entries;
+    CAgg* text = entries.text;
+    if (!text)
         return true;
     bool escape = false;
-    if (node.has(kXMLKeyEncoded)) {
-        CAgg encoded(node[kXMLKeyEncoded]);
-        escape = encoded.toQsBool() != 0;
+    if (CAgg* encoded = entries.encoded) {
+        CAgg flag(*encoded);
+        escape = flag.toQsBool() != 0;
     }
-    CAgg& text = node[kXMLKeyText];
-    if (text.getType() != CAgg::eQsStm) {
-        write(textOf(text), escape);
+    if (text->getType() != CAgg::eQsStm) {
+        CEStr holder;
+        write(textIn(text, holder), escape);
         return true;
     }
     // The whole stream goes into the buffer in this one step.
-    QsStm stream = text.toQsStm();
+    QsStm stream = text->toQsStm();
     char block[kStreamBlockSize];
     for (;;) {
         long n = QsStmRead(stream, block, kStreamBlockSize);
@@ -302,25 +411,64 @@ bool CAgg2XML::serializeValue() {
 
 void CAgg2XML::serializePI() {
     CAgg& node = *m_nodes.back();
+    Entries& entries = m_states.back().entries;
     write("<?", false);
-    write(getTagName(node), false);
-    getTagAttr(node);
+    getTagName(node, entries);
+    getTagAttr(entries);
     write("?>\n", false);
 }
 
 // Tags.
 
-void CAgg2XML::doOpenTag(CAgg& node) {
-    pushNSScope(node);
+CAgg2XML::Entries CAgg2XML::entriesOf(CAgg& node) const {
+    Entries entries;
+    if (node.getType() == CAgg::eQsAtomMap) {
+        // One pass over the record: its entries lie apart in memory, and a lookup per key
+        // would visit the same ones again and again.
+        for (auto& [key, value] : node.toQsAtomMap()) {
+            CAgg* entry = &value;
+            if (key == m_keys.type)
+                entries.type = entry;
+            else if (key == m_keys.name)
+                entries.name = entry;
+            else if (key == m_keys.nameSpace)
+                entries.nameSpace = entry;
+            else if (key == m_keys.attr)
+                entries.attr = entry;
+            else if (key == m_keys.children)
+                entries.children = entry;
+            else if (key == m_keys.nsDict)
+                entries.nsDict = entry;
+            else if (key == m_keys.text)
+                entries.text = entry;
+            else if (key == m_keys.encoded)
+                entries.encoded = entry;
+        }
+        return entries;
+    }
+    auto find = [&](QsAtom key) { return node.has(key) ? &node[key] : nullptr; };
+    entries.type = find(m_keys.type);
+    entries.name = find(m_keys.name);
+    entries.nameSpace = find(m_keys.nameSpace);
+    entries.attr = find(m_keys.attr);
+    entries.children = find(m_keys.children);
+    entries.nsDict = find(m_keys.nsDict);
+    entries.text = find(m_keys.text);
+    entries.encoded = find(m_keys.encoded);
+    return entries;
+}
+
+void CAgg2XML::doOpenTag(CAgg& node, Entries& entries) {
+    pushNSScope(entries);
     write("<", false);
-    write(getTagName(node), false); // before the attributes: it may add a declaration to them
-    getTagAttr(node);
+    getTagName(node, entries); // before the attributes: it may add a declaration to them
+    getTagAttr(entries);
     write(">", false);
 }
 
-void CAgg2XML::doCloseTag(CAgg& node) {
+void CAgg2XML::doCloseTag(CAgg& node, Entries& entries) {
     write("</", false);
-    write(getTagName(node), false);
+    getTagName(node, entries);
     write(">", false);
     // The line-break flag is never set, so a close tag has no line feed behind it.
     if (m_lineBreaks)
@@ -328,74 +476,77 @@ void CAgg2XML::doCloseTag(CAgg& node) {
     popNSScope();
 }
 
-void CAgg2XML::doEmptyTag(CAgg& node) {
-    pushNSScope(node);
+void CAgg2XML::doEmptyTag(CAgg& node, Entries& entries) {
+    pushNSScope(entries);
     write("<", false);
-    write(getTagName(node), false);
-    getTagAttr(node);
+    getTagName(node, entries);
+    getTagAttr(entries);
     write("/>\n", false);
     popNSScope();
 }
 
-void CAgg2XML::getTagAttr(CAgg& node) {
-    if (!node.has(kXMLKeyAttr))
+void CAgg2XML::getTagAttr(Entries& entries) {
+    CAgg* attr = entries.attr;
+    if (!attr)
         return;
-    CAgg& attr = node[kXMLKeyAttr];
     auto writeOne = [&](const _EStrRec* key, CAgg& value) {
-        write(" ", false);
-        write(key, false);
-        write("=\"", false);
+        m_buffer += ' ';
+        appendRaw(m_buffer, key);
+        m_buffer += "=\"";
         // Values are not escaped: whoever fills "attr" answers for what is in it, and a value
         // with a double quote gives malformed XML. That is intended.
-        write(textOf(value), false);
-        write("\"", false);
+        CEStr holder;
+        appendRaw(m_buffer, textIn(&value, holder));
+        m_buffer += '"';
     };
-    if (attr.getType() == CAgg::eMap) {
-        for (auto& [key, value] : attr.toMap())
+    if (attr->getType() == CAgg::eMap) {
+        for (auto& [key, value] : attr->toMap())
             writeOne(key, value);
-    } else if (attr.getType() == CAgg::eQsAtomMap) {
-        for (auto& [atom, value] : attr.toQsAtomMap())
+    } else if (attr->getType() == CAgg::eQsAtomMap) {
+        for (auto& [atom, value] : attr->toQsAtomMap())
             writeOne(CEStr(QsAtomGetString(atom), kEStrPDFDoc), value);
     }
 }
 
-QName CAgg2XML::getQName(const _EStrRec* text) {
-    long colon = -1;
-    for (long i = EStrGetCharLen(text) - 1; i >= 0; --i) {
-        if (EStrCharAt(text, i) == ':') {
-            colon = i;
-            break;
-        }
-    }
-    if (colon < 0)
-        return {CEStr(text), emptyText()};
+CAgg2XML::QNameSplit CAgg2XML::getQName(const _EStrRec* text) {
     // Split at the last ":", so that a URI with colons of its own stays whole.
-    QName qname{substring(text, colon + 1, -1), substring(text, 0, colon)};
-    if (topScope().count(qname.nameSpace.get()))
-        return {CEStr(text), emptyText()}; // already in prefix form
-    return qname;
+    long colon = lastColon(text);
+    if (colon < 0)
+        return {0, nullptr};
+    EStrSubstr(m_nsPart, text, 0, colon);
+    if (topScope().count(m_nsPart.get()))
+        return {0, nullptr}; // already in prefix form
+    return {colon + 1, m_nsPart.get()};
 }
 
-CEStr CAgg2XML::getTagName(CAgg& node) {
-    QName qname = getQName(textEntry(node, kXMLKeyName));
-    CEStr ns = std::move(qname.nameSpace);
+// Writes the tag of a node: its name, with a prefix when it is in a namespace.
+void CAgg2XML::getTagName(CAgg& node, Entries& entries) {
+    CEStr nameHolder, nsHolder;
+    const _EStrRec* name = textIn(entries.name, nameHolder);
+    if (!name)
+        name = m_empty;
+    QNameSplit split = getQName(name);
+    const _EStrRec* ns = split.ns;
     if (isEmpty(ns))
-        ns = textEntry(node, kXMLKeyNameSpace);
-    if (isEmpty(ns))
-        return std::move(qname.name);
+        ns = textIn(entries.nameSpace, nsHolder);
+    if (isEmpty(ns)) {
+        appendRaw(m_buffer, name, split.local);
+        return;
+    }
 
-    CEStr prefix;
+    const _EStrRec* prefix = nullptr;
     bool inForce = false;
     for (auto& [key, uri] : topScope()) {
-        if (EStrCmp(textOf(uri), ns) == 0) {
+        if (sameText(uri, ns)) {
             prefix = key;
             inForce = true;
             break;
         }
     }
-    if (!inForce && node.has(kXMLKeyNSDict) && node[kXMLKeyNSDict].getType() == CAgg::eMap) {
-        for (auto& [key, uri] : node[kXMLKeyNSDict].toMap()) {
-            if (EStrCmp(textOf(uri), ns) == 0) {
+    CAgg* dict = inForce ? nullptr : entries.nsDict;
+    if (dict && dict->getType() == CAgg::eMap) {
+        for (auto& [key, uri] : dict->toMap()) {
+            if (sameText(uri, ns)) {
                 prefix = key;
                 break;
             }
@@ -403,48 +554,66 @@ CEStr CAgg2XML::getTagName(CAgg& node) {
     }
     // An unknown namespace always takes "m": siblings in two such namespaces both use it, each
     // with its own declaration. That is intended.
-    if (prefix.isNull())
-        prefix = CEStr("m", kEStrPDFDoc);
+    if (!prefix)
+        prefix = m_defaultPrefix;
+    if (!inForce)
+        declare(node, entries, prefix, ns);
+    writeTag(prefix, name, split.local);
+}
 
-    if (!inForce) {
-        CAgg::CAggMap& scope = topScope();
-        auto entered = scope.find(prefix.get());
-        if (entered == scope.end() || EStrCmp(textOf(entered->second), ns) != 0)
-            writableTopScope().insert_or_assign(prefix, CAgg(ns.get()));
+// Enters the prefix into the scope and declares it on the node.
+void CAgg2XML::declare(CAgg& node, Entries& entries, const _EStrRec* prefix, const _EStrRec* ns) {
+    CAgg::CAggMap& scope = topScope();
+    auto entered = scope.find(prefix);
+    if (entered == scope.end() || !sameText(entered->second, ns))
+        writableTopScope().insert_or_assign(CEStr(prefix), CAgg(ns));
+    CEStr key("xmlns", kEStrPDFDoc);
+    if (!isEmpty(prefix)) {
+        key += CEStr(":", kEStrPDFDoc);
+        key += CEStr(prefix);
     }
+    if (!entries.attr)
+        entries.attr = &node[m_keys.attr];
+    (*entries.attr)[key] = CAgg(ns);
+}
 
+// The tag is prefix, ":" and the local name, written as one text.
+void CAgg2XML::writeTag(const _EStrRec* prefix, const _EStrRec* name, long local) {
     if (isEmpty(prefix)) {
-        if (!inForce)
-            node[kXMLKeyAttr][CEStr("xmlns", kEStrPDFDoc)] = CAgg(ns.get());
-        return std::move(qname.name);
+        appendRaw(m_buffer, name, local);
+        return;
     }
-    if (!inForce) {
-        CEStr key("xmlns:", kEStrPDFDoc);
-        key += prefix;
-        node[kXMLKeyAttr][key] = CAgg(ns.get());
+    if (isPlain(prefix) && isPlain(name)) {
+        appendRaw(m_buffer, prefix);
+        m_buffer += ':';
+        appendRaw(m_buffer, name, local);
+        return;
     }
-    CEStr tag = prefix;
+    // Texts of two single-byte encodings join as UCS, as CEStr joins them.
+    CEStr tag(prefix);
     tag += CEStr(":", kEStrPDFDoc);
-    tag += qname.name;
-    return tag;
+    CEStr rest = CEStr::adopt(EStrNew(nullptr, kEStrPDFDoc));
+    EStrSubstr(rest, name, local, -1);
+    tag += rest;
+    appendRaw(m_buffer, tag);
 }
 
 // Namespace scopes.
 
-void CAgg2XML::pushNSScope(CAgg& node) {
+void CAgg2XML::pushNSScope(Entries& entries) {
     Scope top = m_scopes.empty() ? std::make_shared<CAgg::CAggMap>() : m_scopes.back();
-    if (!node.has(kXMLKeyAttr) || node[kXMLKeyAttr].getType() != CAgg::eMap) {
-        m_scopes.push_back(std::move(top));
-        return;
-    }
-    CAgg::CAggMap& attr = node[kXMLKeyAttr].toMap();
+    CAgg* attr = entries.attr;
     Scope scope;
-    for (auto& [key, value] : attr) {
-        if (!startsWithXmlnsColon(key))
-            continue;
-        if (!scope)
-            scope = std::make_shared<CAgg::CAggMap>(*top);
-        scope->insert_or_assign(substring(key, 6, -1), value);
+    if (attr && attr->getType() == CAgg::eMap) {
+        for (auto& [key, value] : attr->toMap()) {
+            if (!startsWithXmlnsColon(key))
+                continue;
+            if (!scope)
+                scope = std::make_shared<CAgg::CAggMap>(*top);
+            CEStr prefix = CEStr::adopt(EStrNew(nullptr, kEStrPDFDoc));
+            EStrSubstr(prefix, key, 6, -1);
+            scope->insert_or_assign(std::move(prefix), value);
+        }
     }
     m_scopes.push_back(scope ? std::move(scope) : std::move(top));
 }
@@ -484,29 +653,20 @@ void CAgg2XML::write(const char* text, bool escape) {
 void CAgg2XML::write(const _EStrRec* text, bool escape) {
     if (!text)
         return;
-    const char* bytes = EStrGetBytes(text);
-    long length = EStrGetLen(text);
     if (!escape) {
-        // A single-byte string goes out as its bytes, whatever its encoding; only UCS is
-        // turned into UTF-8. That is intended.
-        if (isUCS(text))
-            m_buffer += ESTR2UTF8(text);
-        else
-            m_buffer.append(bytes, static_cast<size_t>(length));
+        appendRaw(m_buffer, text);
         return;
     }
-    if (!isUCS(text) && isASCII(bytes, length)) {
-        for (long i = 0; i < length; ++i)
-            appendEscaped(m_buffer, static_cast<unsigned char>(bytes[i]));
+    if (!isUCS(text) && appendEscapedASCII(m_buffer, EStrGetBytes(text), EStrGetLen(text)))
         return;
-    }
     CEStr wide = CEStr::adopt(isUCS(text) ? EStrCopy(text) : EStrCopySetEncoding(text, kEStrUCS));
     if (isUCS(wide)) {
         appendEscapedUnits(m_buffer, wide);
         return;
     }
     // Without a converter at hand the bytes are read as Latin-1.
-    for (long i = 0; i < length; ++i)
+    const char* bytes = EStrGetBytes(text);
+    for (long i = 0; i < EStrGetLen(text); ++i)
         appendEscaped(m_buffer, static_cast<unsigned char>(bytes[i]));
 }
 

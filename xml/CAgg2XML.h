@@ -44,10 +44,32 @@ public:
     static QsStm openStream(CAgg&& document, bool withDeclaration = true);
 
 private:
-    /// Where an element stands in the walk: its state and the index of its next child.
+    /// The entries of a node's record, found in one pass over it; null for those it lacks.
+    struct Entries {
+        CAgg* type = nullptr;
+        CAgg* name = nullptr;
+        CAgg* nameSpace = nullptr;
+        CAgg* attr = nullptr;
+        CAgg* children = nullptr;
+        CAgg* nsDict = nullptr;
+        CAgg* text = nullptr;
+        CAgg* encoded = nullptr;
+    };
+    /// Where a node stands in the walk: its state, the index of its next child, and its
+    /// entries, looked up when it is first seen.
     struct State {
         long state = 0;
         long children = 0;
+        bool seen = false;
+        QsAtom type = kQsNullAtom;
+        CAgg::CAggVector* list = nullptr;
+        Entries entries;
+    };
+    /// A qualified name taken apart: the local name starts at character `local`, and `ns` is
+    /// the text before the last ":", or null when there is none or it is a prefix in scope.
+    struct QNameSplit {
+        long local;
+        const _EStrRec* ns;
     };
     /// Prefix to URI. Scopes share a map until one of them changes it.
     using Scope = std::shared_ptr<CAgg::CAggMap>;
@@ -56,19 +78,27 @@ private:
     bool serializeElement();
     bool serializeValue();
     void serializePI();
-    QName getQName(const _EStrRec* text);
-    CEStr getTagName(CAgg& node);
-    void getTagAttr(CAgg& node);
-    void doOpenTag(CAgg& node);
-    void doCloseTag(CAgg& node);
-    void doEmptyTag(CAgg& node);
-    void pushNSScope(CAgg& node);
+    Entries entriesOf(CAgg& node) const;
+    QNameSplit getQName(const _EStrRec* text);
+    void getTagName(CAgg& node, Entries& entries);
+    void declare(CAgg& node, Entries& entries, const _EStrRec* prefix, const _EStrRec* ns);
+    void writeTag(const _EStrRec* prefix, const _EStrRec* name, long local);
+    void getTagAttr(Entries& entries);
+    void doOpenTag(CAgg& node, Entries& entries);
+    void doCloseTag(CAgg& node, Entries& entries);
+    void doEmptyTag(CAgg& node, Entries& entries);
+    void pushNSScope(Entries& entries);
     void popNSScope();
     CAgg::CAggMap& topScope();
     CAgg::CAggMap& writableTopScope();
     void write(const _EStrRec* text, bool escape);
     void write(const char* text, bool escape);
     void writeStreamBlock(const char* bytes, long count, bool escape);
+
+    /// The atoms of the record keys, looked up once.
+    struct Keys {
+        QsAtom type, name, nameSpace, attr, children, nsDict, text, encoded;
+    };
 
     std::string m_buffer;
     long m_offset = -1;
@@ -81,4 +111,10 @@ private:
     long m_lineBreaks = 0;
     // Off for a fragment, such as one node of a feed flattened into text.
     bool m_withDeclaration;
+    Keys m_keys;
+    // The namespace part of the name in hand, kept to reuse its buffer.
+    CEStr m_nsPart;
+    CEStr m_empty;
+    // The prefix of a namespace that neither the scope nor the node's nsDict knows.
+    CEStr m_defaultPrefix;
 };

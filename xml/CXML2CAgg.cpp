@@ -2,9 +2,18 @@
 
 #include "frame/ZString.h"
 
+#include <cstring>
 #include <utility>
 
 namespace {
+
+bool isASCII(const XML_Char* text, size_t length) {
+    for (size_t i = 0; i < length; ++i) {
+        if (static_cast<unsigned char>(text[i]) >= 0x80)
+            return false;
+    }
+    return true;
+}
 
 // Space, tab and line feed; a carriage return counts as content.
 bool isBlank(const XML_Char* text, int len) {
@@ -15,14 +24,24 @@ bool isBlank(const XML_Char* text, int len) {
     return true;
 }
 
-bool isTextNode(CAgg& node) {
-    return node.has(kXMLKeyType) && node[kXMLKeyType].getType() == CAgg::eQsAtom &&
-           node[kXMLKeyType].toQsAtom() == kXMLTypeText;
+// Makes the value a string of the text. A short ASCII text fits the buffer that comes with the
+// new string; anything else is made to measure and taken over rather than copied.
+void setText(CAgg& value, const XML_Char* text, size_t length) {
+    EStr& payload = value.toEStr();
+    if (length + 2 <= static_cast<size_t>(payload->capacity) && isASCII(text, length)) {
+        EStrSetBytesWithSize(payload, text, static_cast<long>(length), kEStrPDFDoc);
+        return;
+    }
+    CEStr made = XML_String2ESTR(text, static_cast<long>(length));
+    EStrDelete(payload);
+    payload = made.release();
 }
 
 } // namespace
 
 CXML2CAgg::CXML2CAgg() : CXMLParser(nullptr, '\0') {
+    m_keys = {kXMLKeyType,     kXMLKeyName, kXMLKeyNameSpace, kXMLKeyAttr, kXMLKeyNSDict,
+              kXMLKeyChildren, kXMLKeyText, kXMLTypeElement,  kXMLTypeText};
     m_pendingNSDict.toMap();
 }
 
@@ -52,32 +71,42 @@ void CXML2CAgg::startElementHandler(const XML_Char* tag, const XML_Char** atts) 
     }
     CAgg* record = &m_root;
     if (m_depth > 0) {
+        Open& parent = m_stack.back();
         CAgg child;
         // The parent's dictionary merged with the pending one is the pending one itself: the
         // pending dictionary only gains prefixes, and the parent's was made from it.
-        child[kXMLKeyNSDict] = m_pendingNSDict;
-        CAgg::CAggVector& siblings = (*m_stack.back())[kXMLKeyChildren].toVector();
+        child.toQsAtomMap()[m_keys.nsDict] = m_pendingNSDict;
         // The pointer pushed below stays good because a parent takes no further child until
         // this one is closed.
-        record = &siblings.emplace_back(std::move(child));
+        record = &parent.children->emplace_back(std::move(child));
+        parent.lastIsText = false;
     }
-    m_stack.push_back(record);
+    CAgg::CAggQsAtomMap& fields = record->toQsAtomMap();
 
-    XMLString name, ns;
-    makeQName(tag, &name, &ns);
-    (*record)[kXMLKeyName] = CAgg(XML_String2ESTR(name.data(), static_cast<long>(name.size())));
-    (*record)[kXMLKeyNameSpace] = CAgg(XML_String2ESTR(ns.data(), static_cast<long>(ns.size())));
-    (*record)[kXMLKeyType].toQsAtom() = kXMLTypeElement;
+    const XMLString* uri = elementNamespace(tag);
+    size_t uriLength = uri ? uri->size() : 0;
+    setText(fields[m_keys.name], tag + uriLength, std::strlen(tag + uriLength));
+    setText(fields[m_keys.nameSpace], uri ? uri->data() : "", uriLength);
+    fields[m_keys.type].toQsAtom() = m_keys.element;
 
-    CAgg& attr = (*record)[kXMLKeyAttr];
-    attr.toMap();
+    CAgg::CAggMap& attr = fields[m_keys.attr].toMap();
     for (const XML_Char** att = atts; att && att[0]; att += 2) {
-        XMLString key = normalizeQName(att[0]);
-        CEStr keyText = XML_String2ESTR(key.data(), static_cast<long>(key.size()));
-        attr[keyText] = CAgg(XML_String2ESTR(att[1] ? att[1] : ""));
+        // The key is normalizeQName's: URI, ":", local name.
+        const XMLString* attUri = attributeNamespace(att[0]);
+        if (attUri) {
+            m_key.assign(*attUri).append(1, ':').append(att[0] + attUri->size());
+        } else {
+            m_key.assign(att[0]);
+        }
+        CAgg& value =
+            attr.insert_or_assign(XML_String2ESTR(m_key.data(), static_cast<long>(m_key.size())),
+                                  CAgg())
+                .first->second;
+        const XML_Char* text = att[1] ? att[1] : "";
+        setText(value, text, std::strlen(text));
     }
 
-    (*record)[kXMLKeyChildren].toVector();
+    m_stack.push_back({record, &fields[m_keys.children].toVector(), false});
     ++m_depth;
 }
 
@@ -96,16 +125,17 @@ void CXML2CAgg::cDataHandler(const XML_Char* text, int len) {
         m_text.append(text, static_cast<size_t>(len));
         return;
     }
-    CAgg::CAggVector& children = (*m_stack.back())[kXMLKeyChildren].toVector();
+    Open& open = m_stack.back();
     // Once a text node has begun, every chunk joins it, whitespace and all.
-    if (children.empty() || !isTextNode(children.back())) {
+    if (!open.lastIsText) {
         // Whitespace between elements vanishes, and with it leading whitespace that Expat
         // delivers as a chunk of its own; that is intended.
         if (isBlank(text, len))
             return;
         CAgg node;
-        node[kXMLKeyType].toQsAtom() = kXMLTypeText;
-        children.emplace_back(std::move(node));
+        node.toQsAtomMap()[m_keys.type].toQsAtom() = m_keys.text;
+        open.children->emplace_back(std::move(node));
+        open.lastIsText = true;
     }
     m_text.assign(text, static_cast<size_t>(len));
     m_textOpen = true;
@@ -118,16 +148,17 @@ void CXML2CAgg::flushText() {
     m_textOpen = false;
     if (m_stack.empty())
         return;
-    CAgg& node = (*m_stack.back())[kXMLKeyChildren].toVector().back();
-    CEStr run = XML_String2ESTR(m_text.data(), static_cast<long>(m_text.size()));
-    m_text.clear();
-    if (!node.has(kXMLKeyText)) {
-        node[kXMLKeyText] = CAgg(run.get());
+    CAgg::CAggQsAtomMap& fields = m_stack.back().children->back().toQsAtomMap();
+    auto found = fields.find(m_keys.textKey);
+    if (found == fields.end()) {
+        setText(fields[m_keys.textKey], m_text.data(), m_text.size());
+        m_text.clear();
         return;
     }
-    CEStr joined(node[kXMLKeyText].toEStr());
-    joined += run;
-    node[kXMLKeyText] = CAgg(joined.get());
+    CEStr joined(found->second.toEStr());
+    joined += XML_String2ESTR(m_text.data(), static_cast<long>(m_text.size()));
+    m_text.clear();
+    found->second = CAgg(joined.get());
 }
 
 void CXML2CAgg::startNamespaceDeclHandler(const XML_Char* prefix, const XML_Char* uri) {

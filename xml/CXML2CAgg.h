@@ -44,11 +44,22 @@ protected:
     int unknownEncodingHandler(const XML_Char* name, XML_Encoding* info) override;
 
 private:
+    /// An open element: its record, its children, and whether the last of them is a text node.
+    struct Open {
+        CAgg* record;
+        CAgg::CAggVector* children;
+        bool lastIsText;
+    };
+    /// The atoms of the record, looked up once.
+    struct Keys {
+        QsAtom type, name, nameSpace, attr, nsDict, children, textKey, element, text;
+    };
+
     void flushText();
 
     long m_depth = 0;
     CAgg m_root;
-    std::deque<CAgg*> m_stack;
+    std::deque<Open> m_stack;
     CAgg m_pendingNSDict;
     CEStr m_errorString;
     uint16_t m_unknownEncoding = 0;
@@ -56,4 +67,7 @@ private:
     // many chunks makes one string.
     std::string m_text;
     bool m_textOpen = false;
+    // The key of the attribute in hand, kept to reuse its buffer.
+    XMLString m_key;
+    Keys m_keys;
 };

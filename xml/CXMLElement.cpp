@@ -1,5 +1,7 @@
 #include "xml/CXMLElement.h"
 
+#include <utility>
+
 namespace {
 
 CEStr emptyText() {
@@ -115,9 +117,9 @@ CAgg& CXMLElement::appendElement(const _EStrRec* name) const {
     return child;
 }
 
-CAgg& CXMLElement::appendText(const CAgg& text, bool encoded) const {
+CAgg& CXMLElement::appendText(CAgg text, bool encoded) const {
     CAgg& child = children().emplace_back(newRecord(kXMLTypeText));
-    child[kXMLKeyText] = text;
+    child[kXMLKeyText] = std::move(text);
     child[kXMLKeyEncoded].toQsBool() = encoded ? 1 : 0;
     return child;
 }

@@ -76,8 +76,9 @@ public:
     /// Appends an element with that name and no children yet; returns the new record.
     CAgg& appendElement(const char* name) const;
     CAgg& appendElement(const _EStrRec* name) const;
-    /// Appends a text node; encoded says whether the serialiser escapes it.
-    CAgg& appendText(const CAgg& text, bool encoded) const;
+    /// Appends a text node holding the value, taken over (so that a stream keeps one owner);
+    /// encoded says whether the serialiser escapes it.
+    CAgg& appendText(CAgg text, bool encoded) const;
     /// Appends a processing instruction with that target.
     CAgg& appendProcessing(const char* target) const;
 

@@ -279,37 +279,44 @@ XMLString CXMLParser::unqualify(const XML_Char* tag) const {
     return tag;
 }
 
-void CXMLParser::makeQName(const XML_Char* tag, XMLString* name, XMLString* ns) const {
-    if (!tag)
-        tag = "";
-    if (name)
-        *name = tag;
-    if (ns)
-        ns->clear();
-    for (const auto& [prefix, uri] : m_namespaces) {
-        if (startsWith(tag, uri)) {
-            if (name)
-                *name = tag + uri.size();
-            if (ns)
-                *ns = uri;
-            return;
-        }
+const XMLString* CXMLParser::elementNamespace(const XML_Char* tag) const {
+    for (const auto& entry : m_namespaces) {
+        if (startsWith(tag, entry.second))
+            return &entry.second;
     }
+    return nullptr;
 }
 
-// Unlike makeQName, the longest URI wins here, so a document with one URI that begins another
-// can split an element's name differently from its attributes' names. That is intended.
-XMLString CXMLParser::normalizeQName(const XML_Char* tag) const {
-    if (!tag)
-        return {};
+// Unlike an element, an attribute takes the longest URI, so a document with one URI that
+// begins another can split an element's name differently from its attributes' names. That is
+// intended.
+const XMLString* CXMLParser::attributeNamespace(const XML_Char* tag) const {
     const XMLString* best = nullptr;
     for (const auto& entry : m_namespaces) {
         if (startsWith(tag, entry.second) && (!best || entry.second.size() > best->size()))
             best = &entry.second;
     }
-    if (!best)
+    return best;
+}
+
+void CXMLParser::makeQName(const XML_Char* tag, XMLString* name, XMLString* ns) const {
+    if (!tag)
+        tag = "";
+    const XMLString* uri = elementNamespace(tag);
+    size_t length = uri ? uri->size() : 0;
+    if (name)
+        *name = tag + length;
+    if (ns)
+        *ns = uri ? *uri : XMLString();
+}
+
+XMLString CXMLParser::normalizeQName(const XML_Char* tag) const {
+    if (!tag)
+        return {};
+    const XMLString* uri = attributeNamespace(tag);
+    if (!uri)
         return tag;
-    return *best + ":" + (tag + best->size());
+    return *uri + ":" + (tag + uri->size());
 }
 
 // Trampolines.

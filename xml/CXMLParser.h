@@ -113,6 +113,12 @@ public:
     XMLString normalizeQName(const XML_Char* tag) const;
     /// The declarations in scope.
     const NSMap& namespaces() const { return m_namespaces; }
+    /// The URI that makeQName takes for an element's tag, or null: the first in prefix order
+    /// that begins the tag.
+    const XMLString* elementNamespace(const XML_Char* tag) const;
+    /// The URI that normalizeQName takes for an attribute's tag, or null: the longest that
+    /// begins the tag.
+    const XMLString* attributeNamespace(const XML_Char* tag) const;
 
     /// The Expat parser.
     XML_Parser handle() const { return m_parser; }

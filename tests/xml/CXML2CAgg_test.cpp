@@ -2,7 +2,6 @@
 // every kind of bad input.
 #include "xml/CXML2CAgg.h"
 
-#include "tests/fakehost/FakeHost.h"
 #include "tests/xml/XMLTestSupport.h"
 #include "values/QsStm.h"
 
@@ -56,10 +55,7 @@ std::string nested(long depth) {
     return text;
 }
 
-class XML2CAgg : public ::testing::Test {
-protected:
-    FakeHost host;
-};
+using XML2CAgg = xmltest::XMLTest;
 
 TEST_F(XML2CAgg, BuildsTheRecordTreeOfEachDocument) {
     for (const char* name : kParsedDocuments) {
@@ -107,6 +103,16 @@ TEST_F(XML2CAgg, LeadingWhitespaceDeliveredAloneIsLost) {
         EXPECT_EQ(ESTR2UTF8(CXMLElement(children.back()).record()[kXMLKeyText].toEStr()), c.text)
             << c.chunks.front();
     }
+}
+
+TEST_F(XML2CAgg, TheTreeHoldsEverythingFedSoFar) {
+    CXML2CAgg parser;
+    ASSERT_EQ(parser.parse("<r>ab", 5, 0), 1);
+    CXMLElement root(parser.getRoot());
+    EXPECT_EQ(ESTR2UTF8(root.getValue()), "ab");
+    ASSERT_EQ(parser.parse("c\xC3\xA9</r>", 7, 1), 1);
+    EXPECT_EQ(xmltest::shown(root.getValue()), "\"abc\xC3\xA9\"[ucs]");
+    EXPECT_EQ(root.childCount(), 1);
 }
 
 TEST_F(XML2CAgg, ReadsAStreamInBlocks) {
