@@ -61,7 +61,6 @@ private:
     CHostDocumentModel m_documents;
     CHostVellView m_view{m_loop};
     CHostQsExtra m_extra;
-    CHostDocumentModel m_documents;
     CConsoleUserInterface m_ui;
     CIconvEncodings m_encodings;
     CBaseKit m_baseKit{m_encodings, m_core};
