@@ -61,6 +61,8 @@ private:
 
     long m_refCount = 0;
     ESContext m_context;
+    ESErrorHandlerProc m_previousProc = nullptr; // the host's, put back when the handler goes
+    void* m_previousData = nullptr;
     std::unique_ptr<Val> m_exception;
     bool m_pending = false;
 };
@@ -313,6 +315,11 @@ Val errorObject(ESObject object, const char* name, const char* message, int32_t 
 /// The step back into the engine: throws the value in the running native method and raises the
 /// host error of its private "QsRaiseERRORCODE" (1 when there is none).
 [[noreturn]] void raiseException(const Val& value);
+
+/// The object held by the global property of that name, made first when the property holds no
+/// object: a new object of the class of that name. Modules that share an object (SOAP) reach it
+/// this way.
+Val getOrCreateGlobalObject(const Context& context, const char* name);
 
 /// Runs the body of a native method; a Val it throws goes back to the script by raiseException.
 template <class Fn> bool scriptBoundary(Fn&& body) {

@@ -113,12 +113,15 @@ ExceptionHandler* ExceptionHandler::acquire(ESContext context) {
 
 ExceptionHandler::ExceptionHandler(ESContext context)
     : m_context(context), m_exception(std::make_unique<Val>(context)) {
+    // While the bridge works in a context its errors are the bridge's; the host's own handler
+    // comes back when the last Context of it goes.
+    engine().getErrorHandler(context, &m_previousProc, &m_previousData);
     engine().setErrorHandler(context, errorHandler, this);
 }
 
 ExceptionHandler::~ExceptionHandler() {
     if (gESHFT)
-        gESHFT->setErrorHandler(m_context, nullptr, nullptr);
+        gESHFT->setErrorHandler(m_context, m_previousProc, m_previousData);
 }
 
 void ExceptionHandler::ReleaseRef() {
@@ -673,6 +676,16 @@ Val newArray(const Context& context) {
     if (!array)
         detail::throwPending(context);
     return Val(array);
+}
+
+Val getOrCreateGlobalObject(const Context& context, const char* name) {
+    Val global = context.global();
+    Val existing = global[name];
+    if (existing.type() == kESValObject)
+        return existing;
+    Val made = newObject(context, name);
+    global[name] = made;
+    return made;
 }
 
 Val errorObject(ESObject object, const char* name, const char* message, int32_t code) {

@@ -4,6 +4,7 @@
 #include "values/QsStm.h"
 
 #include "frame/HostTables.h"
+#include "frame/host/VxIconBundle.h"
 
 #include <chrono>
 
@@ -188,6 +189,50 @@ TEST_F(CESConvert, StreamsGoOutOwnedByTheirObjectAndAreClosedOnce) {
     engine.dropLooseRoots();
     engine.collectGarbage();
     EXPECT_EQ(closes, 1);
+}
+
+} // namespace
+
+namespace {
+
+// An icon of 2 by 1 pixels, as the viewer's bundles are.
+void measureIcon(_t_VxIconBundleRec6*, int32_t* width, int32_t* height) {
+    *width = 2;
+    *height = 1;
+}
+
+QsStm openIcon(_t_VxIconBundleRec6*, int32_t index) {
+    return index == 0 ? QsMemStmRdOpen("\x10\x20\x30\x40\x50\x60\x70\x80", 8) : nullptr;
+}
+
+const VxIconBundleHandlerRec kIconHandler = {
+    sizeof(VxIconBundleHandlerRec), 0, measureIcon, openIcon, nullptr, nullptr};
+
+TEST_F(CESConvert, ViewerObjectsCrossAsTheirHandles) {
+    // An icon goes out as a stream of its pixels with its size.
+    _t_VxIconBundleRec6 bundle{kVxIconBundleMagic, kVxIconBundleType, kVxIconBundleVersion,
+                               &kIconHandler, nullptr};
+    CAgg icon(static_cast<void*>(&bundle));
+    Val value(context);
+    CAggToESVal(value.slot(), icon);
+    setGlobal("icon", value);
+    EXPECT_EQ(textOf("icon.width + 'x' + icon.height + ' ' + icon.read()"), "2x1 1020304050607080");
+    CAgg noIcon(static_cast<void*>(nullptr));
+    CAggToESVal(value.slot(), noIcon);
+    EXPECT_EQ(value.type(), kESValUndefined);
+
+    // The host's objects of the classes "Icon" and "LobObj" come in as the object they hold.
+    FakeDocumentModel& model = host.documents();
+    LobDoc doc = model.dkDocGetLobDoc(model.openDocument(1));
+    LobObj held = model.objNewInteger(doc, 7);
+    for (const char* className : {"Icon", "LobObj"}) {
+        ESObject object = engine.newObject(context, className);
+        engine.setPrivate(object, "LobObj", &held);
+        CAgg in;
+        ESValToCAgg(in, Val(object).slot(), 1);
+        ASSERT_EQ(in.getType(), CAgg::eLobObj) << className;
+        EXPECT_EQ(model.objGetInteger(in.toLobObj()), 7) << className;
+    }
 }
 
 } // namespace

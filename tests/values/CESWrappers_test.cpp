@@ -63,6 +63,10 @@ TEST_F(CESWrappers, ProxiesReadWriteAndChainProperties) {
     EXPECT_FALSE(object["missing"].Known());
     EXPECT_FALSE(object[5L].Known());
     EXPECT_EQ(object["missing"].get().type(), kESValUndefined);
+    // Values are copies: changing one leaves the other.
+    Val copy = object["a"];
+    copy = 2.5;
+    EXPECT_EQ(textOf("typeof o.a"), "object");
 }
 
 TEST_F(CESWrappers, ValuesReadByTheScriptsRules) {
@@ -95,26 +99,6 @@ TEST_F(CESWrappers, ValuesReadByTheScriptsRules) {
     EXPECT_EQ(raised([&] { (void)static_cast<double>(broken); }), kESErrScript);
 }
 
-TEST_F(CESWrappers, ValuesAreAssignedCopiedAndSwappedAsValues) {
-    Val a(1L, context);
-    Val b = a;
-    b = 2.5;
-    EXPECT_EQ(static_cast<double>(a), 1);
-    EXPECT_EQ(static_cast<double>(b), 2.5);
-    a.Swap(b);
-    EXPECT_EQ(static_cast<double>(a), 2.5);
-    a = "text";
-    EXPECT_EQ(a.type(), kESValString);
-    a.setNull();
-    EXPECT_EQ(a.type(), kESValNull);
-    a = run("[1, 2]").object();
-    EXPECT_TRUE(a.isArray());
-    EXPECT_EQ(a.arraySize(), 2);
-    a.setUndefined();
-    EXPECT_FALSE(a.isArray());
-    EXPECT_EQ(a.len(), 0);
-}
-
 TEST_F(CESWrappers, CallsPassArgumentsAndThisAndThrowTheScriptsErrors) {
     Val calc = run("({base: 100, add: function (x, y) { return this.base + x + (y || 0); },"
                    " fail: function () { throw new RangeError('too far'); }})");
@@ -126,6 +110,14 @@ TEST_F(CESWrappers, CallsPassArgumentsAndThisAndThrowTheScriptsErrors) {
     EXPECT_EQ(static_cast<long>(calc["add"](pair, eThrowException, true)), 111);
     EXPECT_EQ(thrown([&] { calc["fail"](); }), "RangeError: too far");
     EXPECT_EQ(thrown([&] { calc["base"](); }), "InternalError: Native wrappers failure.");
+    Val number(5L, context);
+    try {
+        number["x"];
+        ADD_FAILURE() << "a number had a property";
+    } catch (const Val& exception) {
+        EXPECT_EQ(describeException(exception), "InternalError: Native wrappers failure.");
+        EXPECT_EQ(exception["fileName"].get().hostText(), "???");
+    }
     // Kept instead of thrown: the call gives undefined and the error waits in the context.
     Context scope(context);
     Val kept = calc["fail"](eKeepException);
@@ -133,18 +125,6 @@ TEST_F(CESWrappers, CallsPassArgumentsAndThisAndThrowTheScriptsErrors) {
     ASSERT_TRUE(scope.hasException());
     EXPECT_EQ(describeException(scope.popException()), "RangeError: too far");
     EXPECT_FALSE(scope.hasException());
-}
-
-TEST_F(CESWrappers, ReachingIntoAValueThatHoldsNoObjectThrowsTheInternalError) {
-    Val number(5L, context);
-    Val exception(context);
-    try {
-        number["x"];
-    } catch (const Val& thrownValue) {
-        exception = thrownValue;
-    }
-    EXPECT_EQ(describeException(exception), "InternalError: Native wrappers failure.");
-    EXPECT_EQ(exception["fileName"].get().hostText(), "???");
 }
 
 TEST_F(CESWrappers, TheBoundaryRaisesTheErrorsCodeAndTheScriptCatchesTheErrorItself) {
@@ -190,6 +170,37 @@ TEST_F(CESWrappers, AValueThatOutlivesItsContextLeavesTheSlotsOfOthersAlone) {
     EXPECT_EQ(engine.liveSlotCount(), live);
     for (int i = 0; i < 8; ++i)
         EXPECT_EQ(static_cast<long>(*others[i]), i);
+}
+
+} // namespace
+
+namespace {
+
+std::vector<std::string> gHostReports;
+
+void hostHandler(ESContext, int32_t, int32_t, const char* message, void*) {
+    gHostReports.push_back(message);
+}
+
+TEST_F(CESWrappers, TheBridgeTakesAContextsErrorsOnlyWhileItWorksThere) {
+    gHostReports.clear();
+    engine.setErrorHandler(context, hostHandler, nullptr);
+    Val thrower = run("({fail: function (m) { throw new Error(m); }})");
+    {
+        Context scope(context);
+        EXPECT_EQ(thrown([&] { thrower["fail"](Val("bridge", scope)); }), "Error: bridge");
+        EXPECT_TRUE(gHostReports.empty());
+    }
+    // The host's handler is back once the bridge lets go of the context.
+    ESErrorHandlerProc proc = nullptr;
+    EXPECT_TRUE(engine.getErrorHandler(context, &proc, nullptr));
+    EXPECT_EQ(proc, hostHandler);
+    Val message("host", Context(context));
+    ESVal args[] = {message.slot()};
+    Val ignored(context);
+    EXPECT_FALSE(ESObjectSafeCall(thrower.object(), "fail", 1, args, ignored.slot()));
+    EXPECT_EQ(gHostReports, std::vector<std::string>{"Error: host"});
+    engine.setErrorHandler(context, nullptr, nullptr);
 }
 
 } // namespace
