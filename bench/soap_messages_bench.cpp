@@ -3,11 +3,9 @@
 //   build/bench/soap_bench
 
 #include "frame/HostTables.h"
-#include "host/cabinets/CMemoryCabinets.h"
 #include "host/core/CHostCore.h"
 #include "host/encodings/CIconvEncodings.h"
 #include "host/files/CPosixFileSystem.h"
-#include "host/support/CHostSupport.h"
 #include "soap/CMultipartReader.h"
 #include "soap/CMultipartWriter.h"
 #include "soap/CSOAPReader.h"
@@ -21,6 +19,18 @@
 #include <string>
 
 namespace {
+
+// The support layer, for its file system only: the disk, temporary files in the system's folder.
+class DiskSupport final : public IVellSupport {
+public:
+    int32_t hftVersion() const override { return 0x60000; }
+    IFileSystem* files() override { return &m_files; }
+    ICabinets* cabinets() override { return nullptr; }
+    IPreferences* preferences() override { return nullptr; }
+
+private:
+    CPosixFileSystem m_files;
+};
 
 // UUIDs counted up: the multipart writer asks for them.
 class CountingExtra final : public IQsExtra {
@@ -37,9 +47,7 @@ private:
 void setUpHost() {
     static CHostCore core;
     static CIconvEncodings encodings;
-    static CPosixFileSystem files;
-    static CMemoryCabinets cabinets(core);
-    static CHostSupport support(files, cabinets);
+    static DiskSupport support;
     static CountingExtra extra;
     static bool done = false;
     if (done)

@@ -3,11 +3,9 @@
 // than the reply held.
 
 #include "frame/HostTables.h"
-#include "host/cabinets/CMemoryCabinets.h"
 #include "host/core/CHostCore.h"
 #include "host/encodings/CIconvEncodings.h"
 #include "host/files/CPosixFileSystem.h"
-#include "host/support/CHostSupport.h"
 #include "soap/CMultipartReader.h"
 #include "soap/SOAPText.h"
 #include "values/QsStm.h"
@@ -18,12 +16,22 @@
 
 namespace {
 
+// The support layer, for its file system only: the disk, temporary files in the system's folder.
+class DiskSupport final : public IVellSupport {
+public:
+    int32_t hftVersion() const override { return 0x60000; }
+    IFileSystem* files() override { return &m_files; }
+    ICabinets* cabinets() override { return nullptr; }
+    IPreferences* preferences() override { return nullptr; }
+
+private:
+    CPosixFileSystem m_files;
+};
+
 void setUp() {
     static CHostCore core;
     static CIconvEncodings encodings;
-    static CPosixFileSystem files;
-    static CMemoryCabinets cabinets(core);
-    static CHostSupport support(files, cabinets);
+    static DiskSupport support;
     gCoreHFT = &core;
     gBaseKitHFT = &encodings;
     gVellSupportHFT = &support;

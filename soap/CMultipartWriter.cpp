@@ -72,7 +72,7 @@ CEStr CMultipartWriter::addPart(const _EStrRec* name, const char* contentType,
 void CMultipartWriter::setDefaultPart(const _EStrRec* id) {
     m_defaultPartID = id;
     std::string contentType = "multipart/related; ";
-    contentType += "type=\"text/xml\"; ";
+    contentType += "type=\"text/xml\"; "; // text/xml for SOAP 1.2 too
     contentType += "start=\"<" + SOAPUTF8(id) + ">\"; ";
     contentType += "boundary=\"" + SOAPUTF8(m_boundary) + "\"";
     m_contentType = SOAPEStrFromUTF8(contentType);

@@ -19,24 +19,19 @@ CEStr emptyText() {
     return CEStr("", kEStrPDFDoc);
 }
 
-// The size of a tree: how many values it holds and how deep they nest.
-struct Extent {
-    long values = 0;
-    long depth = 0;
-};
-
-void measure(CAgg& value, long depth, Extent& extent) {
-    ++extent.values;
-    extent.depth = std::max(extent.depth, depth);
+// Counts the values of a tree into values and its deepest level into deepest.
+void measure(CAgg& value, long depth, long& values, long& deepest) {
+    ++values;
+    deepest = std::max(deepest, depth);
     if (value.getType() == CAgg::eVector) {
         for (CAgg& item : value.toVector())
-            measure(item, depth + 1, extent);
+            measure(item, depth + 1, values, deepest);
     } else if (value.getType() == CAgg::eMap) {
         for (auto& [key, item] : value.toMap())
-            measure(item, depth + 1, extent);
+            measure(item, depth + 1, values, deepest);
     } else if (value.getType() == CAgg::eQsAtomMap) {
         for (auto& [atom, item] : value.toQsAtomMap())
-            measure(item, depth + 1, extent);
+            measure(item, depth + 1, values, deepest);
     }
 }
 
@@ -187,11 +182,23 @@ void CSOAPReader::bindReference(CAgg& value, CPartResolver* resolver, long depth
         CEStr name = SOAPEStrFromUTF8(ref.substr(1));
         if (!canResolvePartName(name))
             return;
-        CAgg target = resolvePartName(name);
-        Extent extent;
-        measure(target, 0, extent);
+        // The size of what a reference stands for is taken once, so that a reference that is
+        // refused costs no copy.
+        CAgg target;
+        bool resolved = false;
+        auto known = m_extents.find(ref);
+        if (known == m_extents.end()) {
+            target = resolvePartName(name);
+            resolved = true;
+            Extent extent;
+            measure(target, 0, extent.values, extent.depth);
+            known = m_extents.emplace(ref, extent).first;
+        }
+        const Extent& extent = known->second;
         if (depth + extent.depth > kMaxBindDepth || extent.values > kMaxBoundValues - m_boundValues)
             return;
+        if (!resolved)
+            target = resolvePartName(name);
         m_boundValues += extent.values;
         value = std::move(target);
         // The value may hold references in its turn: chains and nested references resolve.

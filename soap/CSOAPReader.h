@@ -17,7 +17,9 @@
 #include "values/EStr.h"
 #include "xml/CXMLElement.h"
 
+#include <map>
 #include <memory>
+#include <string>
 
 class CSOAPReader {
 public:
@@ -77,7 +79,7 @@ public:
     /// How many values the resolved references may copy in all. A reply whose references
     /// multiply (a value that refers twice to a value that refers twice, and so on) keeps its
     /// remaining references unresolved past this.
-    static constexpr long kMaxBoundValues = 1000000;
+    static constexpr long kMaxBoundValues = 200000;
     /// The deepest element read; deeper elements are skipped.
     static constexpr long kMaxNodeDepth = 2000;
 
@@ -118,11 +120,19 @@ protected:
     long m_nodeDepth = 0;
 
 private:
+    /// The size of a value: how many values it holds and how deep they nest.
+    struct Extent {
+        long values = 0;
+        long depth = 0;
+    };
+
     CAgg readSection(const char* name, bool withFaults);
     void bindAt(CAgg& value, CPartResolver* resolver, long depth);
     void bindReference(CAgg& value, CPartResolver* resolver, long depth);
 
     long m_boundValues = 0;
+    // The size of the value of each reference met, by reference.
+    std::map<std::string, Extent> m_extents;
 };
 
 /// Makes the reader: encoded when the flag is set, literal otherwise.

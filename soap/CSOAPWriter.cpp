@@ -10,6 +10,8 @@
 
 #include <cstdio>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -22,9 +24,40 @@ constexpr std::string_view kReservedKeys[] = {
 // No message of the table fits a request too deep to walk, so the writer has its own text.
 constexpr const char* kTooDeepText = "The request is nested too deeply to be written.";
 
+// Whether a value nests deeper than limit. The walk keeps a list of its own instead of recursing,
+// since the value is not yet known to be shallow.
+bool nestsDeeperThan(CAgg& value, long limit) {
+    std::vector<std::pair<CAgg*, long>> pending{{&value, 0}};
+    while (!pending.empty()) {
+        auto [at, depth] = pending.back();
+        pending.pop_back();
+        if (depth > limit)
+            return true;
+        if (at->getType() == CAgg::eVector) {
+            for (CAgg& item : at->toVector())
+                pending.emplace_back(&item, depth + 1);
+        } else if (at->getType() == CAgg::eMap) {
+            for (auto& [key, item] : at->toMap())
+                pending.emplace_back(&item, depth + 1);
+        } else if (at->getType() == CAgg::eQsAtomMap) {
+            for (auto& [atom, item] : at->toQsAtomMap())
+                pending.emplace_back(&item, depth + 1);
+        }
+    }
+    return false;
+}
+
 } // namespace
 
-CSOAPWriter::CSOAPWriter(CAgg& header, CAgg& request) : m_header(header), m_request(request) {}
+CSOAPWriter::CSOAPWriter(CAgg& header, CAgg& request)
+    : m_tooDeep(nestsDeeperThan(header, kMaxDepth) || nestsDeeperThan(request, kMaxDepth)) {
+    // A value too deep is not even copied, since a copy recurses as deep as the value; the
+    // write then fails.
+    if (m_tooDeep)
+        return;
+    m_header = header;
+    m_request = request;
+}
 
 CSOAPWriter::~CSOAPWriter() = default;
 
@@ -93,6 +126,7 @@ void CSOAPWriter::setName(CXMLElement& element, const QName& name) {
         element.setName(name.name.get());
         return;
     }
+    // Every name in a namespace declares a fresh prefix, even for a namespace declared before.
     std::string prefix = SOAPUTF8(createNSPrefix());
     element.setAttribute(SOAPEStrFromUTF8("xmlns:" + prefix), name.nameSpace);
     element.setName(SOAPEStrFromUTF8(prefix + ":" + SOAPUTF8(name.name)).get());
@@ -121,6 +155,8 @@ bool CSOAPWriter::isReservedKey(const _EStrRec* key) {
 }
 
 CAgg CSOAPWriter::writeEnvelope(bool withEncodingNS) {
+    if (m_tooDeep)
+        checkDepth(kMaxDepth + 1);
     CAgg envelope;
     CXMLElement root(envelope);
     root.setType(kXMLTypeElement);

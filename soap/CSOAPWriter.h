@@ -65,8 +65,8 @@ public:
     /// Whether a key of a map steers the writer instead of naming a child element.
     static bool isReservedKey(const _EStrRec* key);
 
-    /// The deepest nesting of values written. A deeper request is refused rather than walked
-    /// into a stack overflow; no service takes parameters a thousand levels deep.
+    /// The deepest nesting of values written. A deeper request or header is refused, without
+    /// being copied or walked by recursion; no service takes parameters a thousand levels deep.
     static constexpr long kMaxDepth = 1000;
 
 protected:
@@ -89,6 +89,8 @@ protected:
     SOAPVersion m_version = kSOAPVersion11;
     CEStr m_error;
     long m_errorCode = 0;
+    // The header or the request nests deeper than kMaxDepth; neither was copied.
+    bool m_tooDeep = false;
 };
 
 /// Makes the writer: encoded when the flag is set, literal otherwise.
