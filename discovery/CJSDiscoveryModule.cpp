@@ -1,14 +1,22 @@
 #include "discovery/CJSDiscoveryModule.h"
 
 #include "frame/HostTables.h"
+#include "values/CES.h"
 
 namespace {
 
 CJSDiscoveryModule* gDiscoveryModule = nullptr;
 
-// Gets or creates the context's SOAP object and attaches "queryServices" and "resolveService".
-// Its body comes with script discovery.
-void JSDiscoveryContextInit(ESContext) {}
+// Gets or creates the context's SOAP object. "queryServices" and "resolveService" come with
+// script discovery.
+void JSDiscoveryContextInit(ESContext context) {
+    try {
+        CES::getOrCreateGlobalObject(context, "SOAP");
+    } catch (const CES::Val&) {
+        // A context that cannot take the object goes without it.
+    } catch (const HostError&) {
+    }
+}
 
 } // namespace
 

@@ -14,12 +14,11 @@
 #include "scriptui/CJSPNLModule.h"
 #include "scriptui/CJSToolButtonModule.h"
 #include "scriptui/JSVxViewModule.h"
+#include "soap/AuthCallbacks.h"
 #include "soap/CSoapModule.h"
-#include "soap/InteractiveAuth.h"
 #include "tracker/CVxTasksModule.h"
 #include "tracker/CVxURLCommandModule.h"
 #include "tracker/RSSPanel.h"
-#include "tracker/TrackerAuth.h"
 
 // Built at load, and so on the registry before any other module: it runs last.
 JSVxViewModule gJSVxViewModule;

@@ -21,6 +21,7 @@ CReferenceHost::CReferenceHost(std::istream& in, std::ostream& out,
     m_engine->setCore(&m_core);
     m_engine->setEncodings(&m_encodings);
     m_engine->setUserInterface(&m_ui);
+    m_looseRoots = std::make_unique<CLooseRootsSource>(m_loop.context(), *m_engine);
 
     m_core.registerTable("Core", 0x50000, &m_core);
     m_core.registerTable("VellSupport", 0x60000, &m_support);
@@ -118,6 +119,7 @@ void CReferenceHost::closePlugin() {
     // and the script engine, whose last collection runs the plug-in's finalisers, go first.
     m_ui.clearNotifications();
     m_core.destroyServers();
+    m_looseRoots.reset();
     m_engine.reset();
     m_core.unregisterTable("ESHFT");
     dlclose(m_library);

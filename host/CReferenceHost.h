@@ -19,6 +19,7 @@
 #include "host/files/CPosixFileSystem.h"
 #include "host/loop/CMainLoop.h"
 #include "host/net/CCurlNetwork.h"
+#include "host/runner/CLooseRootsSource.h"
 #include "host/script/CSpiderMonkeyEngine.h"
 #include "host/support/CHostSupport.h"
 #include "host/ui/CConsoleUserInterface.h"
@@ -44,6 +45,11 @@ public:
     /// The quit notification and the unload, then the plug-in is closed. Safe to call twice.
     void stop();
 
+    /// The script engine; it goes when the plug-in is closed.
+    CSpiderMonkeyEngine& engine() { return *m_engine; }
+    /// The main loop.
+    CMainLoop& loop() { return m_loop; }
+
     /// The plug-in's name, as its handshake gave it.
     std::string pluginName();
     /// Each table the plug-in asked for, in the order of its first request, with the versions
@@ -68,6 +74,7 @@ private:
     CCurlNetwork m_network{m_loop};
     CWsdlReader m_wsdlReader{m_cabinets};
     std::unique_ptr<CSpiderMonkeyEngine> m_engine;
+    std::unique_ptr<CLooseRootsSource> m_looseRoots;
     std::vector<std::unique_ptr<CBareTable>> m_bareTables;
 
     void* m_library = nullptr;

@@ -7,7 +7,8 @@ class CSoapModule final : public CModule {
 public:
     /// Registers the per-context initialiser of the SOAP object.
     bool init() override;
-    // term deletes CCredStore::sm_instance; it arrives with the credential store.
+    /// Deletes the credential store, which writes its cabinet back.
+    bool term() override;
 };
 
 /// Creates the module, which puts it on the registry.

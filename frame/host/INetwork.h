@@ -115,6 +115,10 @@ public:
     /// authentication); flags are handed to the client's authentication callbacks. Before this
     /// a request has no client: no User-Agent, the default time-outs, no authentication.
     virtual bool setTimeoutsAndFlags(NetRequest request, NetClientID client, int32_t flags) = 0;
+    /// Gives a request data of its own for the client's authentication callbacks: they receive it
+    /// in place of the data they were registered with (null restores that). False once the
+    /// request was sent.
+    virtual bool setAuthenticationData(NetRequest request, void* data) = 0;
     /// Adds a request header; false once the request was sent, or for a name or value that
     /// would break the header block.
     virtual bool setHeader(NetRequest request, const char* name, const char* value) = 0;

@@ -290,6 +290,9 @@ public:
     // Errors and exceptions.
 
     virtual void setErrorHandler(ESContext context, ESErrorHandlerProc proc, void* data) = 0;
+    /// The handler set for the context, so that one who sets another can put it back; false
+    /// (with null out) when there is none.
+    virtual bool getErrorHandler(ESContext context, ESErrorHandlerProc* proc, void** data) = 0;
     /// Copies the context's last script exception into out; false when there is none.
     virtual bool exceptionValue(ESContext context, ESVal out) = 0;
     virtual void clearException(ESContext context) = 0;

@@ -52,4 +52,11 @@ public:
     virtual std::string labelLookup(const char* name, const char* defaultLabel) = 0;
     /// Applies the viewer's string filter with the given filter value to a text, in place.
     virtual void applyStringFilter(QsTextRec* text, int32_t filter) = 0;
+
+    /// Prints one line, UTF-8 without its line end, to the viewer's console.
+    virtual void consolePrintln(const char* utf8) = 0;
+    /// Opens a URL: with a null target in the viewer itself, which runs the URL commands of its
+    /// own scheme ("vellum:"); with a target in the browser window of that name ("_blank": a new
+    /// one).
+    virtual void openURL(const char* url, const char* target) = 0;
 };

@@ -113,6 +113,11 @@ bool CMainLoop::hasPending() const {
     return !m_entries.empty() || m_work > 0;
 }
 
+bool CMainLoop::hasWork() const {
+    return m_work > 0 || std::any_of(m_entries.begin(), m_entries.end(),
+                                     [](const Entry* entry) { return entry->oneShot; });
+}
+
 void CMainLoop::beginWork() {
     ++m_work;
 }

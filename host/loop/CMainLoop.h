@@ -34,6 +34,9 @@ public:
     void quit();
     /// Whether an idle procedure, a delayed call or work is pending.
     bool hasPending() const;
+    /// Whether a delayed call or work is pending: what a script's run waits for, where periodic
+    /// idle procedures are the host's background duties.
+    bool hasWork() const;
 
     /// Tells the loop that work it does not see (a transfer under way) keeps it busy; each call
     /// is paired with one endWork().

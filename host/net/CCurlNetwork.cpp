@@ -196,6 +196,11 @@ bool CCurlNetwork::setTimeoutsAndFlags(NetRequest request, NetClientID client, i
     return true;
 }
 
+bool CCurlNetwork::setAuthenticationData(NetRequest request, void* data) {
+    Entry* entry = find(request);
+    return entry && entry->request->setAuthenticationData(data);
+}
+
 bool CCurlNetwork::setHeader(NetRequest request, const char* name, const char* value) {
     Entry* entry = find(request);
     return entry && entry->request->addHeader(name, value);

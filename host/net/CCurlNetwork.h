@@ -47,6 +47,7 @@ public:
     NetRequest openURLAsync(const char* url, int32_t mode, NetAsyncProc consumer,
                             void* userData) override;
     bool setTimeoutsAndFlags(NetRequest request, NetClientID client, int32_t flags) override;
+    bool setAuthenticationData(NetRequest request, void* data) override;
     bool setHeader(NetRequest request, const char* name, const char* value) override;
     bool post(NetRequest request, NetPostWriteProc write, NetPostCloseProc close,
               void* data) override;

@@ -94,6 +94,14 @@ void CCurlRequest::setClient(const CurlClientSettings& client, int32_t flags) {
     m_flags = flags;
 }
 
+bool CCurlRequest::setAuthenticationData(void* data) {
+    if (m_started)
+        return false;
+    m_authData = data;
+    m_hasAuthData = data != nullptr;
+    return true;
+}
+
 bool CCurlRequest::addHeader(const char* name, const char* value) {
     if (m_started || !name || !*name || !value || hasLineBreak(name) || hasLineBreak(value) ||
         std::strchr(name, ':'))
@@ -426,7 +434,7 @@ bool CCurlRequest::authenticate() {
     char* password = nullptr;
     ++m_authAttempts;
     auth.proc(serverName().c_str(), chosen->realm.c_str(), &user, &password, m_authAttempts,
-              m_flags, auth.data);
+              m_flags, m_hasAuthData ? m_authData : auth.data);
     if (!user) {
         dropSecret(password);
         return false;

@@ -65,6 +65,8 @@ public:
 
     void setClient(const CurlClientSettings& client, int32_t flags);
     const CurlClientSettings& client() const { return m_client; }
+    /// Data for the authentication callbacks in place of the client's; false once started.
+    bool setAuthenticationData(void* data);
     bool addHeader(const char* name, const char* value);
     bool setBody(NetPostWriteProc write, NetPostCloseProc close, void* data);
     void setTrace(CurlTraceSink sink) { m_trace = std::move(sink); }
@@ -130,6 +132,8 @@ private:
     void* m_userData;
     CurlClientSettings m_client;
     int32_t m_flags = 0;
+    void* m_authData = nullptr;
+    bool m_hasAuthData = false;
     std::vector<std::pair<std::string, std::string>> m_requestHeaders;
     curl_slist* m_headerList = nullptr;
     CurlTraceSink m_trace;

@@ -139,6 +139,7 @@ public:
     bool isCurrentEventOneOf(ESContext context, const ESEventPair* pairs) override;
 
     void setErrorHandler(ESContext context, ESErrorHandlerProc proc, void* data) override;
+    bool getErrorHandler(ESContext context, ESErrorHandlerProc* proc, void** data) override;
     bool exceptionValue(ESContext context, ESVal out) override;
     void clearException(ESContext context) override;
     ESObject newError(ESContext context, const char* name, const char* message) override;

@@ -223,6 +223,16 @@ void CSpiderMonkeyEngine::setErrorHandler(ESContext context, ESErrorHandlerProc 
     context->errorData = data;
 }
 
+bool CSpiderMonkeyEngine::getErrorHandler(ESContext context, ESErrorHandlerProc* proc,
+                                          void** data) {
+    bool live = m_impl->usable(context);
+    if (proc)
+        *proc = live ? context->errorHandler : nullptr;
+    if (data)
+        *data = live ? context->errorData : nullptr;
+    return live && context->errorHandler;
+}
+
 bool CSpiderMonkeyEngine::exceptionValue(ESContext context, ESVal out) {
     if (!m_impl->usable(context) || !context->hasException || !m_impl->usable(out))
         return false;

@@ -1,5 +1,7 @@
 #include "host/ui/CConsoleUserInterface.h"
 
+#include <gio/gio.h>
+
 #include <istream>
 #include <ostream>
 #include <string>
@@ -88,5 +90,23 @@ void CConsoleUserInterface::send(int32_t kind) {
     for (const Registration& r : registered) {
         if (r.kind == kind)
             r.proc(r.data);
+    }
+}
+
+void CConsoleUserInterface::consolePrintln(const char* utf8) {
+    m_out << (utf8 ? utf8 : "") << "\n";
+}
+
+void CConsoleUserInterface::openURL(const char* url, const char* target) {
+    if (!url)
+        return;
+    if (!target) {
+        m_out << "This host runs no URL commands: " << url << "\n";
+        return;
+    }
+    GError* error = nullptr;
+    if (!g_app_info_launch_default_for_uri(url, nullptr, &error)) {
+        m_out << "Cannot open " << url << ": " << (error ? error->message : "no browser") << "\n";
+        g_clear_error(&error);
     }
 }

@@ -30,6 +30,11 @@ public:
     bool hasTopLevelWindow() override { return false; }
     std::string labelLookup(const char* name, const char* defaultLabel) override;
     void applyStringFilter(QsTextRec* text, int32_t filter) override;
+    /// The line on the terminal.
+    void consolePrintln(const char* utf8) override;
+    /// With a target, the desktop's default browser opens the URL; the console has no URL
+    /// commands of its own, and says so.
+    void openURL(const char* url, const char* target) override;
 
     /// Calls every procedure registered for a kind, in the order of registration.
     void send(int32_t kind);

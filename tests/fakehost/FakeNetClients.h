@@ -44,6 +44,7 @@ public:
     NetRequest openURL(const char*, int32_t) override { return nullptr; }
     NetRequest openURLAsync(const char*, int32_t, NetAsyncProc, void*) override { return nullptr; }
     bool setTimeoutsAndFlags(NetRequest, NetClientID, int32_t) override { return false; }
+    bool setAuthenticationData(NetRequest, void*) override { return false; }
     bool setHeader(NetRequest, const char*, const char*) override { return false; }
     bool post(NetRequest, NetPostWriteProc, NetPostCloseProc, void*) override { return false; }
     bool sendAndWait(NetRequest) override { return false; }

@@ -66,6 +66,7 @@ struct FakeNetwork::Request {
     void* userData = nullptr;
     NetClientID client = kNoNetClient;
     int32_t flags = 0;
+    void* authData = nullptr;
     std::vector<std::pair<std::string, std::string>> headers;
     NetPostWriteProc write = nullptr;
     NetPostCloseProc closeBody = nullptr;
@@ -192,6 +193,14 @@ bool FakeNetwork::setTimeoutsAndFlags(NetRequest handle, NetClientID client, int
     return true;
 }
 
+bool FakeNetwork::setAuthenticationData(NetRequest handle, void* data) {
+    Request* request = find(handle);
+    if (!request || request->sent)
+        return false;
+    request->authData = data;
+    return true;
+}
+
 bool FakeNetwork::setHeader(NetRequest handle, const char* name, const char* value) {
     Request* request = find(handle);
     if (!request || request->sent || !name || !*name || !value || std::strpbrk(name, ":\r\n") ||
@@ -240,7 +249,8 @@ bool FakeNetwork::answerChallenge(Request& request) {
     char* user = nullptr;
     char* password = nullptr;
     auth.proc(serverOf(request.url).c_str(), realm.c_str(), &user, &password,
-              static_cast<long>(record.credentials.size()) + 1, request.flags, auth.data);
+              static_cast<long>(record.credentials.size()) + 1, request.flags,
+              request.authData ? request.authData : auth.data);
     bool answered = user != nullptr;
     if (answered)
         record.credentials.emplace_back(user, password ? password : "");

@@ -7,6 +7,7 @@
 #include <deque>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 class FakeUserInterface final : public IUserInterface {
@@ -34,6 +35,10 @@ public:
     bool hasTopLevelWindow() override { return m_hasWindow; }
     std::string labelLookup(const char* name, const char* defaultLabel) override;
     void applyStringFilter(QsTextRec* text, int32_t filter) override;
+    void consolePrintln(const char* utf8) override { m_console.push_back(utf8 ? utf8 : ""); }
+    void openURL(const char* url, const char* target) override {
+        m_openedURLs.push_back({url ? url : "", target ? target : ""});
+    }
 
     /// Calls every procedure registered for a kind, in the order of registration.
     void send(int32_t kind);
@@ -46,6 +51,13 @@ public:
     void setLabel(const std::string& name, const std::string& label) { m_labels[name] = label; }
     /// Names looked up, in order.
     const std::vector<std::string>& labelLookups() const { return m_labelLookups; }
+    /// The lines printed to the console, in order.
+    const std::vector<std::string>& consoleLines() const { return m_console; }
+    void clearConsole() { m_console.clear(); }
+    /// The URLs opened, with their target (empty for the viewer itself), in order.
+    const std::vector<std::pair<std::string, std::string>>& openedURLs() const {
+        return m_openedURLs;
+    }
     /// The filter values the plug-in applied, in order.
     const std::vector<int32_t>& filters() const { return m_filters; }
 
@@ -57,4 +69,6 @@ private:
     std::map<std::string, std::string> m_labels;
     std::vector<std::string> m_labelLookups;
     std::vector<int32_t> m_filters;
+    std::vector<std::string> m_console;
+    std::vector<std::pair<std::string, std::string>> m_openedURLs;
 };

@@ -4,10 +4,9 @@
 #include "frame/HostTables.h"
 #include "frame/QsCore.h"
 #include "scriptui/JSVxViewModule.h"
-#include "soap/InteractiveAuth.h"
+#include "soap/AuthCallbacks.h"
 #include "tests/fakehost/FakeHost.h"
 #include "tests/fakehost/FakeNetClients.h"
-#include "tracker/TrackerAuth.h"
 
 #include <gtest/gtest.h>
 

@@ -80,4 +80,16 @@ TEST(ConsoleUserInterface, NotificationsGoToTheirKindInOrderUntilCleared) {
     EXPECT_EQ(ui.labelLookup("vxOKButton", "OK"), "OK");
 }
 
+TEST(ConsoleUserInterface, ConsoleLinesAndTheViewersOwnURLsGoToTheTerminal) {
+    std::istringstream in;
+    std::ostringstream out;
+    CConsoleUserInterface ui(in, out, Answers::Ask);
+    ui.consolePrintln("GET http://127.0.0.1/");
+    ui.consolePrintln("");
+    ui.consolePrintln(nullptr);
+    ui.openURL("vellum:Inbox?show=1", nullptr);
+    EXPECT_EQ(out.str(), "GET http://127.0.0.1/\n\n\nThis host runs no URL commands: "
+                         "vellum:Inbox?show=1\n");
+}
+
 } // namespace

@@ -192,6 +192,22 @@ TEST_P(NetworkContract, AChallengeGoesToTheClientsCallback) {
     net().close(request);
 }
 
+TEST_P(NetworkContract, ARequestsOwnAuthenticationDataReachesTheCallback) {
+    std::string url = world->guard("/vault");
+    AuthScript clientWide{"mallory", "wrong", 3, {}};
+    AuthScript ownData{"alice", "pw", 3, {}};
+    net().setAuthentication(client, 0, kNetAuthAsk, &AuthScript::answer, &clientWide);
+    NetRequest request = net().openURL(url.c_str(), kNetOpenRead);
+    ASSERT_TRUE(net().setTimeoutsAndFlags(request, client, 0));
+    ASSERT_TRUE(net().setAuthenticationData(request, &ownData));
+    ASSERT_TRUE(net().sendAndWait(request));
+    EXPECT_FALSE(net().setAuthenticationData(request, nullptr)) << "too late once sent";
+    EXPECT_EQ(net().status(request), 200);
+    EXPECT_EQ(ownData.calls.size(), 1u);
+    EXPECT_TRUE(clientWide.calls.empty());
+    net().close(request);
+}
+
 INSTANTIATE_TEST_SUITE_P(Worlds, NetworkContract, ::testing::Values(World::Fake, World::Curl),
                          [](const auto& info) {
                              return info.param == World::Fake ? "Fake" : "Curl";

@@ -137,6 +137,8 @@ public:
     bool hasTopLevelWindow() override { return false; }
     std::string labelLookup(const char*, const char* defaultLabel) override { return defaultLabel; }
     void applyStringFilter(QsTextRec*, int32_t) override {}
+    void consolePrintln(const char*) override {}
+    void openURL(const char*, const char*) override {}
     std::optional<std::string> response(const char* question, const char* title,
                                         const char* defaultText, bool password) override {
         shown.push_back(std::string(question) + "|" + title + "|" + defaultText + "|" +

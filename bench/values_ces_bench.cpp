@@ -1,0 +1,95 @@
+// Script bridge costs, against the real engine:
+//   - a feed-shaped script object of 1,000 items, five text fields each, read into a CAgg with
+//     text keys and with atom keys;
+//   - the same CAgg written back out as script objects;
+//   - an array of 1,000,000 numbers read into a CAgg vector.
+
+#include "frame/HostTables.h"
+#include "host/core/CHostCore.h"
+#include "host/encodings/CIconvEncodings.h"
+#include "host/script/CSpiderMonkeyEngine.h"
+#include "values/CES.h"
+
+#include <benchmark/benchmark.h>
+
+namespace {
+
+constexpr const char* kFeed =
+    "var items = [];"
+    "for (var i = 0; i < 1000; ++i) items.push({title: 'Story ' + i,"
+    " link: 'http://www.example.com/news/2004/01/story-' + i + '.html',"
+    " description: 'A short description of story ' + i + ', with some words in it.',"
+    " author: 'someone@example.com', guid: 'urn:uuid:' + i});"
+    "({title: 'A feed', items: items})";
+
+// The tables and the engine, installed for the length of a benchmark.
+class Host {
+public:
+    Host() {
+        gCoreHFT = &m_core;
+        gBaseKitHFT = &m_encodings;
+        m_engine.setCore(&m_core);
+        m_engine.setEncodings(&m_encodings);
+        gESHFT = &m_engine;
+        m_context = m_engine.newContext("App", nullptr);
+    }
+    ~Host() {
+        gESHFT = nullptr;
+        gBaseKitHFT = nullptr;
+        gCoreHFT = nullptr;
+    }
+
+    CES::Val run(const char* source) {
+        CES::Val result(m_context);
+        m_engine.evaluate(m_context, nullptr, source, -1, result.slot());
+        return result;
+    }
+    ESContext context() const { return m_context; }
+    CSpiderMonkeyEngine& engine() { return m_engine; }
+
+private:
+    CHostCore m_core;
+    CIconvEncodings m_encodings;
+    CSpiderMonkeyEngine m_engine;
+    ESContext m_context = nullptr;
+};
+
+void BM_FeedToCAgg(benchmark::State& state) {
+    Host host;
+    CES::Val feed = host.run(kFeed);
+    for (auto _ : state) {
+        CAgg out;
+        ESValToCAgg(out, feed.slot(), static_cast<unsigned short>(state.range(0)));
+        benchmark::DoNotOptimize(out);
+        host.engine().dropLooseRoots();
+    }
+}
+BENCHMARK(BM_FeedToCAgg)->Arg(1)->Arg(0)->Unit(benchmark::kMillisecond);
+
+void BM_FeedToScript(benchmark::State& state) {
+    Host host;
+    CES::Val feed = host.run(kFeed);
+    CAgg tree;
+    ESValToCAgg(tree, feed.slot(), 1);
+    for (auto _ : state) {
+        CAgg copy = tree;
+        CES::Val out(host.context());
+        CAggToESVal(out.slot(), copy);
+        benchmark::DoNotOptimize(out.slot());
+        host.engine().dropLooseRoots();
+    }
+}
+BENCHMARK(BM_FeedToScript)->Unit(benchmark::kMillisecond);
+
+void BM_NumberArrayToCAgg(benchmark::State& state) {
+    Host host;
+    CES::Val numbers = host.run("var a = []; for (var i = 0; i < 1000000; ++i) a.push(i); a");
+    for (auto _ : state) {
+        CAgg out;
+        ESValToCAgg(out, numbers.slot(), 1);
+        benchmark::DoNotOptimize(out);
+    }
+}
+BENCHMARK(BM_NumberArrayToCAgg)->Unit(benchmark::kMillisecond);
+
+} // namespace

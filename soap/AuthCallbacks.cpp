@@ -1,0 +1,315 @@
+#include "soap/AuthCallbacks.h"
+
+#include "frame/HostError.h"
+#include "frame/HostTables.h"
+#include "frame/QsCore.h"
+#include "soap/CCredStore.h"
+
+#include <cstdio>
+#include <cstring>
+#include <initializer_list>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace {
+
+// The dialog. {cServer} and {cRealm} stand inside string literals; {bCredentialStore} is true
+// or false. Cancel leaves event.result unset.
+constexpr const char* kDialogScript = R"(var auth = {
+    initialize: function(dialog) {
+        dialog.enable({keyc: {bCredentialStore}});
+    },
+    commit: function(dialog) {
+        var results = dialog.store();
+        this.result = {
+            Username: results["usrn"],
+            Password: results["pass"],
+            UsePlatformAuth: results["keyc"]
+        };
+    },
+    description: {
+        name: SOAPString.IDS_SOAP_AUTHENTICATE_TITLE,
+        elements: [{
+            type: "view",
+            align_children: "align_center",
+            elements: [{
+                type: "cluster",
+                name: SOAPString.IDS_SOAP_AUTHENTICATE_CAPTION,
+                elements: [
+                    {type: "static_text", name: "{cServer}"},
+                    {type: "static_text", name: "{cRealm}"},
+                    {
+                        type: "view",
+                        elements: [
+                            {
+                                type: "view",
+                                align_children: "align_row",
+                                elements: [
+                                    {type: "static_text",
+                                     name: SOAPString.IDS_SOAP_AUTHENTICATE_USERNAME},
+                                    {type: "edit_text", item_id: "usrn", char_width: 20}
+                                ]
+                            },
+                            {
+                                type: "view",
+                                align_children: "align_row",
+                                elements: [
+                                    {type: "static_text",
+                                     name: SOAPString.IDS_SOAP_AUTHENTICATE_PASSWORD},
+                                    {type: "edit_text", item_id: "pass", char_width: 20,
+                                     password: true}
+                                ]
+                            }
+                        ]
+                    },
+                    {type: "check_box", item_id: "keyc",
+                     name: SOAPString.IDS_NETWORK_ADD_TO_KEYCHAIN},
+                    {type: "ok_cancel"}
+                ]
+            }]
+        }]
+    }
+};
+if(app.execDialog(auth) == "ok") event.result = auth.result;
+)";
+
+TrackerAuthDialogTest gTrackerDialogTest = nullptr;
+
+void replaceAll(std::string& text, const std::string& from, const std::string& to) {
+    for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
+        text.replace(at, from.size(), to);
+}
+
+/// The template with each placeholder replaced, in one pass: a value is never searched again.
+std::string fillTemplate(std::string_view text,
+                         std::initializer_list<std::pair<std::string_view, std::string>> values) {
+    std::string out;
+    while (!text.empty()) {
+        bool replaced = false;
+        for (const auto& [placeholder, value] : values) {
+            if (text.substr(0, placeholder.size()) == placeholder) {
+                out += value;
+                text.remove_prefix(placeholder.size());
+                replaced = true;
+                break;
+            }
+        }
+        if (!replaced) {
+            out += text.front();
+            text.remove_prefix(1);
+        }
+    }
+    return out;
+}
+
+/// A text from the server as the inside of a script string literal. A realm is the server's
+/// choice: quotes, backslashes and line ends are escaped, so that it can only ever be text.
+std::string scriptLiteral(const char* text) {
+    std::string out;
+    for (const char* p = text ? text : ""; *p; ++p) {
+        auto c = static_cast<unsigned char>(*p);
+        if (c == '"' || c == '\\' || c == '\'' || c < 0x20 || c == 0x7f) {
+            char escape[8];
+            std::snprintf(escape, sizeof escape, "\\u%04x", c);
+            out += escape;
+        } else {
+            out += static_cast<char>(c);
+        }
+    }
+    // U+2028 and U+2029 end a line inside a literal too.
+    replaceAll(out, "\xe2\x80\xa8", "\\u2028");
+    replaceAll(out, "\xe2\x80\xa9", "\\u2029");
+    return out;
+}
+
+/// A copy of UTF-8 text from the host's allocator.
+char* hostCopy(const std::string& text) {
+    auto* copy = static_cast<char*>(QsMalloc(text.size() + 1));
+    if (copy)
+        std::memcpy(copy, text.c_str(), text.size() + 1);
+    return copy;
+}
+
+void dropSecret(char*& text) {
+    if (!text)
+        return;
+    explicit_bzero(text, std::strlen(text));
+    QsFree(text);
+    text = nullptr;
+}
+
+/// The text of an entry of a map, as UTF-8; nothing when there is no such entry.
+std::optional<std::string> entryText(const CAgg& map, const char* key) {
+    if (map.getType() != CAgg::eMap || !map.has(key))
+        return std::nullopt;
+    CAgg copy(map);
+    CAgg& entry = copy[key];
+    if (entry.getType() == CAgg::eVoid)
+        return std::nullopt;
+    CQsText text;
+    QsTextFromEStr(entry.toEStr(), text.get());
+    return text.getString();
+}
+
+/// The text of a property of a script object, as UTF-8; nothing for undefined or null.
+std::optional<std::string> propertyText(IScriptEngine& es, ESContext context, ESObject object,
+                                        const char* name) {
+    ESVal value = es.newVal(context);
+    std::optional<std::string> text;
+    if (es.getProperty(object, name, value) && es.valType(value) != kESValUndefined &&
+        es.valType(value) != kESValNull) {
+        CQsText units;
+        if (es.readQsText(value, units.get()))
+            text = units.getString();
+    }
+    es.freeVal(value);
+    return text;
+}
+
+/// What the dialog gave back.
+struct DialogAnswer {
+    std::optional<std::string> user;
+    std::optional<std::string> password;
+    bool keep = false;
+
+    ~DialogAnswer() {
+        if (password)
+            explicit_bzero(password->data(), password->size());
+    }
+};
+
+/// Runs the dialog in a Console/Exec event and reads event.result. A script that fails (no
+/// dialog manager, an error in the engine) gives nothing, as Cancel does.
+DialogAnswer runDialog(const char* server, const char* realm, bool credentialStore) {
+    DialogAnswer answer;
+    IScriptEngine* es = gESHFT;
+    if (!es)
+        return answer;
+    std::string source = makeAuthDialogScript(server, realm, credentialStore);
+    // Marked UCS, so that the server's name reaches the script whatever the host's encoding.
+    CQsText units(source.c_str());
+    std::string ucs = "\xfe\xff";
+    for (char16_t unit : units.units()) {
+        ucs += static_cast<char>(unit >> 8);
+        ucs += static_cast<char>(unit & 0xff);
+    }
+    ESContext context = es->defaultContext();
+    bool ownContext = !context;
+    if (ownContext)
+        context = es->newContext("Console", nullptr);
+    if (!context)
+        return answer;
+    es->beginScope(context);
+    ESEvent event = es->openEvent(context, "Console", "Exec");
+    ESVal result = es->newVal(context);
+    HostFrame frame;
+    frame.run(
+        [&] { es->evaluate(context, event, ucs.data(), static_cast<long>(ucs.size()), result); });
+    ESVal eventResult = es->newVal(context);
+    ESObject resultObject = nullptr;
+    if (es->getProperty(es->eventObject(event), "result", eventResult))
+        resultObject = es->readObject(eventResult);
+    if (resultObject) {
+        answer.user = propertyText(*es, context, resultObject, "Username");
+        answer.password = propertyText(*es, context, resultObject, "Password");
+        ESVal keep = es->newVal(context);
+        answer.keep = es->getProperty(resultObject, "UsePlatformAuth", keep) &&
+                      es->valType(keep) == kESValBoolean && es->readBool(keep);
+        es->freeVal(keep);
+    }
+    es->freeVal(eventResult);
+    es->freeVal(result);
+    es->closeEvent(event);
+    es->endScope(context);
+    if (frame.code())
+        es->clearException(context);
+    if (ownContext)
+        es->destroyContext(context);
+    return answer;
+}
+
+/// The store's answer at the first attempt; at a later one the stored entry has failed and is
+/// forgotten. True when it set the outputs.
+bool answerFromStore(const char* server, const char* realm, char** user, char** password,
+                     long attempt) {
+    CCredStore* store = CCredStore::instance();
+    if (!store->isAvailable() || !store->getCredentials(server, realm, user, password))
+        return false;
+    if (attempt == 1)
+        return true;
+    store->clearCredentials(server, realm);
+    dropSecret(*user);
+    dropSecret(*password);
+    return false;
+}
+
+} // namespace
+
+bool hasOwnCredentials(const CAgg& authenticate) {
+    std::optional<std::string> user = entryText(authenticate, "Username");
+    std::optional<std::string> password = entryText(authenticate, "Password");
+    bool has = user && !user->empty() && password && !password->empty();
+    if (password)
+        explicit_bzero(password->data(), password->size());
+    return has;
+}
+
+std::string makeAuthDialogScript(const char* server, const char* realm, bool credentialStore) {
+    return fillTemplate(kDialogScript,
+                        {{"{cServer}", scriptLiteral(server)},
+                         {"{cRealm}", scriptLiteral(realm)},
+                         {"{bCredentialStore}", credentialStore ? "true" : "false"}});
+}
+
+int32_t InteractiveAuthCB(const char* server, const char* realm, char** user, char** password,
+                          long attempt, long, void* data) {
+    if (!user || !password)
+        return 0;
+    *user = nullptr;
+    *password = nullptr;
+    if (data) {
+        // The request's own credentials, tried as often as the server asks.
+        const CAgg& authenticate = *static_cast<const CAgg*>(data);
+        std::optional<std::string> name = entryText(authenticate, "Username");
+        std::optional<std::string> secret = entryText(authenticate, "Password");
+        *user = hostCopy(name.value_or(""));
+        *password = hostCopy(secret.value_or(""));
+        if (secret)
+            explicit_bzero(secret->data(), secret->size());
+        return *user ? 1 : 0;
+    }
+    if (attempt >= 4)
+        return 0;
+    if (answerFromStore(server, realm, user, password, attempt))
+        return 1;
+    CCredStore* store = CCredStore::instance();
+    DialogAnswer answer = runDialog(server, realm, store->isAvailable());
+    if (!answer.user)
+        return 0;
+    *user = hostCopy(*answer.user);
+    *password = hostCopy(answer.password.value_or(""));
+    if (answer.keep)
+        store->setCredentials(server, realm, answer.user->c_str(),
+                              answer.password.value_or("").c_str());
+    return *user ? 1 : 0;
+}
+
+int32_t TrackerAuthCB(const char* server, const char* realm, char** user, char** password,
+                      long attempt, long flags, void*) {
+    if (!user || !password)
+        return 0;
+    *user = nullptr;
+    *password = nullptr;
+    if (answerFromStore(server, realm, user, password, attempt))
+        return 1;
+    // Without the user looking at this subscription the update fails quietly, to be retried.
+    if (!gTrackerDialogTest || !gTrackerDialogTest(server, realm))
+        return 0;
+    return InteractiveAuthCB(server, realm, user, password, attempt, flags, nullptr);
+}
+
+void setTrackerAuthDialogTest(TrackerAuthDialogTest test) {
+    gTrackerDialogTest = test;
+}

@@ -1,0 +1,119 @@
+#include "soap/CEncodedSOAPReader.h"
+
+#include "frame/HostTables.h"
+#include "soap/SOAPNamespaces.h"
+#include "soap/SOAPText.h"
+#include "values/Filters.h"
+#include "values/QsStm.h"
+
+#include <string>
+
+namespace {
+
+bool isEmpty(const CEStr& text) {
+    return text.isNull() || EStrGetCharLen(text) == 0;
+}
+
+size_t mapSize(CAgg& value) {
+    if (value.getType() == CAgg::eMap)
+        return value.toMap().size();
+    if (value.getType() == CAgg::eQsAtomMap)
+        return value.toQsAtomMap().size();
+    return 0;
+}
+
+// A value that refers to another by href carries the reference until the binding.
+CAgg& withReference(CAgg& value, const CEStr& href) {
+    if (!isEmpty(href))
+        value["soap_href_id"] = CAgg(href.get());
+    return value;
+}
+
+QsStm decodedStream(const std::string& text, FilterEncoding encoding) {
+    return DecodeQsStmRd(QsMemStmRdOpen(text.data(), text.size()), encoding, 1);
+}
+
+} // namespace
+
+void CEncodedSOAPReader::processNode(CAgg& result, CAgg& node) {
+    if (node.getType() == CAgg::eVoid)
+        return;
+    DepthGuard guard(m_nodeDepth);
+    if (guard.tooDeep())
+        return;
+    CAgg& cur = getCurrentNode(result, node);
+    CEStr type = getType(node);
+    if (isArrayNode(node))
+        cur.toVector();
+    CAgg::CAggVector* children = childrenOf(node);
+    for (size_t i = 0; children && i < children->size(); ++i) {
+        CAgg& child = (*children)[i];
+        CXMLElement element(child);
+        if (element.isElement()) {
+            processNode(cur, child);
+        } else if (element.isText() && child.has(kXMLKeyText)) {
+            // A type applies only to text: an element with elements inside stays a map or a
+            // vector, whatever its xsi:type says.
+            cur = CAgg(SOAPValueText(child[kXMLKeyText]).get());
+            setType(cur, type);
+        }
+    }
+}
+
+CAgg& CEncodedSOAPReader::getCurrentNode(CAgg& parent, CAgg& node) {
+    CXMLElement element(node);
+    CEStr id = element.getAttribute("id");
+    CEStr href = element.getAttribute("href");
+    if (parent.getType() == CAgg::eVector)
+        return withReference(parent.toVector().emplace_back(), href);
+    CEStr key = keyOf(node);
+    if (isEmpty(id)) {
+        if (!parent.has(key.get()))
+            return withReference(parent[key], href);
+        if (mapSize(parent) == 1) {
+            // A repeated element where it is the only member is taken for an implicit array:
+            // the parent itself becomes the array.
+            parent.toVector();
+            return withReference(parent.toVector().emplace_back(), href);
+        }
+        // A repeated element in a struct with other members overwrites the earlier one.
+        return parent[key];
+    }
+    CEStr root = element.getAttribute((std::string(kSOAP11EncodingNS) + ":root").c_str());
+    if (SOAPUTF8(root) != "0")
+        parent[key]["soap_href_id"] = CAgg(SOAPEStrFromUTF8("#" + SOAPUTF8(id)).get());
+    // An independent element (root="0") lives only in the table, until a reference binds it.
+    return m_multiRefs[id];
+}
+
+bool CEncodedSOAPReader::canResolvePartName(const _EStrRec* name) {
+    return m_multiRefs.count(name) > 0;
+}
+
+CAgg CEncodedSOAPReader::resolvePartName(const _EStrRec* name) {
+    auto found = m_multiRefs.find(name);
+    return found == m_multiRefs.end() ? CAgg() : found->second;
+}
+
+void CEncodedSOAPReader::setType(CAgg& value, const _EStrRec* type) {
+    std::string local = SOAPSplitQName(SOAPUTF8(type)).second;
+    if (local == "int") {
+        value.toQsInt32();
+    } else if (local == "string") {
+        value.toEStr();
+    } else if (local == "float") {
+        value.todouble();
+    } else if (local == "boolean") {
+        value.toQsBool();
+    } else if (local == "dateTime") {
+        // The network layer's parser reads the ISO 8601 form; text it cannot read stays text.
+        QsTimeRec time{};
+        std::string text = SOAPUTF8(SOAPValueText(value));
+        if (gNetSpanHFT && gNetSpanHFT->parseDate(text.c_str(), time))
+            value = CAgg(time);
+    } else if (local == "base64" || local == "base64Binary") {
+        value = CAgg(decodedStream(SOAPUTF8(SOAPValueText(value)), kFilterBase64), 1);
+    } else if (local == "hexBinary") {
+        value = CAgg(decodedStream(SOAPUTF8(SOAPValueText(value)), kFilterHex), 1);
+    }
+}

@@ -1,0 +1,205 @@
+#include "soap/CEncodedSOAPWriter.h"
+
+#include "soap/SOAPText.h"
+#include "values/Filters.h"
+
+#include <cstdio>
+
+const char* const CEncodedSOAPWriter::sm_xsiTypeAttribute = " xsi:type";
+const char* const CEncodedSOAPWriter::sm_ArrayTypeAttr = " SOAP-ENC:arrayType";
+const char* const CEncodedSOAPWriter::sm_ItemTypeAttr = " SOAP-ENC:itemType";
+const char* const CEncodedSOAPWriter::sm_ArraySizeAttr = " SOAP-ENC:arraySize";
+// Declared with the others but never written: arrays of arrays say "SOAP-ENC:Array" as their
+// item type, and a null goes out through the separate "xsi:nil" and "true".
+const char* const CEncodedSOAPWriter::sm_nestedArrayIndicies = "[]";
+const char* const CEncodedSOAPWriter::sm_xsiNullAttribute = " xsi:nil=\"true\"";
+const char* const CEncodedSOAPWriter::sm_StringTypeString = "xsd:string";
+const char* const CEncodedSOAPWriter::sm_IntegerTypeString = "xsd:int";
+const char* const CEncodedSOAPWriter::sm_BoolTypeString = "xsd:boolean";
+// A double is sent as a float, not as xsd:double; services have always read it so.
+const char* const CEncodedSOAPWriter::sm_DoubleTypeString = "xsd:float";
+const char* const CEncodedSOAPWriter::sm_DateTypeString = "xsd:dateTime";
+const char* const CEncodedSOAPWriter::sm_ArrayTypeString = "SOAP-ENC:Array";
+const char* const CEncodedSOAPWriter::sm_Base64TypeString = "SOAP-ENC:base64";
+
+namespace {
+
+QName plainType(const char* text) {
+    return {CEStr(text, kEStrPDFDoc), CEStr("", kEStrPDFDoc)};
+}
+
+bool isEmpty(const CEStr& text) {
+    return text.isNull() || EStrGetCharLen(text) == 0;
+}
+
+} // namespace
+
+CAgg CEncodedSOAPWriter::writeMessage() {
+    return writeEnvelope(true);
+}
+
+void CEncodedSOAPWriter::setParameterOrder(std::vector<CAgg>& order) {
+    m_parameterOrder = order;
+}
+
+void CEncodedSOAPWriter::writeNode(CAgg& value, CXMLElement& element, long depth,
+                                   unsigned short isHeader) {
+    checkDepth(depth);
+    switch (value.getType()) {
+    case CAgg::eVoid:
+        element.setAttribute("xsi:nil", "true");
+        return;
+    case CAgg::eQsTimeRec:
+        setTypeInfo(element, getSOAPType(value));
+        element.appendText(CAgg(getDateTime(value).get()), true);
+        return;
+    case CAgg::eMap:
+    case CAgg::eQsAtomMap:
+        writeMap(value, element, depth, isHeader);
+        return;
+    case CAgg::eVector:
+        writeVector(value, element, depth, isHeader);
+        return;
+    case CAgg::eQsStm: {
+        setTypeInfo(element, getSOAPType(value));
+        // The filter reads the request's stream but leaves it to the request to close.
+        QsStm encoded = EncodeQsStmRd(value.toQsStm(), kFilterBase64, 0);
+        CAgg& text = element.appendText(CAgg(encoded, 0), false);
+        text[kXMLKeyText].toQsStm(1);
+        return;
+    }
+    default:
+        setTypeInfo(element, getSOAPType(value));
+        element.appendText(CAgg(SOAPValueText(value).get()), true);
+        return;
+    }
+}
+
+void CEncodedSOAPWriter::writeMap(CAgg& value, CXMLElement& element, long depth,
+                                  unsigned short isHeader) {
+    if (value.has("soapName")) {
+        CAgg& name = value["soapName"];
+        if (!SOAPIsString(name))
+            fail("IDS_SOAP_NAME_NOT_STRING");
+        setName(element, SOAPValueText(name));
+    }
+    applyQName(value, element);
+    if (isHeader)
+        addHeader(value, element, depth);
+    if (value.has("soapType")) {
+        if (!SOAPIsString(value["soapType"]))
+            fail("IDS_SOAP_TYPE_NOT_STRING");
+        setTypeInfo(element, getSOAPType(value));
+    }
+    if (value.has("soapValue")) {
+        // Ready-made content, written as it stands; the map has no other children.
+        CAgg& raw = value["soapValue"];
+        if (SOAPIsString(raw))
+            element.appendText(CAgg(SOAPValueText(raw).get()), false);
+        else if (raw.getType() == CAgg::eQsStm)
+            element.appendText(CAgg(raw.toQsStm(), 0), false);
+        else
+            fail("IDS_SOAP_VALUE_BAD_TYPE");
+        return;
+    }
+    if (value.has("soapHREF")) {
+        CAgg& href = value["soapHREF"];
+        if (!SOAPIsString(href))
+            fail("IDS_SOAP_HREF_NOT_STRING");
+        element.setAttribute(CEStr("href", kEStrPDFDoc), SOAPValueText(href));
+    }
+    if (depth == 1 && !m_parameterOrder.empty()) {
+        // Parameters that the order leaves out are not written at all.
+        for (CAgg& parameter : m_parameterOrder) {
+            CEStr key = SOAPValueText(parameter);
+            if (isReservedKey(key) || !value.has(key.get()))
+                continue;
+            writeChild(key, value[key], element, depth, isHeader);
+        }
+        return;
+    }
+    SOAPForEachEntry(value, [&](const CEStr& key, CAgg& item) {
+        if (!isReservedKey(key))
+            writeChild(key, item, element, depth, isHeader);
+    });
+}
+
+void CEncodedSOAPWriter::writeVector(CAgg& value, CXMLElement& element, long depth,
+                                     unsigned short isHeader) {
+    element.setAttribute(sm_xsiTypeAttribute, sm_ArrayTypeString);
+    CAgg::CAggVector& items = value.toVector();
+    setArrayType(element, items);
+    for (CAgg& item : items) {
+        CXMLElement child(element.appendElement("item"));
+        writeNode(item, child, depth + 1, isHeader);
+    }
+}
+
+void CEncodedSOAPWriter::writeChild(const CEStr& key, CAgg& item, CXMLElement& element, long depth,
+                                    unsigned short isHeader) {
+    CXMLElement child(element.appendElement(""));
+    if (depth == 0)
+        child.setAttribute("SOAP-ENV:encodingStyle", encodingNS());
+    setName(child, key);
+    writeNode(item, child, depth + 1, isHeader);
+}
+
+QName CEncodedSOAPWriter::getSOAPType(CAgg& value) {
+    switch (value.getType()) {
+    case CAgg::eEStr:
+    case CAgg::eCQsText:
+        return plainType(sm_StringTypeString);
+    case CAgg::eQsInt32:
+        return plainType(sm_IntegerTypeString);
+    case CAgg::eQsBool:
+        return plainType(sm_BoolTypeString);
+    case CAgg::eDouble:
+        return plainType(sm_DoubleTypeString);
+    case CAgg::eQsTimeRec:
+        return plainType(sm_DateTypeString);
+    case CAgg::eMap:
+    case CAgg::eQsAtomMap:
+        if (value.has("soapType"))
+            return getQName(SOAPValueText(value["soapType"]));
+        return plainType("");
+    case CAgg::eVector:
+        return plainType(sm_ArrayTypeString);
+    case CAgg::eQsStm:
+        return plainType(sm_Base64TypeString);
+    default:
+        return plainType("");
+    }
+}
+
+void CEncodedSOAPWriter::setTypeInfo(CXMLElement& element, const QName& type) {
+    element.setAttribute(CEStr("xsi:type", kEStrPDFDoc), typeText(element, type));
+}
+
+void CEncodedSOAPWriter::setArrayType(CXMLElement& element, CAgg::CAggVector& items) {
+    CEStr itemType("xsd:ur-type", kEStrPDFDoc);
+    bool sameType = !items.empty();
+    for (const CAgg& item : items)
+        sameType = sameType && item.getType() == items.front().getType();
+    if (sameType) {
+        QName type = getSOAPType(items.front());
+        if (!isEmpty(type.name))
+            itemType = typeText(element, type);
+    }
+    char count[32];
+    std::snprintf(count, sizeof count, "%d", static_cast<int>(items.size()));
+    if (m_version == kSOAPVersion11) {
+        std::string arrayType = SOAPUTF8(itemType) + "[" + count + "]";
+        element.setAttribute(CEStr(sm_ArrayTypeAttr, kEStrPDFDoc), SOAPEStrFromUTF8(arrayType));
+        return;
+    }
+    element.setAttribute(CEStr(sm_ItemTypeAttr, kEStrPDFDoc), itemType);
+    element.setAttribute(sm_ArraySizeAttr, count);
+}
+
+CEStr CEncodedSOAPWriter::typeText(CXMLElement& element, const QName& type) {
+    if (isEmpty(type.nameSpace))
+        return type.name;
+    std::string prefix = SOAPUTF8(createNSPrefix());
+    element.setAttribute(SOAPEStrFromUTF8("xmlns:" + prefix), type.nameSpace);
+    return SOAPEStrFromUTF8(prefix + ":" + SOAPUTF8(type.name));
+}

@@ -1,0 +1,20 @@
+// The reader of document style. Three forms of result:
+// - plain values: an element's value under its name (namespace, ":", name); its text as a
+//   string; a repeated element as a vector under its name;
+// - as XML (setAsXML): each body element as a read stream of its XML text, declaration first;
+// - as XML message (setXMLMessage): records in the shape that CLiteralSOAPWriter takes
+//   (soapName, soapQName, soapAttributes, soapValue), so that a reply can be sent on.
+#pragma once
+
+#include "soap/CSOAPReader.h"
+
+class CLiteralSOAPReader final : public CSOAPReader {
+public:
+    using CSOAPReader::CSOAPReader;
+
+    void processNode(CAgg& result, CAgg& node) override;
+    CAgg& getCurrentNode(CAgg& parent, CAgg& node) override;
+
+    /// Reads an element and what it holds into the parent's value.
+    void processSubNode(CAgg& parent, CAgg& node);
+};

@@ -1,0 +1,116 @@
+#include "soap/CLiteralSOAPWriter.h"
+
+#include "soap/SOAPNamespaces.h"
+#include "soap/SOAPText.h"
+#include "values/Filters.h"
+
+CAgg CLiteralSOAPWriter::writeMessage() {
+    return writeEnvelope(false);
+}
+
+void CLiteralSOAPWriter::setDefaultNS(const _EStrRec* nameSpace) {
+    m_defaultNS = nameSpace;
+}
+
+void CLiteralSOAPWriter::writeNode(CAgg& value, CXMLElement& element, long depth,
+                                   unsigned short isHeader) {
+    checkDepth(depth);
+    switch (value.getType()) {
+    case CAgg::eEStr:
+    case CAgg::eCQsText:
+    case CAgg::eQsInt32:
+    case CAgg::eQsBool:
+    case CAgg::eDouble:
+        element.appendText(CAgg(SOAPValueText(value).get()), true);
+        return;
+    case CAgg::eQsTimeRec:
+        element.appendText(CAgg(getDateTime(value).get()), true);
+        return;
+    case CAgg::eQsStm: {
+        // The filter reads the request's stream but leaves it to the request to close.
+        QsStm encoded = EncodeQsStmRd(value.toQsStm(), kFilterBase64, 0);
+        CAgg& text = element.appendText(CAgg(encoded, 0), false);
+        text[kXMLKeyText].toQsStm(1);
+        return;
+    }
+    case CAgg::eVector:
+        for (CAgg& item : value.toVector()) {
+            CXMLElement child(element.appendElement("item"));
+            writeNode(item, child, depth + 1, isHeader);
+        }
+        return;
+    case CAgg::eMap:
+    case CAgg::eQsAtomMap:
+        writeMap(value, element, depth, isHeader);
+        return;
+    default:
+        // A null, and any type without a text form of its own, writes nothing.
+        return;
+    }
+}
+
+void CLiteralSOAPWriter::writeMap(CAgg& value, CXMLElement& element, long depth,
+                                  unsigned short isHeader) {
+    // The literal writer takes any soapName that reads as text; only the encoded one checks it.
+    if (value.has("soapName"))
+        setName(element, SOAPValueText(value["soapName"]));
+    applyQName(value, element);
+    if (isHeader)
+        addHeader(value, element, depth);
+    if (value.has("soapAttributes")) {
+        SOAPForEachEntry(value["soapAttributes"], [&](const CEStr& key, CAgg& attribute) {
+            element.attributes()[key] = CAgg(SOAPValueText(attribute).get());
+        });
+    }
+    if (writeRawValue(value, element, depth, isHeader))
+        return;
+    if (value.has("soapHREF")) {
+        CAgg& href = value["soapHREF"];
+        if (!SOAPIsString(href))
+            fail("IDS_SOAP_HREF_NOT_STRING");
+        // An attachment goes out as a binary inclusion, in place of the element it stands for.
+        setName(element,
+                QName{CEStr("Inclusion", kEStrPDFDoc), CEStr(kSOAPBinaryInclusionNS, kEStrPDFDoc)});
+        element.setAttribute(CEStr("href", kEStrPDFDoc), SOAPValueText(href));
+        return;
+    }
+    SOAPForEachEntry(value, [&](const CEStr& key, CAgg& item) {
+        if (!isReservedKey(key))
+            writeChild(key, item, element, depth, isHeader);
+    });
+}
+
+bool CLiteralSOAPWriter::writeRawValue(CAgg& value, CXMLElement& element, long depth,
+                                       unsigned short isHeader) {
+    if (!value.has("soapValue"))
+        return false;
+    CAgg& raw = value["soapValue"];
+    if (SOAPIsString(raw)) {
+        CEStr text = SOAPValueText(raw);
+        if (EStrGetCharLen(text) > 0)
+            element.appendText(CAgg(text.get()), false);
+    } else if (raw.getType() == CAgg::eQsStm) {
+        element.appendText(CAgg(raw.toQsStm(), 0), false);
+    } else if (raw.getType() == CAgg::eVector) {
+        // Each item is an element of its own, named as the map is named.
+        bool named = value.has("soapName");
+        CEStr name = named ? SOAPValueText(value["soapName"]) : CEStr("item", kEStrPDFDoc);
+        for (CAgg& item : raw.toVector()) {
+            CXMLElement child(element.appendElement(""));
+            setName(child, name);
+            writeNode(item, child, depth + 1, isHeader);
+        }
+    } else {
+        fail("IDS_SOAP_VALUE_BAD_TYPE");
+    }
+    return true;
+}
+
+void CLiteralSOAPWriter::writeChild(const CEStr& key, CAgg& item, CXMLElement& element, long depth,
+                                    unsigned short isHeader) {
+    CXMLElement child(element.appendElement(""));
+    if (depth == 0 && !m_defaultNS.isNull() && EStrGetCharLen(m_defaultNS) > 0)
+        child.setAttribute(CEStr("xmlns", kEStrPDFDoc), m_defaultNS);
+    setName(child, key);
+    writeNode(item, child, depth + 1, isHeader);
+}

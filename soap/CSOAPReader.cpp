@@ -1,0 +1,280 @@
+#include "soap/CSOAPReader.h"
+
+#include "frame/HostError.h"
+#include "soap/CEncodedSOAPReader.h"
+#include "soap/CLiteralSOAPReader.h"
+#include "soap/SOAPNamespaces.h"
+#include "soap/SOAPText.h"
+
+#include <algorithm>
+#include <string>
+
+namespace {
+
+std::string nameOf(CAgg& node) {
+    return SOAPUTF8(CXMLElement(node).getName());
+}
+
+CEStr emptyText() {
+    return CEStr("", kEStrPDFDoc);
+}
+
+// Counts the values of a tree into values and its deepest level into deepest.
+void measure(CAgg& value, long depth, long& values, long& deepest) {
+    ++values;
+    deepest = std::max(deepest, depth);
+    if (value.getType() == CAgg::eVector) {
+        for (CAgg& item : value.toVector())
+            measure(item, depth + 1, values, deepest);
+    } else if (value.getType() == CAgg::eMap) {
+        for (auto& [key, item] : value.toMap())
+            measure(item, depth + 1, values, deepest);
+    } else if (value.getType() == CAgg::eQsAtomMap) {
+        for (auto& [atom, item] : value.toQsAtomMap())
+            measure(item, depth + 1, values, deepest);
+    }
+}
+
+} // namespace
+
+CSOAPReader::CSOAPReader(CAgg& document) : m_document(document) {}
+
+CSOAPReader::~CSOAPReader() = default;
+
+CAgg CSOAPReader::readHeader() {
+    return readSection("Header", false);
+}
+
+CAgg CSOAPReader::readBody(CPartResolver* resolver) {
+    CAgg result = readSection("Body", true);
+    bindReferences(result, resolver);
+    return result;
+}
+
+CAgg CSOAPReader::readSection(const char* name, bool withFaults) {
+    setSOAPVersion(m_document);
+    CAgg result;
+    if (nameOf(m_document) != "Envelope")
+        return result;
+    CAgg* section = findChildElement(m_document, name);
+    CAgg::CAggVector* children = section ? childrenOf(*section) : nullptr;
+    if (!children)
+        return result;
+    for (size_t i = 0; i < children->size(); ++i) {
+        CAgg& child = (*children)[i];
+        if (withFaults && processFault(child))
+            break;
+        processNode(result, child);
+    }
+    return result;
+}
+
+bool CSOAPReader::hasFault() {
+    return !m_faultString.isNull() && EStrGetCharLen(m_faultString) > 0;
+}
+
+CEStr CSOAPReader::getFaultString() {
+    return m_faultString.isNull() ? emptyText() : m_faultString;
+}
+
+CEStr CSOAPReader::getFaultActor() {
+    return m_faultActor.isNull() ? emptyText() : m_faultActor;
+}
+
+CEStr CSOAPReader::getFaultCode() {
+    return m_faultCode.isNull() ? emptyText() : m_faultCode;
+}
+
+CAgg& CSOAPReader::getFaultDetail() {
+    return m_faultDetail;
+}
+
+bool CSOAPReader::hasError() {
+    return !m_error.isNull() && EStrGetCharLen(m_error) > 0;
+}
+
+CEStr CSOAPReader::getError() {
+    return m_error.isNull() ? emptyText() : m_error;
+}
+
+long CSOAPReader::getErrorCode() {
+    return m_errorCode;
+}
+
+void CSOAPReader::setAsXML(unsigned short flag) {
+    m_asXML = flag;
+}
+
+void CSOAPReader::setXMLMessage(unsigned short flag) {
+    m_xmlMessage = flag;
+}
+
+bool CSOAPReader::processFault(CAgg& node) {
+    if (!CXMLElement(node).isElement() || nameOf(node) != "Fault")
+        return false;
+    // These are the SOAP 1.1 names. A SOAP 1.2 fault (Code, Reason, ...) is still taken for a
+    // fault and ends the body, but leaves the fault string empty: it passes for an empty reply.
+    CAgg::CAggVector* children = childrenOf(node);
+    for (size_t i = 0; children && i < children->size(); ++i) {
+        CAgg& child = (*children)[i];
+        CXMLElement element(child);
+        if (!element.isElement())
+            continue;
+        std::string name = nameOf(child);
+        if (name == "faultstring")
+            m_faultString = element.getValue();
+        else if (name == "faultcode")
+            m_faultCode = element.getValue();
+        else if (name == "faultactor")
+            m_faultActor = element.getValue();
+        else if (name == "detail")
+            processNode(m_faultDetail, child);
+    }
+    return true;
+}
+
+bool CSOAPReader::canResolvePartName(const _EStrRec* name) {
+    (void)name;
+    return false;
+}
+
+CAgg CSOAPReader::resolvePartName(const _EStrRec* name) {
+    (void)name;
+    return CAgg();
+}
+
+void CSOAPReader::bindReferences(CAgg& value, CPartResolver* resolver) {
+    bindAt(value, resolver, 0);
+}
+
+void CSOAPReader::bindAt(CAgg& value, CPartResolver* resolver, long depth) {
+    // The loops are written out, without a callback between them, to keep each level of the
+    // walk to one frame of the stack.
+    switch (value.getType()) {
+    case CAgg::eVector:
+        for (CAgg& item : value.toVector())
+            bindAt(item, resolver, depth + 1);
+        return;
+    case CAgg::eMap:
+        if (value.has("soap_href_id")) {
+            bindReference(value, resolver, depth);
+            return;
+        }
+        for (auto& [key, item] : value.toMap())
+            bindAt(item, resolver, depth + 1);
+        return;
+    case CAgg::eQsAtomMap:
+        if (value.has("soap_href_id")) {
+            bindReference(value, resolver, depth);
+            return;
+        }
+        for (auto& [atom, item] : value.toQsAtomMap())
+            bindAt(item, resolver, depth + 1);
+        return;
+    default:
+        return;
+    }
+}
+
+void CSOAPReader::bindReference(CAgg& value, CPartResolver* resolver, long depth) {
+    std::string ref = SOAPUTF8(SOAPValueText(value["soap_href_id"]));
+    if (!ref.empty() && ref[0] == '#') {
+        CEStr name = SOAPEStrFromUTF8(ref.substr(1));
+        if (!canResolvePartName(name))
+            return;
+        // The size of what a reference stands for is taken once, so that a reference that is
+        // refused costs no copy.
+        CAgg target;
+        bool resolved = false;
+        auto known = m_extents.find(ref);
+        if (known == m_extents.end()) {
+            target = resolvePartName(name);
+            resolved = true;
+            Extent extent;
+            measure(target, 0, extent.values, extent.depth);
+            known = m_extents.emplace(ref, extent).first;
+        }
+        const Extent& extent = known->second;
+        if (depth + extent.depth > kMaxBindDepth || extent.values > kMaxBoundValues - m_boundValues)
+            return;
+        if (!resolved)
+            target = resolvePartName(name);
+        m_boundValues += extent.values;
+        value = std::move(target);
+        // The value may hold references in its turn: chains and nested references resolve.
+        // Each resolution counts as a level, so that a value that is nothing but a reference
+        // to itself ends at the bound too.
+        bindAt(value, resolver, depth + 1);
+        return;
+    }
+    if (!resolver)
+        return;
+    // The multipart reader keys its parts by Content-Id, angle brackets included.
+    if (ref.compare(0, 4, "cid:") == 0)
+        ref = "<" + ref.substr(4) + ">";
+    CEStr part = SOAPEStrFromUTF8(ref);
+    if (resolver->hasPart(part))
+        value = CAgg(resolver->getPart(part), 1);
+}
+
+QName CSOAPReader::getQName(const _EStrRec* name) {
+    auto [nameSpace, local] = SOAPSplitQName(SOAPUTF8(name));
+    return {SOAPEStrFromUTF8(local), SOAPEStrFromUTF8(nameSpace)};
+}
+
+CEStr CSOAPReader::getType(CAgg& node) {
+    CXMLElement element(node);
+    CEStr type = element.getAttribute((std::string(kXMLSchemaInstanceNS) + ":type").c_str());
+    if (EStrGetCharLen(type) > 0)
+        return type;
+    return element.getAttribute((std::string(kXMLSchemaInstance1999NS) + ":type").c_str());
+}
+
+bool CSOAPReader::isArrayNode(CAgg& node) {
+    CEStr type = getType(node);
+    return EStrGetCharLen(type) > 0 && SOAPUTF8(getQName(type).name) == "Array";
+}
+
+void CSOAPReader::setSOAPVersion(CAgg& element) {
+    std::string nameSpace = SOAPUTF8(CXMLElement(element).getNameSpace());
+    if (nameSpace == kSOAP11EnvelopeNS) {
+        m_version = kSOAPVersion11;
+        return;
+    }
+    if (nameSpace == kSOAP12EnvelopeNS) {
+        m_version = kSOAPVersion12;
+        return;
+    }
+    raiseHostError(-1);
+}
+
+CAgg* CSOAPReader::findChildElement(CAgg& element, const char* name) {
+    CAgg::CAggVector* children = childrenOf(element);
+    if (!children)
+        return nullptr;
+    for (CAgg& child : *children) {
+        if (CXMLElement(child).isElement() && nameOf(child) == name)
+            return &child;
+    }
+    return nullptr;
+}
+
+CEStr CSOAPReader::keyOf(CAgg& node) {
+    CXMLElement element(node);
+    std::string name = SOAPUTF8(element.getName());
+    std::string nameSpace = SOAPUTF8(element.getNameSpace());
+    return SOAPEStrFromUTF8(nameSpace.empty() ? name : nameSpace + ":" + name);
+}
+
+CAgg::CAggVector* CSOAPReader::childrenOf(CAgg& node) {
+    if (!SOAPIsMap(node) || !node.has(kXMLKeyChildren))
+        return nullptr;
+    CAgg& children = node[kXMLKeyChildren];
+    return children.getType() == CAgg::eVector ? &children.toVector() : nullptr;
+}
+
+std::unique_ptr<CSOAPReader> getSOAPReader(CAgg& document, unsigned short encoded) {
+    if (encoded)
+        return std::make_unique<CEncodedSOAPReader>(document);
+    return std::make_unique<CLiteralSOAPReader>(document);
+}

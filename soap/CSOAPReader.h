@@ -1,0 +1,139 @@
+// The SOAP message readers: the element record tree of a reply (xml/CXML2CAgg.h) becomes the
+// value that the caller sees.
+//
+// CEncodedSOAPReader follows section 5 encoding: xsi:type, arrays, multi-references.
+// CLiteralSOAPReader maps elements by their names, or keeps the structure as XML text or as
+// records that the literal writer can send on. A fault is taken out of the body on the way, and
+// the attachments of a multipart reply are bound into the value through a CPartResolver.
+//
+// The SOAP version is taken from the reply's envelope; an envelope in any other namespace raises
+// the host error -1, which the caller reports as a parse failure. Nothing else fails: a value
+// that does not convert gives what CAgg's conversions give.
+#pragma once
+
+#include "soap/CPartResolver.h"
+#include "soap/CSOAPWriter.h"
+#include "values/CAgg.h"
+#include "values/EStr.h"
+#include "xml/CXMLElement.h"
+
+#include <map>
+#include <memory>
+#include <string>
+
+class CSOAPReader {
+public:
+    /// A reader of a parsed document, which it copies.
+    explicit CSOAPReader(CAgg& document);
+    virtual ~CSOAPReader();
+    CSOAPReader(const CSOAPReader&) = delete;
+    CSOAPReader& operator=(const CSOAPReader&) = delete;
+
+    /// The value of the SOAP header; void when there is none.
+    virtual CAgg readHeader();
+    /// The value of the body, with its references bound; a fault is kept aside and ends the
+    /// reading. resolver may be null when the reply had no parts.
+    virtual CAgg readBody(CPartResolver* resolver);
+    /// True when the body held a fault with a fault string.
+    virtual bool hasFault();
+    virtual CEStr getFaultString();
+    virtual CEStr getFaultActor();
+    virtual CEStr getFaultCode();
+    /// The value of the fault's detail element, read as any other value.
+    virtual CAgg& getFaultDetail();
+    virtual bool hasError();
+    virtual CEStr getError();
+    virtual long getErrorCode();
+    /// The literal reader delivers each body element as a stream of its XML text.
+    virtual void setAsXML(unsigned short flag);
+    /// The literal reader delivers records in the shape that the literal writer takes.
+    virtual void setXMLMessage(unsigned short flag);
+    /// Takes a SOAP 1.1 fault out of a body child; true when the child is a fault.
+    virtual bool processFault(CAgg& node);
+    /// Reads one element into the result.
+    virtual void processNode(CAgg& result, CAgg& node) = 0;
+    /// Where the value of an element goes within its parent's value.
+    virtual CAgg& getCurrentNode(CAgg& parent, CAgg& node) = 0;
+    /// Whether a reference by id ("#id" without the "#") can be resolved.
+    virtual bool canResolvePartName(const _EStrRec* name);
+    /// The value that a reference by id stands for; void for none.
+    virtual CAgg resolvePartName(const _EStrRec* name);
+    /// Replaces each map that holds a reference ("soap_href_id") by what it refers to: a value
+    /// of the reply by id, or an attachment. A reference that cannot be resolved stays.
+    virtual void bindReferences(CAgg& value, CPartResolver* resolver);
+
+    /// The version of the reply: 0 for SOAP 1.1, 1 for 1.2.
+    SOAPVersion getVersion() const { return m_version; }
+    /// A name split at its last ":" into local name and namespace.
+    QName getQName(const _EStrRec* name);
+    /// The xsi:type of an element, in the 2001 or else the 1999 instance namespace; empty when
+    /// it has none.
+    CEStr getType(CAgg& node);
+    /// Whether the element is typed as an array.
+    bool isArrayNode(CAgg& node);
+
+    /// How deep a value may nest once its references are bound. A reference whose value would
+    /// nest deeper stays unresolved: a cycle, or a chain without end, stops there instead of
+    /// running the stack out. No reply of a service nests a thousand levels deep.
+    static constexpr long kMaxBindDepth = 1000;
+    /// How many values the resolved references may copy in all. A reply whose references
+    /// multiply (a value that refers twice to a value that refers twice, and so on) keeps its
+    /// remaining references unresolved past this.
+    static constexpr long kMaxBoundValues = 200000;
+    /// The deepest element read; deeper elements are skipped.
+    static constexpr long kMaxNodeDepth = 2000;
+
+protected:
+    /// Sets the version from the namespace of the envelope; raises the host error -1 for any
+    /// namespace but those of SOAP 1.1 and 1.2.
+    void setSOAPVersion(CAgg& element);
+    /// The first element child of that local name; null without one.
+    static CAgg* findChildElement(CAgg& element, const char* name);
+    /// The key of an element's value in its parent: namespace, ":", name, or the name alone.
+    static CEStr keyOf(CAgg& node);
+    /// The children of an element; null without any.
+    static CAgg::CAggVector* childrenOf(CAgg& node);
+
+    /// Counts the levels of elements being read, for kMaxNodeDepth.
+    class DepthGuard {
+    public:
+        explicit DepthGuard(long& depth) : m_depth(++depth) {}
+        ~DepthGuard() { --m_depth; }
+        DepthGuard(const DepthGuard&) = delete;
+        DepthGuard& operator=(const DepthGuard&) = delete;
+        bool tooDeep() const { return m_depth > kMaxNodeDepth; }
+
+    private:
+        long& m_depth;
+    };
+
+    CAgg m_document;
+    CEStr m_faultString;
+    CEStr m_faultCode;
+    CEStr m_faultActor;
+    CAgg m_faultDetail;
+    CEStr m_error;
+    long m_errorCode = 0;
+    SOAPVersion m_version = kSOAPVersion11;
+    unsigned short m_asXML = 0;
+    unsigned short m_xmlMessage = 0;
+    long m_nodeDepth = 0;
+
+private:
+    /// The size of a value: how many values it holds and how deep they nest.
+    struct Extent {
+        long values = 0;
+        long depth = 0;
+    };
+
+    CAgg readSection(const char* name, bool withFaults);
+    void bindAt(CAgg& value, CPartResolver* resolver, long depth);
+    void bindReference(CAgg& value, CPartResolver* resolver, long depth);
+
+    long m_boundValues = 0;
+    // The size of the value of each reference met, by reference.
+    std::map<std::string, Extent> m_extents;
+};
+
+/// Makes the reader: encoded when the flag is set, literal otherwise.
+std::unique_ptr<CSOAPReader> getSOAPReader(CAgg& document, unsigned short encoded);

@@ -1,0 +1,214 @@
+#include "soap/CSOAPWriter.h"
+
+#include "frame/HostError.h"
+#include "frame/ZString.h"
+#include "soap/CEncodedSOAPWriter.h"
+#include "soap/CLiteralSOAPWriter.h"
+#include "soap/SOAPNamespaces.h"
+#include "soap/SOAPText.h"
+#include "values/miTime.h"
+
+#include <cstdio>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace {
+
+// The keys that never become child elements.
+constexpr std::string_view kReservedKeys[] = {
+    "soapName",       "soapQName",          "soapType",  "soapHREF",           "soapValue",
+    "soapAttributes", "soapParameterOrder", "soapActor", "soapMustUnderstand",
+};
+
+// No message of the table fits a request too deep to walk, so the writer has its own text.
+constexpr const char* kTooDeepText = "The request is nested too deeply to be written.";
+
+// Whether a value nests deeper than limit. The walk keeps a list of its own instead of recursing,
+// since the value is not yet known to be shallow.
+bool nestsDeeperThan(CAgg& value, long limit) {
+    std::vector<std::pair<CAgg*, long>> pending{{&value, 0}};
+    while (!pending.empty()) {
+        auto [at, depth] = pending.back();
+        pending.pop_back();
+        if (depth > limit)
+            return true;
+        if (at->getType() == CAgg::eVector) {
+            for (CAgg& item : at->toVector())
+                pending.emplace_back(&item, depth + 1);
+        } else if (at->getType() == CAgg::eMap) {
+            for (auto& [key, item] : at->toMap())
+                pending.emplace_back(&item, depth + 1);
+        } else if (at->getType() == CAgg::eQsAtomMap) {
+            for (auto& [atom, item] : at->toQsAtomMap())
+                pending.emplace_back(&item, depth + 1);
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+CSOAPWriter::CSOAPWriter(CAgg& header, CAgg& request)
+    : m_tooDeep(nestsDeeperThan(header, kMaxDepth) || nestsDeeperThan(request, kMaxDepth)) {
+    // A value too deep is not even copied, since a copy recurses as deep as the value; the
+    // write then fails.
+    if (m_tooDeep)
+        return;
+    m_header = header;
+    m_request = request;
+}
+
+CSOAPWriter::~CSOAPWriter() = default;
+
+void CSOAPWriter::setParameterOrder(std::vector<CAgg>& order) {
+    (void)order;
+}
+
+void CSOAPWriter::setDefaultNS(const _EStrRec* nameSpace) {
+    (void)nameSpace;
+}
+
+void CSOAPWriter::setVersion(SOAPVersion version) {
+    m_version = version;
+}
+
+bool CSOAPWriter::hasError() {
+    return !m_error.isNull() && EStrGetCharLen(m_error) > 0;
+}
+
+long CSOAPWriter::getErrorCode() {
+    return m_errorCode;
+}
+
+CEStr CSOAPWriter::getError() {
+    return m_error.isNull() ? CEStr("", kEStrPDFDoc) : m_error;
+}
+
+void CSOAPWriter::addHeader(CAgg& value, CXMLElement& element, long depth) {
+    if (value.has("soapActor")) {
+        if (depth != 1)
+            fail("IDS_SOAP_ACTOR_BAD_POSITION");
+        CAgg& actor = value["soapActor"];
+        if (!SOAPIsString(actor))
+            fail("IDS_SOAP_ACTOR_NOT_STRING");
+        CEStr text = SOAPValueText(actor);
+        if (EStrGetCharLen(text) == 0)
+            fail("IDS_SOAP_ACTOR_EMPTY");
+        // SOAP 1.2 calls it a role, but the attribute keeps its 1.1 name in both versions.
+        element.setAttribute(CEStr("SOAP-ENV:actor", kEStrPDFDoc), text);
+    }
+    if (value.has("soapMustUnderstand")) {
+        if (depth != 1)
+            fail("IDS_SOAP_MUST_UNDERSTAND_BAD_POSITION");
+        CAgg& flag = value["soapMustUnderstand"];
+        if (flag.getType() != CAgg::eQsBool)
+            fail("IDS_SOAP_MUST_UNDERSTAND_NOT_BOOL");
+        if (flag.toQsBool())
+            element.setAttribute("SOAP-ENV:mustUnderstand", "1");
+    }
+}
+
+QName CSOAPWriter::getQName(const _EStrRec* name) {
+    std::string text = SOAPUTF8(name);
+    auto [nameSpace, local] = SOAPSplitQName(text);
+    if (nameSpace == "xsd" || nameSpace == "xsi")
+        return {SOAPEStrFromUTF8(text), SOAPEStrFromUTF8("")};
+    return {SOAPEStrFromUTF8(local), SOAPEStrFromUTF8(nameSpace)};
+}
+
+void CSOAPWriter::setName(CXMLElement& element, const _EStrRec* name) {
+    setName(element, getQName(name));
+}
+
+void CSOAPWriter::setName(CXMLElement& element, const QName& name) {
+    if (EStrGetCharLen(name.nameSpace) == 0) {
+        element.setName(name.name.get());
+        return;
+    }
+    // Every name in a namespace declares a fresh prefix, even for a namespace declared before.
+    std::string prefix = SOAPUTF8(createNSPrefix());
+    element.setAttribute(SOAPEStrFromUTF8("xmlns:" + prefix), name.nameSpace);
+    element.setName(SOAPEStrFromUTF8(prefix + ":" + SOAPUTF8(name.name)).get());
+}
+
+CEStr CSOAPWriter::createNSPrefix() {
+    char prefix[32];
+    std::snprintf(prefix, sizeof prefix, "ns%ld", ++m_nsCounter);
+    return CEStr(prefix, kEStrPDFDoc);
+}
+
+CEStr CSOAPWriter::getDateTime(CAgg& value) {
+    CAgg copy(value);
+    CEStr text("", kEStrPDFDoc);
+    getHTTPDateString(copy.toQsTimeRec(), text);
+    return text;
+}
+
+bool CSOAPWriter::isReservedKey(const _EStrRec* key) {
+    std::string text = SOAPUTF8(key);
+    for (std::string_view reserved : kReservedKeys) {
+        if (text == reserved)
+            return true;
+    }
+    return false;
+}
+
+CAgg CSOAPWriter::writeEnvelope(bool withEncodingNS) {
+    if (m_tooDeep)
+        checkDepth(kMaxDepth + 1);
+    CAgg envelope;
+    CXMLElement root(envelope);
+    root.setType(kXMLTypeElement);
+    root.setName("SOAP-ENV:Envelope");
+    root.setAttribute("xmlns:xsi", kXMLSchemaInstanceNS);
+    root.setAttribute("xmlns:xsd", kXMLSchemaNS);
+    if (withEncodingNS)
+        root.setAttribute("xmlns:SOAP-ENC", kSOAP11EncodingNS);
+    root.setAttribute("xmlns:SOAP-ENV", kSOAP11EnvelopeNS);
+    if (m_version == kSOAPVersion12) {
+        if (withEncodingNS)
+            root.setAttribute("xmlns:SOAP-ENC", kSOAP12EncodingNS);
+        root.setAttribute("xmlns:SOAP-ENV", kSOAP12EnvelopeNS);
+    }
+    if (m_header.getType() != CAgg::eVoid) {
+        CXMLElement header(root.appendElement("SOAP-ENV:Header"));
+        writeNode(m_header, header, 0, 1);
+    }
+    CXMLElement body(root.appendElement("SOAP-ENV:Body"));
+    writeNode(m_request, body, 0, 0);
+    return envelope;
+}
+
+void CSOAPWriter::fail(const char* messageKey) {
+    m_error = CEStr::adopt(EStrNewFromID(miGetZStringID(messageKey)));
+    raiseHostError(-1);
+}
+
+void CSOAPWriter::checkDepth(long depth) {
+    if (depth <= kMaxDepth)
+        return;
+    m_error = CEStr(kTooDeepText, kEStrPDFDoc);
+    raiseHostError(-1);
+}
+
+const char* CSOAPWriter::encodingNS() const {
+    return m_version == kSOAPVersion12 ? kSOAP12EncodingNS : kSOAP11EncodingNS;
+}
+
+void CSOAPWriter::applyQName(CAgg& value, CXMLElement& element) {
+    if (!value.has("soapQName"))
+        return;
+    CAgg& qname = value["soapQName"];
+    if (qname.getType() != CAgg::eVector || qname.toVector().size() != 2)
+        fail("IDS_SOAP_QNAME_NOT_VECTOR");
+    CAgg::CAggVector& parts = qname.toVector();
+    std::string name = SOAPUTF8(SOAPValueText(parts[0])) + ":" + SOAPUTF8(SOAPValueText(parts[1]));
+    setName(element, SOAPEStrFromUTF8(name).get());
+}
+
+std::unique_ptr<CSOAPWriter> getSOAPWriter(CAgg& header, CAgg& request, unsigned short encoded) {
+    if (encoded)
+        return std::make_unique<CEncodedSOAPWriter>(header, request);
+    return std::make_unique<CLiteralSOAPWriter>(header, request);
+}

@@ -1,0 +1,97 @@
+// The SOAP message writers: a request value becomes the element record tree of a SOAP envelope
+// (xml/CXMLElement.h), which CAgg2XML then writes out.
+//
+// A request is a map: its keys are the operations, their values the parameters, and so on down.
+// Reserved keys of a map ("soapType", "soapName", ...) steer how that map is written instead of
+// becoming elements. CEncodedSOAPWriter writes section 5 encoding with xsi:type on every value,
+// CLiteralSOAPWriter document style without types; both write SOAP 1.1 and 1.2.
+//
+// A bad request fails the write: the writer keeps the message text (getError) and raises the
+// host error -1, which abandons the tree. The caller guards writeMessage with a HostFrame.
+#pragma once
+
+#include "values/CAgg.h"
+#include "values/EStr.h"
+#include "xml/CXMLElement.h"
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+/// The SOAP version of a message.
+enum SOAPVersion : int32_t {
+    kSOAPVersion11 = 0,
+    kSOAPVersion12 = 1,
+};
+
+class CSOAPWriter {
+public:
+    /// A writer of the request, with the header value (void when there is none); both copied.
+    CSOAPWriter(CAgg& header, CAgg& request);
+    virtual ~CSOAPWriter();
+    CSOAPWriter(const CSOAPWriter&) = delete;
+    CSOAPWriter& operator=(const CSOAPWriter&) = delete;
+
+    /// The envelope as an element tree. Raises the host error -1 on a bad request.
+    virtual CAgg writeMessage() = 0;
+    /// The order in which the parameters of an operation are written (encoded writer only).
+    virtual void setParameterOrder(std::vector<CAgg>& order);
+    /// The namespace that the operations declare as default (literal writer only).
+    virtual void setDefaultNS(const _EStrRec* nameSpace);
+    virtual void setVersion(SOAPVersion version);
+    /// True once a write has failed.
+    virtual bool hasError();
+    /// Always 0: a failure is told by its text.
+    virtual long getErrorCode();
+    /// The message of the failure; empty while there is none.
+    virtual CEStr getError();
+    /// Writes one value into an element: its attributes and children.
+    virtual void writeNode(CAgg& value, CXMLElement& element, long depth,
+                           unsigned short isHeader) = 0;
+    /// The header attributes of a header block (soapActor, soapMustUnderstand).
+    virtual void addHeader(CAgg& value, CXMLElement& element, long depth);
+
+    /// A name split at its last ":" into local name and namespace; a name that begins "xsd:"
+    /// or "xsi:" is already in prefix form and comes back whole, without a namespace.
+    QName getQName(const _EStrRec* name);
+    /// Names an element. A name in a namespace gets a fresh prefix and its declaration on the
+    /// element: prefixes are never reused within a message.
+    void setName(CXMLElement& element, const _EStrRec* name);
+    /// The next prefix of the message: "ns1", "ns2", ...
+    CEStr createNSPrefix();
+    /// A time value in its wire form.
+    CEStr getDateTime(CAgg& value);
+
+    /// Whether a key of a map steers the writer instead of naming a child element.
+    static bool isReservedKey(const _EStrRec* key);
+
+    /// The deepest nesting of values written. A deeper request or header is refused, without
+    /// being copied or walked by recursion; no service takes parameters a thousand levels deep.
+    static constexpr long kMaxDepth = 1000;
+
+protected:
+    /// The envelope with its namespace declarations, header and body, filled by writeNode.
+    CAgg writeEnvelope(bool withEncodingNS);
+    /// Keeps the text of the message of that key and raises the host error -1.
+    [[noreturn]] void fail(const char* messageKey);
+    /// Refuses a value nested deeper than kMaxDepth.
+    void checkDepth(long depth);
+    /// The SOAP encoding namespace of the message's version.
+    const char* encodingNS() const;
+    /// Checks soapQName and names the element by it, when the map has one.
+    void applyQName(CAgg& value, CXMLElement& element);
+    /// Names an element by a namespace and a local name, as setName does.
+    void setName(CXMLElement& element, const QName& name);
+
+    CAgg m_header;
+    CAgg m_request;
+    long m_nsCounter = 0;
+    SOAPVersion m_version = kSOAPVersion11;
+    CEStr m_error;
+    long m_errorCode = 0;
+    // The header or the request nests deeper than kMaxDepth; neither was copied.
+    bool m_tooDeep = false;
+};
+
+/// Makes the writer: encoded when the flag is set, literal otherwise.
+std::unique_ptr<CSOAPWriter> getSOAPWriter(CAgg& header, CAgg& request, unsigned short encoded);

@@ -1,0 +1,349 @@
+#include "frame/HostError.h"
+#include "soap/CSOAPWriter.h"
+#include "tests/fakehost/FakeHost.h"
+#include "tests/soap/SOAPTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+using namespace soaptest;
+
+namespace {
+
+struct WriteCase {
+    const char* what;
+    bool encoded;
+    SOAPVersion version;
+    std::function<CAgg()> header;
+    std::function<CAgg()> request;
+    std::vector<CAgg> order = {};
+    const char* defaultNS = nullptr;
+};
+
+// Writes a message; the text, or the writer's error text behind "error: ".
+std::string write(const WriteCase& c) {
+    CAgg header = c.header ? c.header() : CAgg();
+    CAgg request = c.request();
+    ownStreams(request);
+    std::unique_ptr<CSOAPWriter> writer = getSOAPWriter(header, request, c.encoded ? 1 : 0);
+    writer->setVersion(c.version);
+    std::vector<CAgg> order = c.order;
+    writer->setParameterOrder(order);
+    if (c.defaultNS)
+        writer->setDefaultNS(CEStr(c.defaultNS, kEStrPDFDoc));
+    CAgg tree;
+    HostFrame frame;
+    int32_t code = frame.run([&] { tree = writer->writeMessage(); });
+    if (code != 0) {
+        EXPECT_EQ(code, -1);
+        EXPECT_TRUE(writer->hasError());
+        return "error: " + SOAPUTF8(writer->getError());
+    }
+    EXPECT_FALSE(writer->hasError());
+    return serialize(tree);
+}
+
+QsTimeRec fixedTime() {
+    QsTimeRec time{};
+    time.year = 2004;
+    time.month = 5;
+    time.date = 6;
+    time.hour = 7;
+    time.minute = 8;
+    time.second = 9;
+    return time;
+}
+
+CAgg nested(long levels) {
+    CAgg value("bottom");
+    for (long i = 0; i < levels; ++i) {
+        CAgg outer;
+        outer["a"] = std::move(value);
+        value = std::move(outer);
+    }
+    return value;
+}
+
+} // namespace
+
+TEST(SOAPWriter, WritesEnvelopesByteForByte) {
+    FakeHost host;
+    struct Case {
+        WriteCase write;
+        const char* expected;
+    };
+    const Case cases[] = {
+        {{"the typical message, encoded",
+          true,
+          kSOAPVersion11,
+          nullptr,
+          [] {
+              return map({{"http://soapinterop.org/:echoString", map({{"inputString", "hi"}})}});
+          },
+          {},
+          nullptr},
+         "encoded-echo-string.xml"},
+        {{"the typical message, literal",
+          false,
+          kSOAPVersion11,
+          nullptr,
+          [] {
+              return map({{"http://soapinterop.org/:echoString", map({{"inputString", "hi"}})}});
+          },
+          {},
+          "http://soapinterop.org/"},
+         "literal-echo-string.xml"},
+        {{"an array in SOAP 1.2",
+          true,
+          kSOAPVersion12,
+          nullptr,
+          [] {
+              return map({{"urn:test:echoStringArray",
+                           map({{"inputStringArray", vec({"a", "b", "c"})}})}});
+          },
+          {},
+          nullptr},
+         "encoded-string-array-soap12.xml"},
+        {{"a header block with actor and mustUnderstand",
+          true,
+          kSOAPVersion11,
+          [] {
+              return map({{"urn:auth:Credentials", map({{"soapActor", "http://example.org/actor"},
+                                                        {"soapMustUnderstand", boolean(true)},
+                                                        {"user", "ann"}})}});
+          },
+          [] {
+              return map({{"urn:test:ping", map({{"count", 3}})}});
+          },
+          {},
+          nullptr},
+         "encoded-header-actor-must-understand.xml"},
+        {{"every kind of value and name",
+          true,
+          kSOAPVersion11,
+          nullptr,
+          [] {
+              CAgg point = map({{"soapType", "urn:types:Point"}, {"x", 1}});
+              CAgg second = map({{"soapType", "urn:types:Point"}, {"x", 2}});
+              return map({{"encodedEdges", map({{"bytes", stream("Man")},
+                                                {"empty", vec({})},
+                                                {"escaped", "a<b&c"},
+                                                {"flag", boolean(true)},
+                                                {"link", map({{"soapHREF", "#id1"}})},
+                                                {"mixed", vec({"x", 1})},
+                                                {"nothing", CAgg()},
+                                                {"points", vec({point, second})},
+                                                {"ratio", 1.5},
+                                                {"ready", map({{"soapValue", "<b>bold</b>"}})},
+                                                {"renamed", map({{"soapName", "other"}, {"v", 1}})},
+                                                {"typed", point},
+                                                {"urn:same:first", 1},
+                                                {"urn:same:second", 2},
+                                                {"when", CAgg(fixedTime())},
+                                                {"xsd:foo", "raw name"}})}});
+          },
+          {},
+          nullptr},
+         "encoded-value-types-and-names.xml"},
+        {{"parameters in the given order, the unlisted left out",
+          true,
+          kSOAPVersion11,
+          nullptr,
+          [] {
+              return map({{"urn:calc:add", map({{"a", 1}, {"b", 2}, {"ignored", 3}})}});
+          },
+          {CAgg("b"), CAgg("missing"), CAgg("soapName"), CAgg("a")},
+          nullptr},
+         "encoded-parameter-order.xml"},
+        {{"literal attributes, raw values, repeated items and an inclusion",
+          false,
+          kSOAPVersion11,
+          nullptr,
+          [] {
+              return map(
+                  {{"urn:lit:op",
+                    map({{"attrs", map({{"soapAttributes", map({{"lang", "en"}})},
+                                        {"soapValue", "<i>x</i>"}})},
+                         {"list", vec({"a", "b"})},
+                         {"nothing", CAgg()},
+                         {"num", 3},
+                         {"photo", map({{"soapHREF", "cid:photo=abc@vellum.invalid"}})},
+                         {"plain", "text"},
+                         {"qualified", map({{"soapQName", vec({"urn:q", "local"})}, {"v", "1"}})},
+                         {"repeat",
+                          map({{"soapName", "row"},
+                               {"soapValue", vec({map({{"c", "1"}}), map({{"c", "2"}})})}})}})}});
+          },
+          {},
+          "urn:lit"},
+         "literal-attributes-values-inclusion.xml"},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(write(c.write), readData(c.expected)) << c.write.what;
+}
+
+TEST(SOAPWriter, RefusesReservedKeysOfTheWrongType) {
+    FakeHost host;
+    const std::string name = "The soapName attribute must be a string.";
+    const std::string qname = "The soapQName attribute must be an array.";
+    const std::string type = "The soapType attribute must be a string.";
+    const std::string value = "The soapValue attribute must be a stream or a string.";
+    const std::string href = "The soapHREF attribute must be a string.";
+    const std::string actorPlace =
+        "The soapActor attribute can only be placed on a header at the root.";
+    const std::string actorType = "The soapActor attribute must be a string.";
+    const std::string actorEmpty = "The soapActor attribute can not be empty.";
+    const std::string mustPlace =
+        "The soapMustUnderstand attribute can only be placed on a header at the root.";
+    const std::string mustType = "The soapMustUnderstand attribute must be a boolean.";
+    auto operation = [](CAgg parameter) {
+        return [parameter] { return map({{"urn:t:op", map({{"p", parameter}})}}); };
+    };
+    auto block = [](CAgg attributes) {
+        return [attributes] { return map({{"urn:h:block", attributes}}); };
+    };
+    auto body = [] { return map({{"urn:t:op", map({})}}); };
+    struct Case {
+        WriteCase write;
+        std::string expected;
+    };
+    const Case cases[] = {
+        {{"soapName a number", true, kSOAPVersion11, nullptr, operation(map({{"soapName", 5}}))},
+         name},
+        {{"soapQName a string", true, kSOAPVersion11, nullptr,
+          operation(map({{"soapQName", "urn:q:x"}}))},
+         qname},
+        {{"soapQName of one item, literal", false, kSOAPVersion11, nullptr,
+          operation(map({{"soapQName", vec({"urn:q"})}}))},
+         qname},
+        {{"soapQName of three items", true, kSOAPVersion11, nullptr,
+          operation(map({{"soapQName", vec({"a", "b", "c"})}}))},
+         qname},
+        {{"soapType a vector", true, kSOAPVersion11, nullptr,
+          operation(map({{"soapType", vec({})}}))},
+         type},
+        {{"soapValue a number", true, kSOAPVersion11, nullptr, operation(map({{"soapValue", 5}}))},
+         value},
+        {{"soapValue a boolean, literal", false, kSOAPVersion11, nullptr,
+          operation(map({{"soapValue", boolean(true)}}))},
+         value},
+        {{"soapHREF a number", true, kSOAPVersion11, nullptr, operation(map({{"soapHREF", 5}}))},
+         href},
+        {{"soapHREF a map, literal", false, kSOAPVersion11, nullptr,
+          operation(map({{"soapHREF", map({})}}))},
+         href},
+        {{"soapActor on the map of all header blocks", true, kSOAPVersion11,
+          [] {
+              return map({{"soapActor", "a"}});
+          },
+          body},
+         actorPlace},
+        {{"soapActor below a header block", true, kSOAPVersion11,
+          block(map({{"inner", map({{"soapActor", "a"}})}})), body},
+         actorPlace},
+        {{"soapActor a number", false, kSOAPVersion11, block(map({{"soapActor", 5}})), body},
+         actorType},
+        {{"soapActor empty", true, kSOAPVersion12, block(map({{"soapActor", ""}})), body},
+         actorEmpty},
+        {{"soapMustUnderstand false below a header block", true, kSOAPVersion11,
+          block(map({{"inner", map({{"soapMustUnderstand", boolean(false)}})}})), body},
+         mustPlace},
+        {{"soapMustUnderstand a string", false, kSOAPVersion11,
+          block(map({{"soapMustUnderstand", "true"}})), body},
+         mustType},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(write(c.write), "error: " + c.expected) << c.write.what;
+}
+
+TEST(SOAPWriter, KeepsItsQuietCases) {
+    FakeHost host;
+    struct Case {
+        WriteCase write;
+        const char* present;
+        const char* absent;
+    };
+    const Case cases[] = {
+        {{"soapMustUnderstand false adds nothing", true, kSOAPVersion11,
+          [] {
+              return map({{"urn:h:b", map({{"soapMustUnderstand", boolean(false)}})}});
+          },
+          [] {
+              return map({{"op", map({})}});
+          }},
+         "<ns1:b SOAP-ENV:encodingStyle=",
+         "mustUnderstand"},
+        {{"soapActor in the body is no header attribute", true, kSOAPVersion11, nullptr,
+          [] {
+              return map({{"op", map({{"p", map({{"soapActor", 5}})}})}});
+          }},
+         "<p/>",
+         "actor"},
+        {{"the literal writer takes a number as soapName", false, kSOAPVersion11, nullptr,
+          [] {
+              return map({{"op", map({{"p", map({{"soapName", 5}, {"v", "x"}})}})}});
+          }},
+         "<5><v>x</v></5>",
+         "error"},
+        {{"the encoded writer ignores soapAttributes", true, kSOAPVersion11, nullptr,
+          [] {
+              return map({{"op", map({{"p", map({{"soapAttributes", map({{"k", "v"}})}})}})}});
+          }},
+         "<p/>",
+         "k="},
+        {{"an empty literal soapValue gives an empty element", false, kSOAPVersion11, nullptr,
+          [] {
+              return map({{"op", map({{"p", map({{"soapValue", ""}, {"x", "1"}})}})}});
+          }},
+         "<p/>",
+         "<x>"},
+        {{"the 1.2 header keeps the actor attribute's name", true, kSOAPVersion12,
+          [] {
+              return map({{"urn:h:b", map({{"soapActor", "r"}})}});
+          },
+          [] {
+              return map({{"op", map({})}});
+          }},
+         "SOAP-ENV:actor=\"r\"",
+         "role"},
+        {{"a vector of vectors is an array of arrays", true, kSOAPVersion11, nullptr,
+          [] {
+              return map({{"op", map({{"m", vec({vec({1}), vec({2})})}})}});
+          }},
+         "SOAP-ENC:arrayType=\"SOAP-ENC:Array[2]\"",
+         "[]"},
+    };
+    for (const Case& c : cases) {
+        std::string text = write(c.write);
+        EXPECT_NE(text.find(c.present), std::string::npos) << c.write.what << "\n" << text;
+        EXPECT_EQ(text.find(c.absent), std::string::npos) << c.write.what << "\n" << text;
+    }
+}
+
+TEST(SOAPWriter, RefusesARequestNestedTooDeep) {
+    FakeHost host;
+    for (bool encoded : {true, false}) {
+        // Built and taken down level by level: copying or destroying a value this deep by
+        // recursion would itself run the stack out.
+        CAgg request;
+        request["op"] = nested(10000);
+        CAgg none;
+        std::unique_ptr<CSOAPWriter> writer = getSOAPWriter(none, request, encoded ? 1 : 0);
+        HostFrame frame;
+        EXPECT_EQ(frame.run([&] { writer->writeMessage(); }), -1);
+        EXPECT_EQ(SOAPUTF8(writer->getError()), "The request is nested too deeply to be written.");
+        for (CAgg level = std::move(request["op"]); level.has("a");) {
+            CAgg inner = std::move(level["a"]);
+            level = std::move(inner);
+        }
+
+        WriteCase bounded{"just within the bound", encoded, kSOAPVersion11, nullptr, [] {
+                              return map({{"op", nested(CSOAPWriter::kMaxDepth - 1)}});
+                          }};
+        std::string text = write(bounded);
+        EXPECT_NE(text.find("bottom"), std::string::npos) << encoded;
+    }
+}

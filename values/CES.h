@@ -1,0 +1,425 @@
+// The script bridge: everything the plug-in does with script values goes through here.
+//
+// CES::Val owns one value slot of a context and gives it value semantics; CES::Proxy is a
+// property not yet read; CES::Context pairs a context with the handler that keeps its last script
+// error. Failures of the wrappers are thrown as CES::Val, the script-level exception of the
+// system; at the boundary back into the engine a native method catches it and calls
+// raiseException. Beside the wrappers stand the converters between script values and CAgg,
+// script objects over streams, guarded calls, safe strings, times, and the small routines for
+// rectangles, colours and typed text.
+#pragma once
+
+#include "frame/HostError.h"
+#include "frame/QsText.h"
+#include "frame/host/IScriptEngine.h"
+#include "frame/host/QsStmRec.h"
+#include "frame/host/QsTimeRec.h"
+#include "frame/host/ViewerHandles.h"
+#include "values/CAgg.h"
+#include "values/EStr.h"
+#include "values/QsFixed.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace CES {
+
+class Val;
+class Proxy;
+class Context;
+
+/// What a call does with a script exception: throw it as a Val, or keep it in the context's
+/// handler for the caller to take with Context::popException.
+enum StackHandling {
+    eThrowException,
+    eKeepException,
+};
+
+/// The keeper of a context's last script error: one per context, shared by every Context of it.
+class ExceptionHandler {
+public:
+    /// The handler of a context, made (and given to the engine) on first use; counted.
+    static ExceptionHandler* acquire(ESContext context);
+    void AddRef() { ++m_refCount; }
+    /// Lowers the count; at zero the handler leaves the engine and is deleted.
+    void ReleaseRef();
+
+    bool pending() const { return m_pending; }
+    /// Clears the pending flag and gives the error.
+    Val pop();
+
+    /// What the engine calls on a script error in the context.
+    static void errorHandler(ESContext context, int32_t code, int32_t line, const char* message,
+                             void* handler);
+
+private:
+    explicit ExceptionHandler(ESContext context);
+    ~ExceptionHandler();
+
+    long m_refCount = 0;
+    ESContext m_context;
+    ESErrorHandlerProc m_previousProc = nullptr; // the host's, put back when the handler goes
+    void* m_previousData = nullptr;
+    std::unique_ptr<Val> m_exception;
+    bool m_pending = false;
+};
+
+/// A script context with its exception handler.
+class Context {
+public:
+    /// The engine's current context.
+    Context();
+    Context(ESContext context);
+    /// The context an object was made in.
+    explicit Context(ESObject object);
+    /// The context that owns a slot.
+    explicit Context(ESVal value);
+    explicit Context(const Val& value);
+    Context(const Context& other);
+    Context& operator=(const Context& other);
+    ~Context();
+
+    ESContext get() const { return m_context; }
+    operator ESContext() const { return m_context; }
+    /// The global object.
+    Val global() const;
+    /// Whether a script error waits in the handler.
+    bool hasException() const { return m_handler->pending(); }
+    /// Takes the waiting error.
+    Val popException() const;
+
+    /// Text that the engine handed out; it goes back when the buffer goes.
+    class Buffer {
+    public:
+        Buffer() = default;
+        explicit Buffer(std::string bytes) : m_bytes(std::move(bytes)) {}
+        const char* get() const { return m_bytes.c_str(); }
+        /// Length in bytes, without the terminator.
+        long size() const { return static_cast<long>(m_bytes.size()); }
+
+    private:
+        std::string m_bytes;
+    };
+
+private:
+    ESContext m_context;
+    ExceptionHandler* m_handler;
+};
+
+/// A script value in a slot of its own.
+class Val {
+public:
+    /// A fresh undefined value.
+    explicit Val(const Context& context = Context());
+    explicit Val(ESContext context);
+    /// A copy of the slot's value in a new slot.
+    Val(ESVal slot);
+    Val(const Val& other);
+    Val(Val&& other) noexcept;
+    /// The value of the property.
+    Val(const Proxy& proxy);
+    Val(unsigned short value, const Context& context);
+    Val(bool value, const Context& context);
+    Val(long value, const Context& context);
+    Val(int value, const Context& context);
+    Val(unsigned long value, const Context& context);
+    Val(double value, const Context& context);
+    /// Host-encoded bytes, or marked UCS ending in a zero unit.
+    Val(const char* text, const Context& context);
+    Val(const QsTextRec* text, const Context& context);
+    /// The object, in its own context.
+    Val(ESObject object);
+    virtual ~Val();
+
+    Val& operator=(const Val& other);
+    Val& operator=(Val&& other) noexcept;
+    Val& operator=(const Proxy& proxy);
+    Val& operator=(ESVal slot);
+    Val& operator=(unsigned short value);
+    Val& operator=(bool value);
+    Val& operator=(long value);
+    Val& operator=(int value) { return *this = static_cast<long>(value); }
+    Val& operator=(unsigned long value);
+    Val& operator=(double value);
+    Val& operator=(const char* text);
+    Val& operator=(const QsTextRec* text);
+    Val& operator=(ESObject object);
+    void Swap(Val& other) noexcept;
+    void setUndefined();
+    void setNull();
+
+    // Reading, by the script's own conversions.
+
+    ESValType type() const;
+    explicit operator ESValType() const { return type(); }
+    explicit operator unsigned short() const;
+    explicit operator bool() const;
+    explicit operator long() const;
+    explicit operator unsigned long() const;
+    explicit operator double() const;
+    explicit operator CQsText() const { return text(); }
+    CQsText text() const;
+    /// The text as host-encoded bytes.
+    std::string hostText() const;
+    /// The text as marked UCS.
+    Context::Buffer getUCBuffer() const;
+
+    /// The object held, or null.
+    ESObject object() const;
+    ESVal slot() const { return m_slot; }
+    ESContext context() const { return m_context; }
+
+    // Properties of the object held; a value that holds none throws the internal exception.
+
+    Proxy operator[](const char* name) const;
+    Proxy operator[](const QsTextRec* name) const;
+    Proxy operator[](long index) const;
+    Proxy operator[](int index) const;
+    Proxy operator[](const Val& key) const;
+
+    /// False unless it holds an array.
+    bool isArray() const;
+    /// The array's length; 0 for anything else.
+    long len() const;
+    long arraySize() const { return len(); }
+
+    class const_iterator;
+    const_iterator begin() const;
+    const_iterator end() const;
+
+private:
+    friend class ExceptionHandler;
+    void adopt(ESVal slot, ESContext context);
+
+    ESVal m_slot = nullptr;
+    ESContext m_context = nullptr; // the owner, so that a slot it no longer owns is left alone
+};
+
+/// A property of an object, read when it is used.
+class Proxy {
+public:
+    /// The key: a name (host-encoded or marked UCS), or an index.
+    struct Key {
+        std::string name;
+        long index = -1;
+    };
+
+    Proxy(const Val& object, Key key);
+    Proxy(const Proxy& other) = default;
+
+    operator Val() const { return get(); }
+    Val get() const;
+    Proxy operator[](const char* name) const { return get()[name]; }
+    Proxy operator[](char* name) const { return get()[name]; }
+    Proxy operator[](long index) const { return get()[index]; }
+    Proxy operator[](int index) const { return get()[index]; }
+    Proxy operator[](const Val& key) const { return get()[key]; }
+    const Proxy& operator=(const Val& value) const;
+    const Proxy& operator=(const Proxy& other) const { return *this = other.get(); }
+    /// Whether the object or its prototypes have the property.
+    bool Known() const;
+
+    /// Calls the property as a method of the object.
+    Val operator()(StackHandling handling = eThrowException) const;
+    /// With spread set, an array argument gives its elements as the arguments.
+    Val operator()(const Val& a1, StackHandling handling = eThrowException,
+                   bool spread = false) const;
+    Val operator()(const Val& a1, const Val& a2, StackHandling handling = eThrowException) const;
+    Val operator()(const Val& a1, const Val& a2, const Val& a3,
+                   StackHandling handling = eThrowException) const;
+    Val operator()(const Val& a1, const Val& a2, const Val& a3, const Val& a4,
+                   StackHandling handling = eThrowException) const;
+    Val operator()(const Val& a1, const Val& a2, const Val& a3, const Val& a4, const Val& a5,
+                   StackHandling handling = eThrowException) const;
+    Val operator()(const Val& a1, const Val& a2, const Val& a3, const Val& a4, const Val& a5,
+                   const Val& a6, StackHandling handling = eThrowException) const;
+    Val operator()(const Val& a1, const Val& a2, const Val& a3, const Val& a4, const Val& a5,
+                   const Val& a6, const Val& a7, StackHandling handling = eThrowException) const;
+    Val operator()(const Val& a1, const Val& a2, const Val& a3, const Val& a4, const Val& a5,
+                   const Val& a6, const Val& a7, const Val& a8,
+                   StackHandling handling = eThrowException) const;
+    Val operator()(const Val& a1, const Val& a2, const Val& a3, const Val& a4, const Val& a5,
+                   const Val& a6, const Val& a7, const Val& a8, const Val& a9,
+                   StackHandling handling = eThrowException) const;
+    Val operator()(const Val& a1, const Val& a2, const Val& a3, const Val& a4, const Val& a5,
+                   const Val& a6, const Val& a7, const Val& a8, const Val& a9, const Val& a10,
+                   StackHandling handling = eThrowException) const;
+    /// Calls with a list of arguments.
+    Val call(const std::vector<const Val*>& args, StackHandling handling) const;
+
+    const Val& holder() const { return m_object; }
+    const Key& key() const { return m_key; }
+
+private:
+    Val m_object;
+    Key m_key;
+    Context m_context;
+};
+
+/// Walks an array by index, or an object by the engine's enumeration of its keys.
+class Val::const_iterator {
+public:
+    const_iterator() = default;
+    /// The key (a number for an array, else a string) and the value.
+    std::pair<Val, Val> getPair() const;
+    Val key() const;
+    Val value() const;
+    Val operator*() const { return value(); }
+    const_iterator& operator++() {
+        ++m_index;
+        return *this;
+    }
+    /// Iterators past the last element are all equal.
+    bool operator==(const const_iterator& other) const {
+        bool done = atEnd();
+        bool otherDone = other.atEnd();
+        return done || otherDone ? done == otherDone : m_index == other.m_index;
+    }
+    bool operator!=(const const_iterator& other) const { return !(*this == other); }
+
+private:
+    friend class Val;
+    bool atEnd() const {
+        long count = m_names ? static_cast<long>(m_names->size()) : m_length;
+        return m_index < 0 || m_index >= count;
+    }
+
+    std::shared_ptr<Val> m_object;
+    std::shared_ptr<std::vector<std::string>> m_names; // null for an array
+    long m_length = 0;                                 // of an array
+    long m_index = -1;                                 // -1: past the end
+};
+
+// Objects and errors.
+
+/// The script object of a document, or null.
+ESObject docObject(DkDoc doc);
+/// A new object of a class, class initialisers run.
+Val newObject(const Context& context, const char* className);
+/// What the script's constructor of that name makes of one argument.
+Val newObject(const Context& context, const char* className, const Val& value);
+/// A new empty array.
+Val newArray(const Context& context);
+/// An error object of that name and message in the object's context; a code other than 0 is the
+/// host error that raiseException raises for it.
+Val errorObject(ESObject object, const char* name, const char* message, int32_t code);
+/// Throws, as a Val, an "InternalError" of "Native wrappers failure." in the current context.
+[[noreturn]] void throwInternalException();
+/// Throws a copy of the value.
+[[noreturn]] void throwException(const Val& value);
+/// Raises the host's error with code 1.
+[[noreturn]] void raiseInternalException();
+/// The step back into the engine: throws the value in the running native method and raises the
+/// host error of its private "QsRaiseERRORCODE" (1 when there is none).
+[[noreturn]] void raiseException(const Val& value);
+
+/// The object held by the global property of that name, made first when the property holds no
+/// object: a new object of the class of that name. Modules that share an object (SOAP) reach it
+/// this way.
+Val getOrCreateGlobalObject(const Context& context, const char* name);
+
+/// Runs the body of a native method; a Val it throws goes back to the script by raiseException.
+template <class Fn> bool scriptBoundary(Fn&& body) {
+    try {
+        return std::forward<Fn>(body)();
+    } catch (const Val& exception) {
+        raiseException(exception);
+    }
+}
+
+} // namespace CES
+
+// Converters between script values and CAgg.
+
+/// Reads a script value into out. Objects already met in this conversion are skipped, which
+/// cuts cycles; with useTextKeys objects become maps of UCS keys, else atom maps.
+void ESValToCAgg(CAgg& out, ESVal value, unsigned short useTextKeys);
+/// Sets value to the script form of in (which is converted to a script-ready type first).
+void CAggToESVal(ESVal value, CAgg& in);
+/// Converts in place to one of the types that have a script form.
+void CAggConvertToESValType(CAgg& agg);
+/// Sets a property of the object for each entry of the map.
+void ESSetObjectProps(ESObject object, CAgg& map);
+/// Deletes every own enumerable property of the object.
+void ESClearObjectProps(ESObject object);
+
+// Script objects over streams.
+
+/// The stream an object reads from: its own (shouldClose false) or a new one that calls its
+/// "read" method (shouldClose true).
+QsStm ESObjectToRdQsStm(ESObject object, bool* shouldClose);
+/// The same for writing, through the "write" method.
+QsStm ESObjectToWrQsStm(ESObject object, bool* shouldClose);
+/// True when the object holds no stream of its own.
+bool ESObjectStreamShouldClose(ESObject object);
+/// A new object with "read" and "write" over the stream; with closeWithObject set the stream
+/// closes when the last object holding it goes.
+ESObject QsStmToESObject(ESContext context, QsStm stream, bool closeWithObject);
+/// Tells the objects holding the object's stream that somebody else closed it.
+void ESObjectQsStmGotClosed(ESObject object);
+/// A read stream object over the stream form of a low-level object, in a temporary file.
+ESObject LobObjToStreamESObject(ESContext context, LobObj object);
+/// A write stream object over a temporary file, whose method "getLobObj" reads back what was
+/// written as the stream form of an object.
+ESObject WrStreamToLobObjESObjectCreate(ESContext context);
+/// Reads any stream object to its end as the stream form of an object and copies that object
+/// into the document; the null object when the form holds none.
+LobObj StreamESObjectToLobObj(ESObject object, LobDoc doc);
+
+// Guarded calls.
+
+/// Calls a method of the object for an internal event aimed at the document; a host error is
+/// raised again once the event is closed. False when there is no such method.
+bool ESObjectSafeCallWithDkDoc(ESObject object, DkDoc doc, const char* name, int32_t argc,
+                               const ESVal* argv, ESVal result);
+/// The same without a document; a failure is kept from the caller and answers false.
+bool ESObjectSafeCall(ESObject object, const char* name, int32_t argc, const ESVal* argv,
+                      ESVal result);
+/// The object's "toSource" text, or null.
+CEStr ESObjectSafeToSource(ESObject object);
+
+// Safe strings: texts that the plug-in made, told apart from texts that a script made.
+
+/// Whether the value is a string object that the plug-in made with this text.
+bool ESValIsSafeString(ESVal value);
+/// A new string object of the text, marked as made by the plug-in.
+CES::Val ESValCreateSafeString(ESContext context, const _EStrRec* text);
+
+// Times.
+
+/// Reads a script Date; false for any other value.
+bool ESValGetTime(ESVal value, QsTimeRec* out);
+/// Sets value to a new script Date of the record.
+void ESValSetTime(ESVal value, const QsTimeRec* rec);
+
+// Rectangles, colours and typed text.
+
+/// Sets the colour's space by its name: "G", "RGB", "CMYK"; anything else gives no space (127).
+void VESUtilInitDkColorValue(DkColorValueRec* colour, const char* name);
+/// The colour as an array: the space's name, then its components.
+CES::Val VESUtilNewColor(ESContext context, const DkColorValueRec* colour);
+/// Reads a colour array; false for a value that is no array.
+bool VESUtilUnloadColor(ESContext context, ESVal value, DkColorValueRec* out);
+/// The rectangle as an array of four numbers.
+CES::Val VESObjectFromFixedRect(ESContext context, const QsFixedRect* rect);
+/// Reads elements 0 to 3 into the rectangle; false at the first one missing.
+bool VESValueToFixedRect(ESContext context, ESVal value, QsFixedRect* out);
+
+/// Kinds of typed text.
+enum VESValueType : int32_t {
+    kVESString = 0,
+    kVESInteger = 1,
+    kVESReal = 2,
+    kVESDate = 3,
+    kVESBoolean = 4,
+};
+/// What a text typed into a field holds: a string, an integer, a real, a date or a boolean.
+VESValueType VESUtilGetValueType(const char* text);
+/// The same for a zero-ended text of host-order units.
+VESValueType VESUtilGetValueTypeUCS(const uint16_t* units);
+/// The text as a script value of its type.
+CES::Val VESUtilStringToValue(ESContext context, const char* text);
+CES::Val VESUtilStringToValueUCS(ESContext context, const uint16_t* units);

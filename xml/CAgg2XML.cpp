@@ -1,0 +1,687 @@
+#include "xml/CAgg2XML.h"
+
+#include "frame/QsCore.h"
+#include "xml/XMLString.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+namespace {
+
+constexpr long kStreamBlockSize = 1024;
+constexpr char kDeclaration[] = "<?xml version=\"1.0\"?>\n";
+
+enum ElementState : long { kNothingWritten = 0, kOpenTagWritten = 1, kChildrenDone = 2, kDone = 3 };
+
+bool isEmpty(const _EStrRec* text) {
+    return !text || EStrIsNull(text);
+}
+
+bool isUCS(const _EStrRec* text) {
+    int32_t encoding = EStrGetEncoding(text);
+    return encoding == kEStrUCS || encoding == kEStrUCSShaped;
+}
+
+bool isASCII(const char* bytes, long length) {
+    for (long i = 0; i < length; ++i) {
+        if (static_cast<unsigned char>(bytes[i]) >= 0x80)
+            return false;
+    }
+    return true;
+}
+
+// UCS, or single-byte text that is all ASCII: text whose characters are its bytes or its units.
+bool isPlain(const _EStrRec* text) {
+    return isUCS(text) || isASCII(EStrGetBytes(text), EStrGetLen(text));
+}
+
+uint32_t unitAt(const unsigned char* bytes, long i) {
+    return (bytes[2 + 2 * i] << 8) | bytes[3 + 2 * i];
+}
+
+long unitCount(const _EStrRec* text) {
+    long count = (EStrGetLen(text) - 2) / 2;
+    return count > 0 ? count : 0;
+}
+
+// A value as text: the string itself, or, for a value of another type, the text a copy of it
+// converts to, kept in holder so that the tree keeps its own type. Null when absent.
+const _EStrRec* textIn(CAgg* value, CEStr& holder) {
+    if (!value)
+        return nullptr;
+    if (value->getType() == CAgg::eEStr)
+        return value->toEStr();
+    CAgg copy(*value);
+    holder = copy.toEStr();
+    return holder.get();
+}
+
+bool sameText(CAgg& value, const _EStrRec* text) {
+    CEStr holder;
+    const _EStrRec* mine = textIn(&value, holder);
+    return EStrCmp(mine, text) == 0;
+}
+
+// Asks the processor for a record ahead of its turn: the maps of a tree lie scattered in
+// memory, and the walk otherwise waits on each of them in turn. The map object itself comes
+// first; once it is at hand, its first and root nodes.
+void prefetchMap(CAgg& node) {
+    if (node.getType() == CAgg::eQsAtomMap)
+        __builtin_prefetch(&node.toQsAtomMap());
+}
+
+void prefetchNodes(CAgg& node) {
+    if (node.getType() != CAgg::eQsAtomMap)
+        return;
+    CAgg::CAggQsAtomMap& map = node.toQsAtomMap();
+    if (map.empty())
+        return;
+    __builtin_prefetch(&*map.begin());
+    __builtin_prefetch(&*std::prev(map.end()));
+}
+
+QsAtom atomIn(CAgg* type) {
+    if (!type)
+        return kQsNullAtom;
+    if (type->getType() == CAgg::eQsAtom)
+        return type->toQsAtom();
+    CAgg copy(*type);
+    return copy.toQsAtom();
+}
+
+// The character index of the last ":", or -1.
+long lastColon(const _EStrRec* text) {
+    if (isUCS(text)) {
+        const auto* bytes = reinterpret_cast<const unsigned char*>(EStrGetBytes(text));
+        for (long i = unitCount(text) - 1; i >= 0; --i) {
+            if (unitAt(bytes, i) == ':')
+                return i;
+        }
+        return -1;
+    }
+    const char* bytes = EStrGetBytes(text);
+    const void* found = memrchr(bytes, ':', static_cast<size_t>(EStrGetLen(text)));
+    return found ? static_cast<const char*>(found) - bytes : -1;
+}
+
+bool startsWithXmlnsColon(const _EStrRec* key) {
+    static const char kXmlns[] = "xmlns:";
+    if (!isUCS(key))
+        return EStrGetLen(key) >= 6 && std::memcmp(EStrGetBytes(key), kXmlns, 6) == 0;
+    const auto* bytes = reinterpret_cast<const unsigned char*>(EStrGetBytes(key));
+    if (unitCount(key) < 6)
+        return false;
+    for (long i = 0; i < 6; ++i) {
+        if (unitAt(bytes, i) != static_cast<unsigned char>(kXmlns[i]))
+            return false;
+    }
+    return true;
+}
+
+// Text as it stands from character `from` on: UCS as UTF-8, a single-byte string as its bytes
+// whatever its encoding. The latter is intended.
+void appendRaw(std::string& out, const _EStrRec* text, long from = 0) {
+    if (!isUCS(text)) {
+        long length = EStrGetLen(text);
+        if (from < length)
+            out.append(EStrGetBytes(text) + from, static_cast<size_t>(length - from));
+        return;
+    }
+    const auto* bytes = reinterpret_cast<const unsigned char*>(EStrGetBytes(text));
+    long count = unitCount(text);
+    for (long i = from; i < count; ++i) {
+        uint32_t unit = unitAt(bytes, i);
+        if (unit >= 0xD800 && unit < 0xDC00 && i + 1 < count) {
+            uint32_t low = unitAt(bytes, i + 1);
+            if (low >= 0xDC00 && low < 0xE000) {
+                AppendUTF8(out, 0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00));
+                ++i;
+                continue;
+            }
+        }
+        if (unit < 0x80)
+            out.push_back(static_cast<char>(unit));
+        else
+            AppendUTF8(out, unit);
+    }
+}
+
+// What an ASCII character becomes in escaped text: null for itself, "" for nothing (control
+// characters other than tab, line feed and carriage return), or its entity.
+struct EscapeTable {
+    const char* replacement[128];
+    EscapeTable() {
+        for (int c = 0; c < 128; ++c)
+            replacement[c] = c < 32 && c != '\t' && c != '\n' && c != '\r' ? "" : nullptr;
+        replacement[static_cast<int>('"')] = "&quot;";
+        replacement[static_cast<int>('&')] = "&amp;";
+        replacement[static_cast<int>('<')] = "&lt;";
+        replacement[static_cast<int>('>')] = "&gt;";
+    }
+};
+const EscapeTable kEscapes;
+
+// "&#%u;" without the cost of a formatted print.
+void appendReference(std::string& out, uint32_t c) {
+    char digits[10];
+    int n = 0;
+    do {
+        digits[n++] = static_cast<char>('0' + c % 10);
+        c /= 10;
+    } while (c);
+    out += "&#";
+    while (n)
+        out.push_back(digits[--n]);
+    out.push_back(';');
+}
+
+// One character of an escaped text: ASCII by the table (127 included), anything past it as a
+// decimal reference.
+void appendEscaped(std::string& out, uint32_t c) {
+    if (c >= 128) {
+        appendReference(out, c);
+        return;
+    }
+    if (const char* replacement = kEscapes.replacement[c])
+        out += replacement;
+    else
+        out.push_back(static_cast<char>(c));
+}
+
+// Escapes ASCII bytes, copying runs that need nothing whole. False, with nothing appended, at
+// the first byte past ASCII.
+bool appendEscapedASCII(std::string& out, const char* bytes, long length) {
+    size_t mark = out.size();
+    long run = 0;
+    for (long i = 0; i < length; ++i) {
+        auto c = static_cast<unsigned char>(bytes[i]);
+        if (c >= 0x80) {
+            out.resize(mark);
+            return false;
+        }
+        if (const char* replacement = kEscapes.replacement[c]) {
+            out.append(bytes + run, static_cast<size_t>(i - run));
+            out += replacement;
+            run = i + 1;
+        }
+    }
+    out.append(bytes + run, static_cast<size_t>(length - run));
+    return true;
+}
+
+// Escapes the units of a UCS string. A surrogate pair is one character and one reference; a
+// lone surrogate is no character at all and is dropped, as a control character is.
+void appendEscapedUnits(std::string& out, const _EStrRec* text) {
+    const auto* bytes = reinterpret_cast<const unsigned char*>(EStrGetBytes(text));
+    long count = unitCount(text);
+    out.reserve(out.size() + static_cast<size_t>(count));
+    for (long i = 0; i < count; ++i) {
+        uint32_t unit = unitAt(bytes, i);
+        if (unit >= 0xD800 && unit < 0xE000) {
+            uint32_t low = i + 1 < count ? unitAt(bytes, i + 1) : 0;
+            if (unit < 0xDC00 && low >= 0xDC00 && low < 0xE000) {
+                appendEscaped(out, 0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00));
+                ++i;
+            }
+            continue;
+        }
+        appendEscaped(out, unit);
+    }
+}
+
+} // namespace
+
+const CAgg2XML::StreamHandler CAgg2XML::sm_streamHandler = {CAgg2XML::ReadProc,
+                                                            CAgg2XML::CloseProc};
+
+CAgg2XML::CAgg2XML(CAgg& document, bool withDeclaration)
+    : m_document(document), m_withDeclaration(withDeclaration),
+      m_nsPart(CEStr::adopt(EStrNew(nullptr, kEStrPDFDoc))),
+      m_empty(CEStr::adopt(EStrNew(nullptr, kEStrPDFDoc))), m_defaultPrefix("m", kEStrPDFDoc) {
+    m_keys = {kXMLKeyType,     kXMLKeyName,   kXMLKeyNameSpace, kXMLKeyAttr,
+              kXMLKeyChildren, kXMLKeyNSDict, kXMLKeyText,      kXMLKeyEncoded};
+    m_nodes.push_back(&m_document);
+    m_states.emplace_back();
+}
+
+CAgg2XML::CAgg2XML(CAgg&& document, bool withDeclaration)
+    : m_document(std::move(document)), m_withDeclaration(withDeclaration),
+      m_nsPart(CEStr::adopt(EStrNew(nullptr, kEStrPDFDoc))),
+      m_empty(CEStr::adopt(EStrNew(nullptr, kEStrPDFDoc))), m_defaultPrefix("m", kEStrPDFDoc) {
+    m_keys = {kXMLKeyType,     kXMLKeyName,   kXMLKeyNameSpace, kXMLKeyAttr,
+              kXMLKeyChildren, kXMLKeyNSDict, kXMLKeyText,      kXMLKeyEncoded};
+    m_nodes.push_back(&m_document);
+    m_states.emplace_back();
+}
+
+long CAgg2XML::ReadProc(char* buffer, long count, void* data) {
+    return static_cast<CAgg2XML*>(data)->readProc(buffer, count);
+}
+
+void CAgg2XML::CloseProc(void* data) {
+    delete static_cast<CAgg2XML*>(data);
+}
+
+QsStm CAgg2XML::openStream(CAgg& document, bool withDeclaration) {
+    auto serialiser = std::make_unique<CAgg2XML>(document, withDeclaration);
+    QsStm stream = QsProcStmRdOpen(sm_streamHandler.read, sm_streamHandler.close, serialiser.get());
+    serialiser.release(); // the stream owns it now
+    return stream;
+}
+
+QsStm CAgg2XML::openStream(CAgg&& document, bool withDeclaration) {
+    auto serialiser = std::make_unique<CAgg2XML>(std::move(document), withDeclaration);
+    QsStm stream = QsProcStmRdOpen(sm_streamHandler.read, sm_streamHandler.close, serialiser.get());
+    serialiser.release();
+    return stream;
+}
+
+long CAgg2XML::readProc(char* buffer, long count) {
+    if (m_finished)
+        return 0;
+    if (!buffer || count < 0)
+        count = 0;
+    long size = static_cast<long>(m_buffer.size());
+    if (size > 0 && m_offset >= size) {
+        m_buffer.clear();
+        m_offset = -1;
+        size = 0;
+    }
+    if (m_offset > 0) {
+        long copied = std::min(size - m_offset, count);
+        std::memcpy(buffer, m_buffer.data() + m_offset, static_cast<size_t>(copied));
+        m_offset += copied;
+        if (m_offset >= size) {
+            m_buffer.clear();
+            m_offset = -1;
+        }
+        return copied;
+    }
+    if (!m_wroteDeclaration) {
+        if (m_withDeclaration)
+            write(kDeclaration, false);
+        m_wroteDeclaration = 1;
+    }
+    while (static_cast<long>(m_buffer.size()) < count) {
+        if (serializeNodes())
+            break;
+    }
+    long copied = std::min(static_cast<long>(m_buffer.size()), count);
+    if (copied > 0)
+        std::memcpy(buffer, m_buffer.data(), static_cast<size_t>(copied));
+    m_offset = copied;
+    if (m_nodes.empty() && copied == static_cast<long>(m_buffer.size()))
+        m_finished = 1;
+    return copied;
+}
+
+// The walk.
+
+bool CAgg2XML::serializeNodes() {
+    if (m_nodes.empty())
+        return true;
+    CAgg& node = *m_nodes.back();
+    State& state = m_states.back();
+    if (!state.seen) {
+        state.seen = true;
+        state.entries = entriesOf(node);
+        state.type = atomIn(state.entries.type);
+        CAgg* children = state.entries.children;
+        if (children && children->getType() == CAgg::eVector)
+            state.list = &children->toVector();
+    }
+    bool finished = true;
+    if (state.type == kXMLTypeProcessing)
+        serializePI(); // its result is not looked at: the node is finished
+    else if (state.type == kXMLTypeElement)
+        finished = serializeElement();
+    else if (state.type == kXMLTypeText)
+        finished = serializeValue();
+    if (finished) {
+        m_nodes.pop_back();
+        m_states.pop_back();
+    }
+    return m_nodes.empty();
+}
+
+bool CAgg2XML::serializeElement() {
+    CAgg& node = *m_nodes.back();
+    State& state = m_states.back();
+    long count = state.list ? static_cast<long>(state.list->size()) : 0;
+    if (count == 0) {
+        doEmptyTag(node, state.entries);
+        return true;
+    }
+    switch (state.state) {
+    case kNothingWritten:
+        doOpenTag(node, state.entries);
+        state.state = kOpenTagWritten;
+        break;
+    case kOpenTagWritten:
+        if (state.children < count) {
+            CAgg* child = &(*state.list)[static_cast<size_t>(state.children)];
+            if (state.children + 1 < count)
+                prefetchNodes((*state.list)[static_cast<size_t>(state.children + 1)]);
+            if (state.children + 2 < count)
+                prefetchMap((*state.list)[static_cast<size_t>(state.children + 2)]);
+            ++state.children;
+            m_nodes.push_back(child);
+            m_states.emplace_back();
+        } else {
+            state.state = kChildrenDone;
+        }
+        break;
+    case kChildrenDone:
+        doCloseTag(node, state.entries);
+        state.state = kDone;
+        break;
+    default:
+        break;
+    }
+    return state.state == kDone;
+}
+
+bool CAgg2XML::serializeValue() {
+    Entries& entries = m_states.back().entries;
+    CAgg* text = entries.text;
+    if (!text)
+        return true;
+    bool escape = false;
+    if (CAgg* encoded = entries.encoded) {
+        CAgg flag(*encoded);
+        escape = flag.toQsBool() != 0;
+    }
+    if (text->getType() != CAgg::eQsStm) {
+        CEStr holder;
+        write(textIn(text, holder), escape);
+        return true;
+    }
+    // The whole stream goes into the buffer in this one step.
+    QsStm stream = text->toQsStm();
+    char block[kStreamBlockSize];
+    for (;;) {
+        long n = QsStmRead(stream, block, kStreamBlockSize);
+        if (n <= 0)
+            break;
+        writeStreamBlock(block, n, escape);
+    }
+    return true;
+}
+
+void CAgg2XML::serializePI() {
+    CAgg& node = *m_nodes.back();
+    Entries& entries = m_states.back().entries;
+    write("<?", false);
+    getTagName(node, entries);
+    getTagAttr(entries);
+    write("?>\n", false);
+}
+
+// Tags.
+
+CAgg2XML::Entries CAgg2XML::entriesOf(CAgg& node) const {
+    Entries entries;
+    if (node.getType() == CAgg::eQsAtomMap) {
+        // One pass over the record: its entries lie apart in memory, and a lookup per key
+        // would visit the same ones again and again.
+        for (auto& [key, value] : node.toQsAtomMap()) {
+            CAgg* entry = &value;
+            if (key == m_keys.type)
+                entries.type = entry;
+            else if (key == m_keys.name)
+                entries.name = entry;
+            else if (key == m_keys.nameSpace)
+                entries.nameSpace = entry;
+            else if (key == m_keys.attr)
+                entries.attr = entry;
+            else if (key == m_keys.children)
+                entries.children = entry;
+            else if (key == m_keys.nsDict)
+                entries.nsDict = entry;
+            else if (key == m_keys.text)
+                entries.text = entry;
+            else if (key == m_keys.encoded)
+                entries.encoded = entry;
+        }
+        return entries;
+    }
+    auto find = [&](QsAtom key) { return node.has(key) ? &node[key] : nullptr; };
+    entries.type = find(m_keys.type);
+    entries.name = find(m_keys.name);
+    entries.nameSpace = find(m_keys.nameSpace);
+    entries.attr = find(m_keys.attr);
+    entries.children = find(m_keys.children);
+    entries.nsDict = find(m_keys.nsDict);
+    entries.text = find(m_keys.text);
+    entries.encoded = find(m_keys.encoded);
+    return entries;
+}
+
+void CAgg2XML::doOpenTag(CAgg& node, Entries& entries) {
+    pushNSScope(entries);
+    write("<", false);
+    getTagName(node, entries); // before the attributes: it may add a declaration to them
+    getTagAttr(entries);
+    write(">", false);
+}
+
+void CAgg2XML::doCloseTag(CAgg& node, Entries& entries) {
+    write("</", false);
+    getTagName(node, entries);
+    write(">", false);
+    // The line-break flag is never set, so a close tag has no line feed behind it.
+    if (m_lineBreaks)
+        write("\n", false);
+    popNSScope();
+}
+
+void CAgg2XML::doEmptyTag(CAgg& node, Entries& entries) {
+    pushNSScope(entries);
+    write("<", false);
+    getTagName(node, entries);
+    getTagAttr(entries);
+    write("/>\n", false);
+    popNSScope();
+}
+
+void CAgg2XML::getTagAttr(Entries& entries) {
+    CAgg* attr = entries.attr;
+    if (!attr)
+        return;
+    auto writeOne = [&](const _EStrRec* key, CAgg& value) {
+        m_buffer += ' ';
+        appendRaw(m_buffer, key);
+        m_buffer += "=\"";
+        // Values are not escaped: whoever fills "attr" answers for what is in it, and a value
+        // with a double quote gives malformed XML. That is intended.
+        CEStr holder;
+        appendRaw(m_buffer, textIn(&value, holder));
+        m_buffer += '"';
+    };
+    if (attr->getType() == CAgg::eMap) {
+        for (auto& [key, value] : attr->toMap())
+            writeOne(key, value);
+    } else if (attr->getType() == CAgg::eQsAtomMap) {
+        for (auto& [atom, value] : attr->toQsAtomMap())
+            writeOne(CEStr(QsAtomGetString(atom), kEStrPDFDoc), value);
+    }
+}
+
+CAgg2XML::QNameSplit CAgg2XML::getQName(const _EStrRec* text) {
+    // Split at the last ":", so that a URI with colons of its own stays whole.
+    long colon = lastColon(text);
+    if (colon < 0)
+        return {0, nullptr};
+    EStrSubstr(m_nsPart, text, 0, colon);
+    if (topScope().count(m_nsPart.get()))
+        return {0, nullptr}; // already in prefix form
+    return {colon + 1, m_nsPart.get()};
+}
+
+// Writes the tag of a node: its name, with a prefix when it is in a namespace.
+void CAgg2XML::getTagName(CAgg& node, Entries& entries) {
+    CEStr nameHolder, nsHolder;
+    const _EStrRec* name = textIn(entries.name, nameHolder);
+    if (!name)
+        name = m_empty;
+    QNameSplit split = getQName(name);
+    const _EStrRec* ns = split.ns;
+    if (isEmpty(ns))
+        ns = textIn(entries.nameSpace, nsHolder);
+    if (isEmpty(ns)) {
+        appendRaw(m_buffer, name, split.local);
+        return;
+    }
+
+    const _EStrRec* prefix = nullptr;
+    bool inForce = false;
+    for (auto& [key, uri] : topScope()) {
+        if (sameText(uri, ns)) {
+            prefix = key;
+            inForce = true;
+            break;
+        }
+    }
+    CAgg* dict = inForce ? nullptr : entries.nsDict;
+    if (dict && dict->getType() == CAgg::eMap) {
+        for (auto& [key, uri] : dict->toMap()) {
+            if (sameText(uri, ns)) {
+                prefix = key;
+                break;
+            }
+        }
+    }
+    // An unknown namespace always takes "m": siblings in two such namespaces both use it, each
+    // with its own declaration. That is intended.
+    if (!prefix)
+        prefix = m_defaultPrefix;
+    if (!inForce)
+        declare(node, entries, prefix, ns);
+    writeTag(prefix, name, split.local);
+}
+
+// Enters the prefix into the scope and declares it on the node.
+void CAgg2XML::declare(CAgg& node, Entries& entries, const _EStrRec* prefix, const _EStrRec* ns) {
+    CAgg::CAggMap& scope = topScope();
+    auto entered = scope.find(prefix);
+    if (entered == scope.end() || !sameText(entered->second, ns))
+        writableTopScope().insert_or_assign(CEStr(prefix), CAgg(ns));
+    CEStr key("xmlns", kEStrPDFDoc);
+    if (!isEmpty(prefix)) {
+        key += CEStr(":", kEStrPDFDoc);
+        key += CEStr(prefix);
+    }
+    if (!entries.attr)
+        entries.attr = &node[m_keys.attr];
+    (*entries.attr)[key] = CAgg(ns);
+}
+
+// The tag is prefix, ":" and the local name, written as one text.
+void CAgg2XML::writeTag(const _EStrRec* prefix, const _EStrRec* name, long local) {
+    if (isEmpty(prefix)) {
+        appendRaw(m_buffer, name, local);
+        return;
+    }
+    if (isPlain(prefix) && isPlain(name)) {
+        appendRaw(m_buffer, prefix);
+        m_buffer += ':';
+        appendRaw(m_buffer, name, local);
+        return;
+    }
+    // Texts of two single-byte encodings join as UCS, as CEStr joins them.
+    CEStr tag(prefix);
+    tag += CEStr(":", kEStrPDFDoc);
+    CEStr rest = CEStr::adopt(EStrNew(nullptr, kEStrPDFDoc));
+    EStrSubstr(rest, name, local, -1);
+    tag += rest;
+    appendRaw(m_buffer, tag);
+}
+
+// Namespace scopes.
+
+void CAgg2XML::pushNSScope(Entries& entries) {
+    Scope top = m_scopes.empty() ? std::make_shared<CAgg::CAggMap>() : m_scopes.back();
+    CAgg* attr = entries.attr;
+    Scope scope;
+    if (attr && attr->getType() == CAgg::eMap) {
+        for (auto& [key, value] : attr->toMap()) {
+            if (!startsWithXmlnsColon(key))
+                continue;
+            if (!scope)
+                scope = std::make_shared<CAgg::CAggMap>(*top);
+            CEStr prefix = CEStr::adopt(EStrNew(nullptr, kEStrPDFDoc));
+            EStrSubstr(prefix, key, 6, -1);
+            scope->insert_or_assign(std::move(prefix), value);
+        }
+    }
+    m_scopes.push_back(scope ? std::move(scope) : std::move(top));
+}
+
+void CAgg2XML::popNSScope() {
+    if (!m_scopes.empty())
+        m_scopes.pop_back();
+}
+
+CAgg::CAggMap& CAgg2XML::topScope() {
+    if (m_scopes.empty())
+        m_scopes.push_back(std::make_shared<CAgg::CAggMap>());
+    return *m_scopes.back();
+}
+
+CAgg::CAggMap& CAgg2XML::writableTopScope() {
+    topScope();
+    Scope& top = m_scopes.back();
+    if (top.use_count() > 1)
+        top = std::make_shared<CAgg::CAggMap>(*top);
+    return *top;
+}
+
+// Output.
+
+void CAgg2XML::write(const char* text, bool escape) {
+    if (!text)
+        return;
+    if (!escape) {
+        m_buffer += text;
+        return;
+    }
+    for (const char* c = text; *c; ++c)
+        appendEscaped(m_buffer, static_cast<unsigned char>(*c));
+}
+
+void CAgg2XML::write(const _EStrRec* text, bool escape) {
+    if (!text)
+        return;
+    if (!escape) {
+        appendRaw(m_buffer, text);
+        return;
+    }
+    if (!isUCS(text) && appendEscapedASCII(m_buffer, EStrGetBytes(text), EStrGetLen(text)))
+        return;
+    CEStr wide = CEStr::adopt(isUCS(text) ? EStrCopy(text) : EStrCopySetEncoding(text, kEStrUCS));
+    if (isUCS(wide)) {
+        appendEscapedUnits(m_buffer, wide);
+        return;
+    }
+    // Without a converter at hand the bytes are read as Latin-1.
+    const char* bytes = EStrGetBytes(text);
+    for (long i = 0; i < EStrGetLen(text); ++i)
+        appendEscaped(m_buffer, static_cast<unsigned char>(bytes[i]));
+}
+
+// A block of a stream is bytes, not characters: with escaping, ASCII is escaped as in any text
+// and the other bytes pass as they are, so that UTF-8 split across blocks stays whole.
+void CAgg2XML::writeStreamBlock(const char* bytes, long count, bool escape) {
+    if (!escape) {
+        m_buffer.append(bytes, static_cast<size_t>(count));
+        return;
+    }
+    for (long i = 0; i < count; ++i) {
+        auto byte = static_cast<unsigned char>(bytes[i]);
+        if (byte >= 0x80)
+            m_buffer.push_back(static_cast<char>(byte));
+        else
+            appendEscaped(m_buffer, byte);
+    }
+}

@@ -1,0 +1,182 @@
+#include "xml/CXML2CAgg.h"
+
+#include "frame/ZString.h"
+
+#include <cstring>
+#include <utility>
+
+namespace {
+
+bool isASCII(const XML_Char* text, size_t length) {
+    for (size_t i = 0; i < length; ++i) {
+        if (static_cast<unsigned char>(text[i]) >= 0x80)
+            return false;
+    }
+    return true;
+}
+
+// Space, tab and line feed; a carriage return counts as content.
+bool isBlank(const XML_Char* text, int len) {
+    for (int i = 0; i < len; ++i) {
+        if (text[i] != ' ' && text[i] != '\t' && text[i] != '\n')
+            return false;
+    }
+    return true;
+}
+
+// Makes the value a string of the text. A short ASCII text fits the buffer that comes with the
+// new string; anything else is made to measure and taken over rather than copied.
+void setText(CAgg& value, const XML_Char* text, size_t length) {
+    EStr& payload = value.toEStr();
+    if (length + 2 <= static_cast<size_t>(payload->capacity) && isASCII(text, length)) {
+        EStrSetBytesWithSize(payload, text, static_cast<long>(length), kEStrPDFDoc);
+        return;
+    }
+    CEStr made = XML_String2ESTR(text, static_cast<long>(length));
+    EStrDelete(payload);
+    payload = made.release();
+}
+
+} // namespace
+
+CXML2CAgg::CXML2CAgg() : CXMLParser(nullptr, '\0') {
+    m_keys = {kXMLKeyType,     kXMLKeyName, kXMLKeyNameSpace, kXMLKeyAttr, kXMLKeyNSDict,
+              kXMLKeyChildren, kXMLKeyText, kXMLTypeElement,  kXMLTypeText};
+    m_pendingNSDict.toMap();
+}
+
+int CXML2CAgg::parse(const char* data, int len, int isFinal) {
+    int result = CXMLParser::parse(data, len, isFinal);
+    flushText();
+    return result;
+}
+
+int CXML2CAgg::parse(QsStm stream) {
+    int result = CXMLParser::parse(stream);
+    flushText();
+    return result;
+}
+
+CEStr CXML2CAgg::getErrorString() {
+    if (!m_errorString.isNull() && EStrGetLen(m_errorString) > 0)
+        return m_errorString;
+    return CXMLParser::getErrorString();
+}
+
+void CXML2CAgg::startElementHandler(const XML_Char* tag, const XML_Char** atts) {
+    flushText();
+    if (m_depth >= kMaxDepth) {
+        stopParser();
+        return;
+    }
+    CAgg* record = &m_root;
+    if (m_depth > 0) {
+        Open& parent = m_stack.back();
+        CAgg child;
+        // The parent's dictionary merged with the pending one is the pending one itself: the
+        // pending dictionary only gains prefixes, and the parent's was made from it.
+        child.toQsAtomMap()[m_keys.nsDict] = m_pendingNSDict;
+        // The pointer pushed below stays good because a parent takes no further child until
+        // this one is closed.
+        record = &parent.children->emplace_back(std::move(child));
+        parent.lastIsText = false;
+    }
+    CAgg::CAggQsAtomMap& fields = record->toQsAtomMap();
+
+    const XMLString* uri = elementNamespace(tag);
+    size_t uriLength = uri ? uri->size() : 0;
+    setText(fields[m_keys.name], tag + uriLength, std::strlen(tag + uriLength));
+    setText(fields[m_keys.nameSpace], uri ? uri->data() : "", uriLength);
+    fields[m_keys.type].toQsAtom() = m_keys.element;
+
+    CAgg::CAggMap& attr = fields[m_keys.attr].toMap();
+    for (const XML_Char** att = atts; att && att[0]; att += 2) {
+        // The key is normalizeQName's: URI, ":", local name.
+        const XMLString* attUri = attributeNamespace(att[0]);
+        if (attUri) {
+            m_key.assign(*attUri).append(1, ':').append(att[0] + attUri->size());
+        } else {
+            m_key.assign(att[0]);
+        }
+        CAgg& value =
+            attr.insert_or_assign(XML_String2ESTR(m_key.data(), static_cast<long>(m_key.size())),
+                                  CAgg())
+                .first->second;
+        const XML_Char* text = att[1] ? att[1] : "";
+        setText(value, text, std::strlen(text));
+    }
+
+    m_stack.push_back({record, &fields[m_keys.children].toVector(), false});
+    ++m_depth;
+}
+
+void CXML2CAgg::endElementHandler(const XML_Char*) {
+    flushText();
+    if (m_stack.empty())
+        return;
+    --m_depth;
+    m_stack.pop_back();
+}
+
+void CXML2CAgg::cDataHandler(const XML_Char* text, int len) {
+    if (m_stack.empty() || len <= 0)
+        return;
+    if (m_textOpen) {
+        m_text.append(text, static_cast<size_t>(len));
+        return;
+    }
+    Open& open = m_stack.back();
+    // Once a text node has begun, every chunk joins it, whitespace and all.
+    if (!open.lastIsText) {
+        // Whitespace between elements vanishes, and with it leading whitespace that Expat
+        // delivers as a chunk of its own; that is intended.
+        if (isBlank(text, len))
+            return;
+        CAgg node;
+        node.toQsAtomMap()[m_keys.type].toQsAtom() = m_keys.text;
+        open.children->emplace_back(std::move(node));
+        open.lastIsText = true;
+    }
+    m_text.assign(text, static_cast<size_t>(len));
+    m_textOpen = true;
+}
+
+// Puts the run held back into the last child of the open element, a text node.
+void CXML2CAgg::flushText() {
+    if (!m_textOpen)
+        return;
+    m_textOpen = false;
+    if (m_stack.empty())
+        return;
+    CAgg::CAggQsAtomMap& fields = m_stack.back().children->back().toQsAtomMap();
+    auto found = fields.find(m_keys.textKey);
+    if (found == fields.end()) {
+        setText(fields[m_keys.textKey], m_text.data(), m_text.size());
+        m_text.clear();
+        return;
+    }
+    CEStr joined(found->second.toEStr());
+    joined += XML_String2ESTR(m_text.data(), static_cast<long>(m_text.size()));
+    m_text.clear();
+    found->second = CAgg(joined.get());
+}
+
+void CXML2CAgg::startNamespaceDeclHandler(const XML_Char* prefix, const XML_Char* uri) {
+    // Declarations are never taken out of the pending dictionary: a prefix declared on an
+    // element that has closed still shows in the nsDict of every later element.
+    m_pendingNSDict[XML_String2ESTR(prefix)] = CAgg(XML_String2ESTR(uri).get());
+}
+
+void CXML2CAgg::endNamespaceDeclHandler(const XML_Char*) {}
+
+int CXML2CAgg::unknownEncodingHandler(const XML_Char* name, XML_Encoding*) {
+    std::string message = miGetMessageUTF8("IDS_SERVICE_UNKNOWN_ENCODING");
+    const std::string placeholder = "{ENCODING}";
+    std::string encoding = XML_String2UTF8(name);
+    for (size_t at = message.find(placeholder); at != std::string::npos;
+         at = message.find(placeholder, at + encoding.size()))
+        message.replace(at, placeholder.size(), encoding);
+    m_errorString = XML_String2ESTR(message.c_str());
+    m_unknownEncoding = 1;
+    return 0;
+}

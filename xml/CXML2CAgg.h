@@ -1,0 +1,73 @@
+// The parser that builds an element record tree (xml/CXMLElement.h) from a document.
+//
+// Expat runs in namespace mode with the NUL separator, so a name reaches the handlers as URI
+// and local name run together; the split is made against the declarations in scope. Parsing
+// fails, with the 0 result of parse and a message from getErrorString, on malformed XML, an
+// encoding that Expat cannot read, entity expansion past Expat's amplification limits, and
+// nesting deeper than kMaxDepth. The partly built tree is then left in the root.
+#pragma once
+
+#include "xml/CXMLElement.h"
+#include "xml/CXMLParser.h"
+#include "xml/XMLString.h"
+
+#include <deque>
+#include <string>
+
+class CXML2CAgg : public CXMLParser {
+public:
+    CXML2CAgg();
+
+    using CXMLParser::parse;
+    /// Feeds a chunk; 0 when the document is found bad. Finish with (nullptr, 0, 1).
+    int parse(const char* data, int len, int isFinal);
+    /// Feeds a whole stream; 0 when the document is found bad.
+    int parse(QsStm stream);
+
+    /// The document: the root element's record.
+    CAgg& getRoot() { return m_root; }
+
+    /// The message of a failed parse: that of an unknown encoding, else the general one; empty
+    /// while nothing has failed.
+    CEStr getErrorString() override;
+
+    /// Deepest nesting of elements accepted. A tree is copied and compared by recursion, so a
+    /// deeper one could run the stack out where it is used.
+    static constexpr long kMaxDepth = 2000;
+
+protected:
+    void startElementHandler(const XML_Char* name, const XML_Char** atts) override;
+    void endElementHandler(const XML_Char* name) override;
+    void cDataHandler(const XML_Char* text, int len) override;
+    void startNamespaceDeclHandler(const XML_Char* prefix, const XML_Char* uri) override;
+    void endNamespaceDeclHandler(const XML_Char* prefix) override;
+    int unknownEncodingHandler(const XML_Char* name, XML_Encoding* info) override;
+
+private:
+    /// An open element: its record, its children, and whether the last of them is a text node.
+    struct Open {
+        CAgg* record;
+        CAgg::CAggVector* children;
+        bool lastIsText;
+    };
+    /// The atoms of the record, looked up once.
+    struct Keys {
+        QsAtom type, name, nameSpace, attr, nsDict, children, textKey, element, text;
+    };
+
+    void flushText();
+
+    long m_depth = 0;
+    CAgg m_root;
+    std::deque<Open> m_stack;
+    CAgg m_pendingNSDict;
+    CEStr m_errorString;
+    uint16_t m_unknownEncoding = 0;
+    // The character data of the run now open, held back until the run ends so that a run of
+    // many chunks makes one string.
+    std::string m_text;
+    bool m_textOpen = false;
+    // The key of the attribute in hand, kept to reuse its buffer.
+    XMLString m_key;
+    Keys m_keys;
+};

@@ -1,0 +1,146 @@
+#include "xml/CXMLElement.h"
+
+#include <utility>
+
+namespace {
+
+CEStr emptyText() {
+    return CEStr::adopt(EStrNew(nullptr, kEStrPDFDoc));
+}
+
+// The entry as text, read from a copy so that the record keeps its own type; empty if absent.
+CEStr textOf(CAgg& record, QsAtom key) {
+    if (!record.has(key))
+        return emptyText();
+    CAgg& value = record[key];
+    if (value.getType() == CAgg::eEStr)
+        return CEStr(value.toEStr());
+    CAgg copy(value);
+    return CEStr(copy.toEStr());
+}
+
+CAgg newRecord(QsAtom type) {
+    CAgg record;
+    record[kXMLKeyType].toQsAtom() = type;
+    return record;
+}
+
+} // namespace
+
+QsAtom CXMLElement::getType() const {
+    if (!m_record.has(kXMLKeyType))
+        return kQsNullAtom;
+    CAgg& type = m_record[kXMLKeyType];
+    if (type.getType() == CAgg::eQsAtom)
+        return type.toQsAtom();
+    CAgg copy(type);
+    return copy.toQsAtom();
+}
+
+void CXMLElement::setType(QsAtom type) const {
+    m_record[kXMLKeyType].toQsAtom() = type;
+}
+
+CEStr CXMLElement::getName() const {
+    return textOf(m_record, kXMLKeyName);
+}
+
+void CXMLElement::setName(const char* name) const {
+    m_record[kXMLKeyName] = CAgg(name);
+}
+
+void CXMLElement::setName(const _EStrRec* name) const {
+    m_record[kXMLKeyName] = CAgg(name);
+}
+
+CEStr CXMLElement::getNameSpace() const {
+    return textOf(m_record, kXMLKeyNameSpace);
+}
+
+void CXMLElement::setNameSpace(const char* nameSpace) const {
+    m_record[kXMLKeyNameSpace] = CAgg(nameSpace);
+}
+
+void CXMLElement::setNameSpace(const _EStrRec* nameSpace) const {
+    m_record[kXMLKeyNameSpace] = CAgg(nameSpace);
+}
+
+QName CXMLElement::getQName() const {
+    return {getName(), getNameSpace()};
+}
+
+bool CXMLElement::hasAttribute(const char* key) const {
+    return m_record.has(kXMLKeyAttr) && m_record[kXMLKeyAttr].has(key);
+}
+
+CEStr CXMLElement::getAttribute(const char* key) const {
+    if (!hasAttribute(key))
+        return emptyText();
+    CAgg copy(m_record[kXMLKeyAttr][key]);
+    return CEStr(copy.toEStr());
+}
+
+void CXMLElement::setAttribute(const char* key, const char* value) const {
+    attributes()[key] = CAgg(value);
+}
+
+void CXMLElement::setAttribute(const _EStrRec* key, const _EStrRec* value) const {
+    attributes()[key] = CAgg(value);
+}
+
+CAgg& CXMLElement::attributes() const {
+    CAgg& attr = m_record[kXMLKeyAttr];
+    attr.toMap();
+    return attr;
+}
+
+CAgg::CAggVector& CXMLElement::children() const {
+    return m_record[kXMLKeyChildren].toVector();
+}
+
+long CXMLElement::childCount() const {
+    if (!m_record.has(kXMLKeyChildren))
+        return 0;
+    CAgg& children = m_record[kXMLKeyChildren];
+    return children.getType() == CAgg::eVector ? static_cast<long>(children.toVector().size()) : 0;
+}
+
+CAgg& CXMLElement::appendElement(const char* name) const {
+    CAgg& child = children().emplace_back(newRecord(kXMLTypeElement));
+    child[kXMLKeyName] = CAgg(name);
+    return child;
+}
+
+CAgg& CXMLElement::appendElement(const _EStrRec* name) const {
+    CAgg& child = children().emplace_back(newRecord(kXMLTypeElement));
+    child[kXMLKeyName] = CAgg(name);
+    return child;
+}
+
+CAgg& CXMLElement::appendText(CAgg text, bool encoded) const {
+    CAgg& child = children().emplace_back(newRecord(kXMLTypeText));
+    child[kXMLKeyText] = std::move(text);
+    child[kXMLKeyEncoded].toQsBool() = encoded ? 1 : 0;
+    return child;
+}
+
+CAgg& CXMLElement::appendProcessing(const char* target) const {
+    CAgg& child = children().emplace_back(newRecord(kXMLTypeProcessing));
+    child[kXMLKeyName] = CAgg(target);
+    return child;
+}
+
+CEStr CXMLElement::getValue() const {
+    CEStr value = emptyText();
+    if (!m_record.has(kXMLKeyChildren) || m_record[kXMLKeyChildren].getType() != CAgg::eVector)
+        return value;
+    for (CAgg& child : m_record[kXMLKeyChildren].toVector()) {
+        CXMLElement node(child);
+        if (!node.isText() || !child.has(kXMLKeyText))
+            continue;
+        if (child[kXMLKeyText].getType() == CAgg::eQsStm)
+            continue; // reading would use the stream up
+        value += textOf(child, kXMLKeyText);
+    }
+    return value;
+}

@@ -1,0 +1,155 @@
+#include "xml/XMLString.h"
+
+#include <cstring>
+
+namespace {
+
+bool isASCII(const char* text, long length) {
+    for (long i = 0; i < length; ++i) {
+        if (static_cast<unsigned char>(text[i]) >= 0x80)
+            return false;
+    }
+    return true;
+}
+
+// Decodes the code point at text[i] and moves i past it. Expat hands over well-formed UTF-8
+// only; anything else still decodes to U+FFFD one byte at a time rather than read too far.
+uint32_t nextCodePoint(const unsigned char* text, long length, long& i) {
+    unsigned char lead = text[i++];
+    if (lead < 0x80)
+        return lead;
+    int more = lead >= 0xF0 ? 3 : lead >= 0xE0 ? 2 : lead >= 0xC0 ? 1 : -1;
+    if (more < 0 || lead > 0xF4 || i + more > length)
+        return 0xFFFD;
+    uint32_t codePoint = lead & (0x3F >> more);
+    for (int k = 0; k < more; ++k) {
+        if ((text[i + k] & 0xC0) != 0x80)
+            return 0xFFFD;
+        codePoint = (codePoint << 6) | (text[i + k] & 0x3F);
+    }
+    i += more;
+    return codePoint;
+}
+
+void appendUnit(std::string& bytes, uint32_t unit) {
+    bytes.push_back(static_cast<char>(unit >> 8));
+    bytes.push_back(static_cast<char>(unit & 0xFF));
+}
+
+// The UTF-8 form of a UCS string's units; a surrogate pair is one character.
+std::string unitsToUTF8(const _EStrRec* text) {
+    const auto* bytes = reinterpret_cast<const unsigned char*>(EStrGetBytes(text));
+    long count = (EStrGetLen(text) - 2) / 2;
+    std::string out;
+    out.reserve(static_cast<size_t>(count > 0 ? count : 0));
+    for (long i = 0; i < count; ++i) {
+        uint32_t unit = (bytes[2 + 2 * i] << 8) | bytes[3 + 2 * i];
+        if (unit >= 0xD800 && unit < 0xDC00 && i + 1 < count) {
+            uint32_t low = (bytes[4 + 2 * i] << 8) | bytes[5 + 2 * i];
+            if (low >= 0xDC00 && low < 0xE000) {
+                AppendUTF8(out, 0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00));
+                ++i;
+                continue;
+            }
+        }
+        AppendUTF8(out, unit);
+    }
+    return out;
+}
+
+} // namespace
+
+void AppendUTF8(std::string& out, uint32_t codePoint) {
+    if (codePoint > 0x10FFFF || (codePoint >= 0xD800 && codePoint < 0xE000))
+        codePoint = 0xFFFD;
+    if (codePoint < 0x80) {
+        out.push_back(static_cast<char>(codePoint));
+    } else if (codePoint < 0x800) {
+        out.push_back(static_cast<char>(0xC0 | (codePoint >> 6)));
+        out.push_back(static_cast<char>(0x80 | (codePoint & 0x3F)));
+    } else if (codePoint < 0x10000) {
+        out.push_back(static_cast<char>(0xE0 | (codePoint >> 12)));
+        out.push_back(static_cast<char>(0x80 | ((codePoint >> 6) & 0x3F)));
+        out.push_back(static_cast<char>(0x80 | (codePoint & 0x3F)));
+    } else {
+        out.push_back(static_cast<char>(0xF0 | (codePoint >> 18)));
+        out.push_back(static_cast<char>(0x80 | ((codePoint >> 12) & 0x3F)));
+        out.push_back(static_cast<char>(0x80 | ((codePoint >> 6) & 0x3F)));
+        out.push_back(static_cast<char>(0x80 | (codePoint & 0x3F)));
+    }
+}
+
+CEStr XML_String2ESTR(const XML_Char* text) {
+    return XML_String2ESTR(text, text ? static_cast<long>(std::strlen(text)) : 0);
+}
+
+// Parsed text takes the smallest form that loses nothing without a converter: ASCII, which is
+// the bulk of names, URIs and numbers, goes in as PDFDocEncoding bytes (what a key made from a
+// C string has, so lookups and comparisons need no conversion), and anything else as UCS. Text
+// with other characters is not narrowed to PDFDocEncoding, since the serialiser writes a
+// single-byte string's bytes as they stand and would then put Latin bytes into UTF-8 output.
+CEStr XML_String2ESTR(const XML_Char* text, long length) {
+    if (!text || length <= 0)
+        return CEStr::adopt(EStrNew(nullptr, kEStrPDFDoc));
+    if (isASCII(text, length)) {
+        EStr s = EStrNewSize(length, kEStrPDFDoc);
+        std::memcpy(s->bytes, text, static_cast<size_t>(length));
+        return CEStr::adopt(s);
+    }
+    std::string units;
+    units.reserve(static_cast<size_t>(length) * 2 + 2);
+    units.append("\xFE\xFF", 2);
+    const auto* bytes = reinterpret_cast<const unsigned char*>(text);
+    for (long i = 0; i < length;) {
+        uint32_t codePoint = nextCodePoint(bytes, length, i);
+        if (codePoint >= 0x10000) {
+            codePoint -= 0x10000;
+            appendUnit(units, 0xD800 + (codePoint >> 10));
+            appendUnit(units, 0xDC00 + (codePoint & 0x3FF));
+        } else {
+            appendUnit(units, codePoint);
+        }
+    }
+    EStr s = EStrNewSize(static_cast<long>(units.size()), kEStrUCS);
+    std::memcpy(s->bytes, units.data(), units.size());
+    return CEStr::adopt(s);
+}
+
+std::string XML_String2UTF8(const XML_Char* text) {
+    return text ? std::string(text) : std::string();
+}
+
+std::string ESTR2UTF8(const _EStrRec* text) {
+    if (!text)
+        return {};
+    int32_t encoding = EStrGetEncoding(text);
+    if (encoding == kEStrUCS || encoding == kEStrUCSShaped)
+        return unitsToUTF8(text);
+    const char* bytes = EStrGetBytes(text);
+    long length = EStrGetLen(text);
+    if (isASCII(bytes, length))
+        return std::string(bytes, static_cast<size_t>(length));
+    CEStr wide = CEStr::adopt(EStrCopySetEncoding(text, kEStrUCS));
+    if (EStrGetEncoding(wide) == kEStrUCS)
+        return unitsToUTF8(wide);
+    // Without a converter at hand the bytes are read as Latin-1.
+    std::string out;
+    for (long i = 0; i < length; ++i)
+        AppendUTF8(out, static_cast<unsigned char>(bytes[i]));
+    return out;
+}
+
+XMLString ESTR2XML_String(const _EStrRec* text) {
+    return ESTR2UTF8(text);
+}
+
+std::string Tag2UTF8AndNS(const XML_Char* tag, bool withNamespace) {
+    std::string text = XML_String2UTF8(tag);
+    size_t colon = text.rfind(':');
+    if (colon == std::string::npos)
+        return text;
+    std::string result = "m:" + text.substr(colon + 1);
+    if (withNamespace)
+        result += " xmlns:m=\"" + text.substr(0, colon) + "\"";
+    return result;
+}
