@@ -16,6 +16,7 @@
 #include "scriptui/JSVxViewModule.h"
 #include "soap/AuthCallbacks.h"
 #include "soap/CSoapModule.h"
+#include "soap/JSSOAPConnect.h"
 #include "soap/SOAPExports.h"
 #include "tracker/CVxTasksModule.h"
 #include "tracker/CVxURLCommandModule.h"
@@ -70,8 +71,8 @@ template <class Fn> QsProc exported(Fn* fn) {
 // 1 CSOAPRequest to 26 SupportsFeedProtocol, "JSPNL" 1 PNLDialogUDExec and 2
 // PNLCreatePrefsPanel. An index without an entry stays unset.
 const PIExportEntry kSOAPEntries[] = {
-    {1, exported(CSOAPRequest)},      {2, exported(CSOAPAsyncRequest)}, {4, exported(CSOAPCall)},
-    {5, exported(CSOAPEncodeString)}, {6, exported(CSOAPDecodeString)},
+    {1, exported(CSOAPRequest)}, {2, exported(CSOAPAsyncRequest)}, {3, exported(CSOAPConnect)},
+    {4, exported(CSOAPCall)},    {5, exported(CSOAPEncodeString)}, {6, exported(CSOAPDecodeString)},
 };
 
 const PIProduct kProduct = {

@@ -4,6 +4,7 @@
 #include "soap/CCredStore.h"
 #include "soap/CSOAPRequestAsync.h"
 #include "soap/JSSOAP.h"
+#include "soap/JSSOAPConnect.h"
 #include "soap/SOAPStreamHelpers.h"
 #include "values/CES.h"
 
@@ -20,7 +21,7 @@ void SOAPContextInit(ESContext context) {
         IScriptEngine& es = *gESHFT;
         es.addMethod(object, "response", JSSOAPResponse);
         es.addMethod(object, "request", JSSOAPRequest);
-        // "connect" comes here, with the WSDL proxies.
+        es.addMethod(object, "connect", JSSOAPConnect);
         es.addMethod(object, "stringFromStream", JSSOAPStringFromStream);
         es.addMethod(object, "streamFromString", JSSOAPStreamFromString);
         es.addMethod(object, "stringEncode", JSSOAPStringEncode);
@@ -28,6 +29,9 @@ void SOAPContextInit(ESContext context) {
         es.addMethod(object, "streamDecode", JSSOAPStreamFilter);
         es.addMethod(object, "streamDigest", JSSOAPStreamFilter);
         es.addAccessor(object, "wireDump", JSSOAPGetWireDump, JSSOAPSetWireDump);
+        // Not a method of the object's own table: the proxies of document-style operations call
+        // it, so every context has it.
+        es.addMethod(object, "stripNS", JSSOAPStripNS);
     } catch (const CES::Val&) {
         // A context that cannot take the object goes without it.
     } catch (const HostError&) {
