@@ -79,10 +79,11 @@ CQsText strippedKey(const CQsText& key, const CQsText& nameSpace) {
     return local;
 }
 
+// An object made by script, or a map of a reply ("Aggregate"), that holds no stream.
 bool isPlainObject(ESObject object) {
     void* stream = nullptr;
     const char* name = gESHFT->className(object);
-    return name && std::strcmp(name, "Object") == 0 &&
+    return name && (std::strcmp(name, "Object") == 0 || std::strcmp(name, "Aggregate") == 0) &&
            !gESHFT->getPrivate(object, "QsStm", &stream);
 }
 
