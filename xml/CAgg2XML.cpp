@@ -148,7 +148,8 @@ void appendRaw(std::string& out, const _EStrRec* text, long from = 0) {
 }
 
 // What an ASCII character becomes in escaped text: null for itself, "" for nothing (control
-// characters other than tab, line feed and carriage return), or its entity.
+// characters other than tab, line feed and carriage return), or its entity. The apostrophe is
+// not escaped; that is intended.
 struct EscapeTable {
     const char* replacement[128];
     EscapeTable() {
@@ -239,8 +240,9 @@ CAgg2XML::CAgg2XML(CAgg& document, bool withDeclaration)
     : m_document(document), m_withDeclaration(withDeclaration),
       m_nsPart(CEStr::adopt(EStrNew(nullptr, kEStrPDFDoc))),
       m_empty(CEStr::adopt(EStrNew(nullptr, kEStrPDFDoc))), m_defaultPrefix("m", kEStrPDFDoc) {
-    m_keys = {kXMLKeyType,     kXMLKeyName,   kXMLKeyNameSpace, kXMLKeyAttr,
-              kXMLKeyChildren, kXMLKeyNSDict, kXMLKeyText,      kXMLKeyEncoded};
+    m_keys = {kXMLKeyType,     kXMLKeyName,   kXMLKeyNameSpace,  kXMLKeyAttr,
+              kXMLKeyChildren, kXMLKeyNSDict, kXMLKeyText,       kXMLKeyEncoded,
+              kXMLTypeElement, kXMLTypeText,  kXMLTypeProcessing};
     m_nodes.push_back(&m_document);
     m_states.emplace_back();
 }
@@ -249,8 +251,9 @@ CAgg2XML::CAgg2XML(CAgg&& document, bool withDeclaration)
     : m_document(std::move(document)), m_withDeclaration(withDeclaration),
       m_nsPart(CEStr::adopt(EStrNew(nullptr, kEStrPDFDoc))),
       m_empty(CEStr::adopt(EStrNew(nullptr, kEStrPDFDoc))), m_defaultPrefix("m", kEStrPDFDoc) {
-    m_keys = {kXMLKeyType,     kXMLKeyName,   kXMLKeyNameSpace, kXMLKeyAttr,
-              kXMLKeyChildren, kXMLKeyNSDict, kXMLKeyText,      kXMLKeyEncoded};
+    m_keys = {kXMLKeyType,     kXMLKeyName,   kXMLKeyNameSpace,  kXMLKeyAttr,
+              kXMLKeyChildren, kXMLKeyNSDict, kXMLKeyText,       kXMLKeyEncoded,
+              kXMLTypeElement, kXMLTypeText,  kXMLTypeProcessing};
     m_nodes.push_back(&m_document);
     m_states.emplace_back();
 }
@@ -290,7 +293,8 @@ long CAgg2XML::readProc(char* buffer, long count) {
     }
     if (m_offset > 0) {
         long copied = std::min(size - m_offset, count);
-        std::memcpy(buffer, m_buffer.data() + m_offset, static_cast<size_t>(copied));
+        if (copied > 0)
+            std::memcpy(buffer, m_buffer.data() + m_offset, static_cast<size_t>(copied));
         m_offset += copied;
         if (m_offset >= size) {
             m_buffer.clear();
@@ -332,11 +336,11 @@ bool CAgg2XML::serializeNodes() {
             state.list = &children->toVector();
     }
     bool finished = true;
-    if (state.type == kXMLTypeProcessing)
+    if (state.type == m_keys.processing)
         serializePI(); // its result is not looked at: the node is finished
-    else if (state.type == kXMLTypeElement)
+    else if (state.type == m_keys.element)
         finished = serializeElement();
-    else if (state.type == kXMLTypeText)
+    else if (state.type == m_keys.textType)
         finished = serializeValue();
     if (finished) {
         m_nodes.pop_back();
@@ -657,9 +661,13 @@ void CAgg2XML::write(const _EStrRec* text, bool escape) {
         appendRaw(m_buffer, text);
         return;
     }
-    if (!isUCS(text) && appendEscapedASCII(m_buffer, EStrGetBytes(text), EStrGetLen(text)))
+    if (isUCS(text)) {
+        appendEscapedUnits(m_buffer, text);
         return;
-    CEStr wide = CEStr::adopt(isUCS(text) ? EStrCopy(text) : EStrCopySetEncoding(text, kEStrUCS));
+    }
+    if (appendEscapedASCII(m_buffer, EStrGetBytes(text), EStrGetLen(text)))
+        return;
+    CEStr wide = CEStr::adopt(EStrCopySetEncoding(text, kEStrUCS));
     if (isUCS(wide)) {
         appendEscapedUnits(m_buffer, wide);
         return;

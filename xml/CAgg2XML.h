@@ -95,9 +95,10 @@ private:
     void write(const char* text, bool escape);
     void writeStreamBlock(const char* bytes, long count, bool escape);
 
-    /// The atoms of the record keys, looked up once.
+    /// The atoms of the record keys and types, looked up once.
     struct Keys {
         QsAtom type, name, nameSpace, attr, children, nsDict, text, encoded;
+        QsAtom element, textType, processing;
     };
 
     std::string m_buffer;

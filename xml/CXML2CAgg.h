@@ -33,7 +33,12 @@ public:
 
     /// Deepest nesting of elements accepted. A tree is copied and compared by recursion, so a
     /// deeper one could run the stack out where it is used.
-    static constexpr long kMaxDepth = 2000;
+    static constexpr long kMaxDepth = 1000;
+
+    /// Whether the document named an encoding that could not be processed.
+    bool hasUnknownEncoding() const { return m_unknownEncoding != 0; }
+    /// The message a handler set (that of an unknown encoding), or null.
+    const CEStr& ownErrorString() const { return m_errorString; }
 
 protected:
     void startElementHandler(const XML_Char* name, const XML_Char** atts) override;

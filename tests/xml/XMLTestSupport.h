@@ -92,11 +92,8 @@ inline void dumpNode(CAgg& node, int depth, std::string& out) {
     CXMLElement element(node);
     if (element.isText()) {
         out += indent + "text " + shownValue(node[kXMLKeyText]) + "\n";
-        for (QsAtom key : {kXMLKeyName.get(), kXMLKeyAttr.get(), kXMLKeyChildren.get(),
-                           kXMLKeyNSDict.get(), kXMLKeyEncoded.get(), kXMLKeyNameSpace.get()}) {
-            if (node.has(key))
-                out += indent + "  unexpected " + std::string(QsAtomGetString(key)) + "\n";
-        }
+        if (node.toQsAtomMap().size() != 2)
+            out += indent + "  unexpected keys\n";
         return;
     }
     if (!element.isElement()) {
