@@ -267,17 +267,17 @@ ESObject QsStmToESObject(ESContext context, QsStm stream, bool closeWithObject) 
     IScriptEngine& es = engine();
     Context scope(context);
     ESObject object = detail::guarded([&] { return es.newObject(context, "Object"); });
-    if (!object)
+    if (!object || !es.addMethod(object, "read", streamRead) ||
+        !es.addMethod(object, "write", streamWrite))
         detail::throwPending(scope);
+    // Nothing fails from here on: once the object holds the stream, its finaliser closes it.
+    es.setFinalizer(object, streamFinalizer);
     if (stream) {
         StreamEntry& entry = streamTable()[stream];
         ++entry.objects;
         entry.owned = entry.owned || closeWithObject;
         es.setPrivate(object, "QsStm", stream);
     }
-    es.setFinalizer(object, streamFinalizer);
-    if (!es.addMethod(object, "read", streamRead) || !es.addMethod(object, "write", streamWrite))
-        detail::throwPending(scope);
     return object;
 }
 

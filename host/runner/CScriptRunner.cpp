@@ -5,6 +5,7 @@
 #include "host/script/CSpiderMonkeyEngine.h"
 #include "host/script/SMText.h"
 
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <iterator>
@@ -232,9 +233,11 @@ bool CScriptRunner::isComplete(const std::string& source) {
 
 int RunScriptFile(CSpiderMonkeyEngine& engine, CMainLoop& loop, const std::string& path,
                   int timeoutSeconds, std::ostream& out, std::ostream& errors) {
+    std::error_code error;
     std::ifstream file(path, std::ios::binary);
     std::string source((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-    if (!file.good() && !file.eof()) {
+    if (!std::filesystem::is_regular_file(path, error) || file.bad() ||
+        (!file.good() && !file.eof())) {
         errors << "vellum-host: cannot read " << path << std::endl;
         return CScriptRunner::kRunCannotStart;
     }

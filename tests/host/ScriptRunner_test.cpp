@@ -11,7 +11,9 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <sstream>
+#include <vector>
 
 namespace {
 
@@ -55,12 +57,14 @@ protected:
         }
         engine.freeVal(result);
         engine.freeVal(later->function);
-        delete later;
     }
 
     static bool later(ESContext context, ESObject, ESArgs args, ESVal) {
         CSpiderMonkeyEngine& engine = sm_current->engine;
-        auto* entry = new Later{sm_current, engine.newVal(context)};
+        // The fixture keeps each call, fired or not, until the test ends.
+        sm_current->calls.push_back(
+            std::make_unique<Later>(Later{sm_current, engine.newVal(context)}));
+        Later* entry = sm_current->calls.back().get();
         ESVal ticks = engine.newVal(context);
         engine.getArg(args, 0, entry->function);
         engine.getArg(args, 1, ticks);
@@ -100,6 +104,8 @@ protected:
     }
 
     static ScriptRunner* sm_current;
+
+    std::vector<std::unique_ptr<Later>> calls;
 
     CMainLoop loop;
     CHostCore core;

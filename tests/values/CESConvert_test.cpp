@@ -78,6 +78,22 @@ TEST_F(CESConvert, NestingPastTheDepthBoundIsCutNotFollowed) {
     EXPECT_LT(depth, 1000);
 }
 
+TEST_F(CESConvert, CAggNestedPastTheDepthBoundGoesOutCut) {
+    CAgg root;
+    CAgg* level = &root;
+    for (int i = 0; i < 5000; ++i)
+        level = &(*level)[0L];
+    *level = CAgg("bottom");
+    Val value(context);
+    CAggToESVal(value.slot(), root);
+    setGlobal("x", value);
+    int depth =
+        std::stoi(textOf("var d = 0; while (Array.isArray(x)) { x = x[0]; ++d; } String(d)"));
+    EXPECT_GT(depth, 100);
+    EXPECT_LT(depth, 1000);
+    EXPECT_EQ(textOf("typeof x"), "undefined");
+}
+
 TEST_F(CESConvert, ObjectsThatThrowWhileReadFailWithTheScriptsError) {
     EXPECT_EQ(failureOf(script("../host/throwing-getter.js")), "RangeError: second is broken");
     EXPECT_EQ(failureOf(script("../host/throwing-proxy.js")), "TypeError: no reading read");
