@@ -142,8 +142,12 @@ CAgg commandFrom(Arguments& a, bool withResponseStyle) {
     }
     command[kSOAPCmdVersion] = CAgg(version);
 
-    if (objectArgument(a, kAuthenticate))
-        ESValToCAgg(command[kSOAPCmdAuthenticate], a[kAuthenticate].slot(), 0);
+    if (objectArgument(a, kAuthenticate)) {
+        // A map with text keys, as the credential callbacks read it.
+        CAgg& authenticate = command[kSOAPCmdAuthenticate];
+        ESValToCAgg(authenticate, a[kAuthenticate].slot(), 0);
+        authenticate.toMap();
+    }
     if (withResponseStyle && a.has(kResponseStyle)) {
         // Any other style is the default one: plain values.
         std::string style = a[kResponseStyle].text().getString();

@@ -67,9 +67,12 @@ int32_t CSOAPRequest(const char* url, QsCab cabinet) {
         SOAPRequestCore(command);
         CAgg& response = command[kSOAPCmdResponse];
         replied = SOAPFailureType(response) == nullptr;
-        if (!replied) {
+        if (!replied)
             command["error"] = std::move(response);
-            command.remove(kSOAPCmdResponse);
+        // What holds nothing (no reply, no header) is left out of the cabinet.
+        for (const char* key : {kSOAPCmdResponse, kSOAPCmdHeader}) {
+            if (command[key].getType() == CAgg::eVoid)
+                command.remove(key);
         }
         ICabinets* cabinets = HostCabinets();
         if (!cabinets)
