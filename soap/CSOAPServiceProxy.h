@@ -2,7 +2,8 @@
 // per operation; each operation becomes a script function, written by filling a template with
 // its names and run through the script engine, and the function is set on the proxy (an object
 // of the class "SOAPService") under the operation's name. All the SOAP work of a call then
-// happens in SOAP.request.
+// happens in SOAP.request. The templates name no SOAP version, so a proxy speaks SOAP 1.1 also
+// to a service whose WSDL binding is SOAP 1.2.
 #pragma once
 
 #include "frame/host/IScriptEngine.h"

@@ -29,6 +29,11 @@ attempt("missing", function() {
                          oRequest: {"urn:interop:echoString": {inputString: "x"}}});
 });
 
+// The proxy of a SOAP 1.2 binding still speaks SOAP 1.1: its template names no version.
+attempt("proxy of the 1.2 binding", function() {
+    return SOAP.connect(interopServer + "/rpc-encoded-soap12.wsdl").echoInteger(1102);
+});
+
 function call12(name, parameters) {
     var request = {};
     request["urn:interop:" + name] = parameters;
