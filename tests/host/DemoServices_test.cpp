@@ -1,10 +1,6 @@
 // The demo's HTTP server and sample services, asked over real loopback connections.
-#include "host/core/CHostCore.h"
 #include "host/demo/CDemoHTTPServer.h"
 #include "host/demo/DemoServices.h"
-#include "host/wsdl/CWsdlReader.h"
-#include "tests/fakehost/FakeCabinets.h"
-#include "tests/fakehost/FakeFileSystem.h"
 
 #include <arpa/inet.h>
 #include <curl/curl.h>
@@ -167,49 +163,6 @@ TEST_F(DemoServices, AnswerCallsInTheVersionTheyCameIn) {
             for (const std::string& part : c.holds)
                 EXPECT_NE(reply.body.find(part), std::string::npos) << label << "\n" << reply.body;
         }
-    }
-}
-
-TEST_F(DemoServices, WsdlDocumentsDescribeTheServicesTheServerRuns) {
-    CHostCore core;
-    FakeFileSystem files;
-    FakeCabinets cabinets{core, files};
-    CWsdlReader reader(cabinets);
-    const struct {
-        const char* path;
-        std::vector<std::string> operations; // name, style, address
-    } cases[] = {
-        {"/echo.wsdl", {"echoString 2 /echo", "addNumbers 2 /echo", "serverInfo 2 /echo"}},
-        {"/literal.wsdl", {"greet 1 /literal"}},
-    };
-    for (const auto& c : cases) {
-        Reply reply = ask(server.base() + c.path, nullptr);
-        struct Stream final : _t_QsStm {
-            std::string bytes;
-            long read(char* buffer, long count) override {
-                long n = std::min(count, static_cast<long>(bytes.size()));
-                bytes.copy(buffer, static_cast<size_t>(n));
-                bytes.erase(0, static_cast<size_t>(n));
-                return n;
-            }
-        } stream;
-        stream.bytes = reply.body;
-        struct Seen {
-            std::string base;
-            std::vector<std::string> operations;
-        } seen{server.base(), {}};
-        reader.readWsdl(
-            &stream,
-            [](const WsdlOperationRec& op, void* context) {
-                auto& seen = *static_cast<Seen*>(context);
-                std::string name(op.methodName.units.begin(), op.methodName.units.end());
-                std::string url(op.url.units.begin(), op.url.units.end());
-                if (url.rfind(seen.base, 0) == 0)
-                    url.erase(0, seen.base.size());
-                seen.operations.push_back(name + " " + std::to_string(op.style) + " " + url);
-            },
-            &seen);
-        EXPECT_EQ(seen.operations, c.operations) << c.path;
     }
 }
 
