@@ -96,7 +96,7 @@ CES::Val stripped(const CES::Val& value, const CQsText& nameSpace, int depth) {
         CES::Val copy = CES::newArray(context);
         long length = value.len();
         for (long i = 0; i < length; ++i)
-            copy[i] = stripped(value[i], nameSpace, depth + 1);
+            copy[i] = stripped(value[i].get(), nameSpace, depth + 1);
         return copy;
     }
     if (!isPlainObject(object))
