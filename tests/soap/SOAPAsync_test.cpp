@@ -95,10 +95,15 @@ TEST_F(SOAPAsyncTest, AMultipartReplyIsReadWholeWithItsAttachmentsBound) {
 
 TEST_F(SOAPAsyncTest, AttachmentsGoOutWhenTheNetworkPullsTheBodyAfterTheCall) {
     queue("/upload", 200, "echo-string-reply.xml", 2048);
-    run("SOAP.request({cURL: '" + kService +
-        "/upload', oAsync: handler('upload'), oRequest: "
-        "{'urn:photos:upload': {photo: {soapAttachment: true, soapValue: SOAP.streamDecode("
-        "SOAP.streamFromString('0001ff0d0a2d2d'), 'hex')}, title: 'sunset'}}})");
+    run("var upload = {'urn:photos:upload': {photo: {soapAttachment: true, soapValue: "
+        "SOAP.streamDecode(SOAP.streamFromString('0001ff0d0a2d2d'), 'hex')}, title: 'sunset'}};"
+        "SOAP.request({cURL: '" +
+        kService +
+        "/upload', oAsync: handler('upload'), "
+        "oRequest: upload}); upload['urn:photos:upload'].photo = null; upload = null;");
+    // The script keeps nothing of its request: the call keeps the stream objects alive.
+    host.scriptEngine().dropLooseRoots();
+    host.scriptEngine().collectGarbage();
     settle();
     EXPECT_EQ(lastBody(), soapTestData("multipart-attachment-request-from-script.txt"));
     EXPECT_EQ(run("heard.length"), "1");
