@@ -209,6 +209,16 @@ void collectStreamObjects(const Val& value, std::vector<Val>& out, std::set<ESOb
         collectStreamObjects(item.value(), out, seen, depth + 1);
 }
 
+/// The stream objects of a call's request and header. Their streams are read while the call
+/// runs (a dialog's script may run meanwhile) or after it has returned: they are held till then.
+std::vector<Val> streamObjectsOf(Arguments& a) {
+    std::vector<Val> objects;
+    std::set<ESObject> seen;
+    collectStreamObjects(a[kRequest], objects, seen, 0);
+    collectStreamObjects(a[kReqHeader], objects, seen, 0);
+    return objects;
+}
+
 bool isDead(ESObject self) {
     void* dead = nullptr;
     return self && gESHFT->getPrivate(self, "Dead", &dead) && dead;
@@ -225,12 +235,7 @@ bool JSSOAPRequest(ESContext context, ESObject self, ESArgs args, ESVal result) 
         bool async = objectArgument(a, kAsync);
         bool respHeader = objectArgument(a, kRespHeader);
         CAgg command = commandFrom(a, true);
-        // The streams of the request are read while the call runs (and a dialog's script may
-        // run meanwhile), or after it has returned: their objects are held till then.
-        std::vector<Val> keepAlive;
-        std::set<ESObject> seen;
-        collectStreamObjects(a[kRequest], keepAlive, seen, 0);
-        collectStreamObjects(a[kReqHeader], keepAlive, seen, 0);
+        std::vector<Val> keepAlive = streamObjectsOf(a);
         if (async) {
             auto* request =
                 new CJSSOAPRequestAsync(std::move(command), a[kAsync], std::move(keepAlive));
@@ -259,6 +264,7 @@ bool JSSOAPResponse(ESContext context, ESObject self, ESArgs args, ESVal) {
             return false;
         CAgg command = commandFrom(a, false);
         command[kSOAPCmdMessage] = flagValue(true);
+        std::vector<Val> keepAlive = streamObjectsOf(a);
         SOAPRequestCore(command);
         CAgg& response = command[kSOAPCmdResponse];
         if (const char* type = SOAPFailureType(response))
