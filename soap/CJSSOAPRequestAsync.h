@@ -11,8 +11,8 @@
 class CJSSOAPRequestAsync final : public CSOAPRequestAsync {
 public:
     /// A request of the command for oAsync. It keeps oAsync alive until it has been told, and
-    /// so the values in keepAlive: the script objects the request was made of, whose streams it
-    /// may read after the calling script has let them go.
+    /// so the values in keepAlive: the stream objects of the request, whose streams it reads
+    /// after the calling script may have let them go.
     CJSSOAPRequestAsync(CAgg command, const CES::Val& oAsync, std::vector<CES::Val> keepAlive);
 
     /// Calls oAsync.response(response, url) with the header as a third argument when there is

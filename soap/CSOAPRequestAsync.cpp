@@ -77,6 +77,7 @@ void CSOAPRequestAsync::complete(bool readReply) {
         header = std::move(m_command[kSOAPCmdHeader]);
     }
     CAgg extra;
+    // The URL is null at every call: the receiver knows which call it made.
     try {
         notify(nullptr, response, header, extra);
     } catch (...) {

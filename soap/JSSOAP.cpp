@@ -9,6 +9,7 @@
 #include "values/CES.h"
 #include "values/miUrl.h"
 
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -189,6 +190,35 @@ Val scriptText(const _EStrRec* text, const Context& context) {
     CES::raiseException(error);
 }
 
+/// How deep the search for stream objects goes: as deep as a request is written.
+constexpr int kMaxStreamSearchDepth = 1000;
+
+/// Adds each stream object in the value (objects holding a stream of their own) to out. The
+/// request reads their streams after an asynchronous call has returned, and only the objects
+/// keep those streams open.
+void collectStreamObjects(const Val& value, std::vector<Val>& out, std::set<ESObject>& seen,
+                          int depth) {
+    ESObject object = value.object();
+    if (!object || depth > kMaxStreamSearchDepth || !seen.insert(object).second)
+        return;
+    if (!ESObjectStreamShouldClose(object)) {
+        out.push_back(value);
+        return;
+    }
+    for (auto item = value.begin(); item != value.end(); ++item)
+        collectStreamObjects(item.value(), out, seen, depth + 1);
+}
+
+/// The stream objects of a call's request and header. Their streams are read while the call
+/// runs (a dialog's script may run meanwhile) or after it has returned: they are held till then.
+std::vector<Val> streamObjectsOf(Arguments& a) {
+    std::vector<Val> objects;
+    std::set<ESObject> seen;
+    collectStreamObjects(a[kRequest], objects, seen, 0);
+    collectStreamObjects(a[kReqHeader], objects, seen, 0);
+    return objects;
+}
+
 bool isDead(ESObject self) {
     void* dead = nullptr;
     return self && gESHFT->getPrivate(self, "Dead", &dead) && dead;
@@ -205,9 +235,8 @@ bool JSSOAPRequest(ESContext context, ESObject self, ESArgs args, ESVal result) 
         bool async = objectArgument(a, kAsync);
         bool respHeader = objectArgument(a, kRespHeader);
         CAgg command = commandFrom(a, true);
+        std::vector<Val> keepAlive = streamObjectsOf(a);
         if (async) {
-            // The request may read streams of its script values after this call has returned.
-            std::vector<Val> keepAlive = {a[kRequest], a[kReqHeader]};
             auto* request =
                 new CJSSOAPRequestAsync(std::move(command), a[kAsync], std::move(keepAlive));
             request->startRequest();
@@ -235,6 +264,7 @@ bool JSSOAPResponse(ESContext context, ESObject self, ESArgs args, ESVal) {
             return false;
         CAgg command = commandFrom(a, false);
         command[kSOAPCmdMessage] = flagValue(true);
+        std::vector<Val> keepAlive = streamObjectsOf(a);
         SOAPRequestCore(command);
         CAgg& response = command[kSOAPCmdResponse];
         if (const char* type = SOAPFailureType(response))

@@ -163,6 +163,7 @@ void SOAPReadResponse(CAgg& command, CHTTPRequest& http, CXML2CAgg& parser) {
                        SOAPMessageText(IDS_SOAP_PARSE_PROBLEM));
         return;
     }
+    // A SOAP 1.2 fault has no faultstring that the reader knows: it passes for an empty reply.
     if (reader->hasFault()) {
         SOAPSetFailure(command, kSOAPErrorName, CAgg(reader->getFaultCode().get()),
                        reader->getFaultString());

@@ -80,15 +80,33 @@ TEST_F(SOAPAsyncTest, AHandlerThatThrowsStillEndsItsRequest) {
 TEST_F(SOAPAsyncTest, AMultipartReplyIsReadWholeWithItsAttachmentsBound) {
     FakeReply answer =
         FakeReply::withBody(200, soapTestData("multipart-reply-with-attachment.txt"), 64);
-    answer.headers.emplace_back("Content-Type", "multipart/related; type=\"text/xml\"; "
-                                                "start=\"<root@example.org>\"; boundary=MIME_boundary");
+    answer.headers.emplace_back("Content-Type",
+                                "multipart/related; type=\"text/xml\"; "
+                                "start=\"<root@example.org>\"; boundary=MIME_boundary");
     host.network().addReply(kService + "/photo", answer);
-    run("SOAP.request({cURL: '" + kService + "/photo', oRequest: {}, oAsync: {response: "
+    run("SOAP.request({cURL: '" + kService +
+        "/photo', oRequest: {}, oAsync: {response: "
         "function(r) { heard.push(SOAP.stringFromStream(SOAP.streamEncode("
         "r['urn:photos:getPhotoResponse'].photo, 'hex'))); }}})");
     settle();
     EXPECT_EQ(heard(), "000102FF62696E6172790D0A6C696E650D0A2D2D4D494D455F626F756E646172206E6F74"
                        "2071756974650D0A");
+}
+
+TEST_F(SOAPAsyncTest, AttachmentsGoOutWhenTheNetworkPullsTheBodyAfterTheCall) {
+    queue("/upload", 200, "echo-string-reply.xml", 2048);
+    run("var upload = {'urn:photos:upload': {photo: {soapAttachment: true, soapValue: "
+        "SOAP.streamDecode(SOAP.streamFromString('0001ff0d0a2d2d'), 'hex')}, title: 'sunset'}};"
+        "SOAP.request({cURL: '" +
+        kService +
+        "/upload', oAsync: handler('upload'), "
+        "oRequest: upload}); upload['urn:photos:upload'].photo = null; upload = null;");
+    // The script keeps nothing of its request: the call keeps the stream objects alive.
+    host.scriptEngine().dropLooseRoots();
+    host.scriptEngine().collectGarbage();
+    settle();
+    EXPECT_EQ(lastBody(), soapTestData("multipart-attachment-request-from-script.txt"));
+    EXPECT_EQ(run("heard.length"), "1");
 }
 
 TEST_F(SOAPAsyncTest, RequestsUnderWayEndUnheardWithTheModule) {
@@ -121,9 +139,9 @@ TEST_F(SOAPAsyncTest, AnotherPlugInsCallIsToldThroughItsProcedure) {
     CAgg command = map({{"request", map({{"urn:x:echo", map({})}})}});
     host.cabinets().merge(cabinet, CAgg2QsCab(command));
     ProcOutcome outcome;
-    EXPECT_EQ(CSOAPAsyncRequest((kService + "/proc").c_str(), cabinet, ProcOutcome::receive,
-                                &outcome),
-              1);
+    EXPECT_EQ(
+        CSOAPAsyncRequest((kService + "/proc").c_str(), cabinet, ProcOutcome::receive, &outcome),
+        1);
     QsCabDestroy(cabinet);
     EXPECT_EQ(outcome.calls, 0);
     settle();

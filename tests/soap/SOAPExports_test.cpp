@@ -23,7 +23,8 @@ TEST_F(SOAPExportsTest, ACabinetCallGetsTheReplyOrTheFailureBack) {
          "\"request\":{\"urn:x:echo\":{\"a\":\"b\"}},\"response\":{\"http://soapinterop.org/:"
          "echoStringResponse\":{\"return\":\"hi\"}}}"},
         {"/missing", 404, "html-error-page.html", 0,
-         "{\"URL\":\"http://services.example/soap/missing\",\"error\":{\"error\":404,\"text\":\"The "
+         "{\"URL\":\"http://services.example/soap/"
+         "missing\",\"error\":{\"error\":404,\"text\":\"The "
          "network service URL that you are trying to reach does not exist.\",\"type\":"
          "\"NetworkError\"},\"request\":{\"urn:x:echo\":{\"a\":\"b\"}}}"},
     };

@@ -107,10 +107,11 @@ TEST_F(SOAPLoopbackTest, AUsersScriptRunByTheHostSendsExactlyTheRequestsItMeans)
     std::vector<std::string> echoes = bodiesFor("/echo");
     ASSERT_EQ(echoes.size(), 2u);
     EXPECT_EQ(echoes[0], soapTestData("encoded-echo-string.xml"));
-    EXPECT_EQ(bodiesFor("/greet"), std::vector<std::string>{soapTestData("literal-echo-string.xml")});
+    EXPECT_EQ(bodiesFor("/greet"),
+              std::vector<std::string>{soapTestData("literal-echo-string.xml")});
     for (const LoopbackRequest& request : server.requests()) {
-        EXPECT_EQ(request.header("SOAPAction"), request.target == "/echo" && request.body ==
-                  echoes[0] ? "\"urn:echo\"" : "\"\"");
+        EXPECT_EQ(request.header("SOAPAction"),
+                  request.target == "/echo" && request.body == echoes[0] ? "\"urn:echo\"" : "\"\"");
         EXPECT_EQ(request.header("Content-Type"), "text/xml; charset=UTF-8");
     }
     fs::remove_all(scratch);
