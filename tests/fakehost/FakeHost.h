@@ -2,8 +2,8 @@
 //
 // A test makes one FakeHost; while it lives the g...HFT globals of the support, view, extra,
 // BaseKit, user-interface, network and WSDL-reader tables point at its tables, as they would
-// after the life cycle's import steps. Its tables can be reached and steered through accessors, and offered to
-// a handshake by registerTables. Its end forgets every table reference.
+// after the life cycle's import steps. Its tables can be reached and steered through accessors,
+// and offered to a handshake by registerTables. Its end forgets every table reference.
 #pragma once
 
 #include "frame/host/IQsExtra.h"
