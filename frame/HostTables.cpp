@@ -24,7 +24,7 @@ uint32_t gBaseKitVersion = 0;
 IEncodings* gVellScriptInterfaceHFT = nullptr;
 IUserInterface* gVellViewUserInterfaceHFT = nullptr;
 HFT gLinkWeaverHFT = nullptr;
-HFT gFormFlowHFT = nullptr;
+IWsdlReader* gFormFlowHFT = nullptr;
 HFT gVellCrawlerHFT = nullptr;
 IScriptEngine* gESHFT = nullptr;
 

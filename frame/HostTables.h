@@ -16,6 +16,7 @@
 #include "frame/host/IUserInterface.h"
 #include "frame/host/IVellSupport.h"
 #include "frame/host/IVellView.h"
+#include "frame/host/IWsdlReader.h"
 
 #include <cstdint>
 
@@ -44,7 +45,8 @@ extern uint32_t gBaseKitVersion;
 extern IEncodings* gVellScriptInterfaceHFT;
 extern IUserInterface* gVellViewUserInterfaceHFT;
 extern HFT gLinkWeaverHFT;
-extern HFT gFormFlowHFT;
+/// The WSDL reader; optional, so null on a host without it.
+extern IWsdlReader* gFormFlowHFT;
 extern HFT gVellCrawlerHFT;
 extern IScriptEngine* gESHFT;
 

@@ -249,7 +249,7 @@ bool PluginImportReplaceAndRegister() {
         if (!gVellViewUserInterfaceHFT)
             return;
         gLinkWeaverHFT = askFor("LinkWeaver", 2);
-        gFormFlowHFT = askFor("FormFlow", 2);
+        gFormFlowHFT = dynamic_cast<IWsdlReader*>(askFor("FormFlow", 2));
         gVellCrawlerHFT = askFor("VellCrawler", 0x10000);
         gVellViewUserInterfaceHFT->registerNotification(kVxNotifyAppWillQuit, gExtensionID,
                                                         miPIAppWillQuit, nullptr);

@@ -16,6 +16,8 @@
 #include "scriptui/JSVxViewModule.h"
 #include "soap/AuthCallbacks.h"
 #include "soap/CSoapModule.h"
+#include "soap/JSSOAPConnect.h"
+#include "soap/SOAPExports.h"
 #include "tracker/CVxTasksModule.h"
 #include "tracker/CVxURLCommandModule.h"
 #include "tracker/RSSPanel.h"
@@ -61,11 +63,20 @@ void CppTerm() {
     SOAPTerm();
 }
 
-// The exported tables' entries by index are added with the functions that serve them: "SOAP"
+template <class Fn> QsProc exported(Fn* fn) {
+    return reinterpret_cast<QsProc>(fn);
+}
+
+// The exported tables' entries by index, added with the functions that serve them: "SOAP"
 // 1 CSOAPRequest to 26 SupportsFeedProtocol, "JSPNL" 1 PNLDialogUDExec and 2
-// PNLCreatePrefsPanel. None is here yet; an index without an entry stays unset.
+// PNLCreatePrefsPanel. An index without an entry stays unset.
+const PIExportEntry kSOAPEntries[] = {
+    {1, exported(CSOAPRequest)}, {2, exported(CSOAPAsyncRequest)}, {3, exported(CSOAPConnect)},
+    {4, exported(CSOAPCall)},    {5, exported(CSOAPEncodeString)}, {6, exported(CSOAPDecodeString)},
+};
+
 const PIProduct kProduct = {
-    CppInit, CppTerm, InteractiveAuthCB, TrackerAuthCB, {}, {},
+    CppInit, CppTerm, InteractiveAuthCB, TrackerAuthCB, kSOAPEntries, {},
 };
 
 } // namespace

@@ -42,6 +42,7 @@ CReferenceHost::CReferenceHost(std::istream& in, std::ostream& out,
     m_core.registerTable("VellScriptInterface", 0x70000, &m_encodings);
     // Asked of BaseKit, which finds it here.
     m_core.registerTable("VellViewUserInterface", 0x60000, &m_ui);
+    m_core.registerTable("FormFlow", 2, &m_wsdlReader);
     m_core.registerTable("ESHFT", 256, m_engine.get());
 }
 

@@ -23,6 +23,7 @@
 #include "host/script/CSpiderMonkeyEngine.h"
 #include "host/support/CHostSupport.h"
 #include "host/ui/CConsoleUserInterface.h"
+#include "host/wsdl/CWsdlReader.h"
 
 #include <iosfwd>
 #include <memory>
@@ -71,6 +72,7 @@ private:
     CIconvEncodings m_encodings;
     CBaseKit m_baseKit{m_encodings, m_core};
     CCurlNetwork m_network{m_loop};
+    CWsdlReader m_wsdlReader{m_cabinets};
     std::unique_ptr<CSpiderMonkeyEngine> m_engine;
     std::unique_ptr<CLooseRootsSource> m_looseRoots;
     std::vector<std::unique_ptr<CBareTable>> m_bareTables;

@@ -1,8 +1,9 @@
 // vellum-host: the reference host of the SOAP plug-in.
 //
 //   vellum-host [--plugin PATH] [--pref SECTION.KEY=VALUE]... [--yes | --no]
-//               [--timeout SECONDS] info | run FILE.js | console
+//               [--timeout SECONDS] info | run FILE.js | console | demo [FILE.js]
 #include "host/CReferenceHost.h"
+#include "host/DemoCommand.h"
 #include "host/runner/CScriptRunner.h"
 
 #include <unistd.h>
@@ -31,6 +32,10 @@ constexpr const char* kUsage =
     "  console     the same for script read from standard input, a line at a time (lines\n"
     "              are joined while a bracket, string or comment is open); the value of\n"
     "              each piece is printed, and errors do not end the session\n"
+    "  demo [FILE] serve sample SOAP services on 127.0.0.1 (two WSDL documents, an rpc/encoded\n"
+    "              echo service, a document/literal service and one that always faults) and\n"
+    "              run examples/demo.js (or FILE) against them as run does, with the global\n"
+    "              demoServer holding their address; no other network is needed\n"
     "\n"
     "options:\n"
     "  --plugin PATH              the plug-in to load (default: SOAP.so beside vellum-host)\n"
@@ -131,8 +136,10 @@ int main(int argc, char** argv) {
     if (command.empty())
         return usageError("no command");
     size_t wanted = command == "run" ? 1 : 0;
-    if (command != "info" && command != "run" && command != "console")
+    if (command != "info" && command != "run" && command != "console" && command != "demo")
         return usageError("unknown command " + command);
+    if (command == "demo" && operands.size() <= 1)
+        wanted = operands.size();
     if (operands.size() != wanted)
         return usageError(wanted ? command + " takes one file" : "one command at a time");
 
@@ -143,5 +150,8 @@ int main(int argc, char** argv) {
     }
     if (command == "info")
         return info(host, plugin);
+    if (command == "demo")
+        return RunDemo(host, plugin, operands.empty() ? DefaultDemoScript() : operands[0],
+                       timeoutSeconds, std::cout, std::cerr);
     return scripts(host, plugin, command, operands, timeoutSeconds);
 }

@@ -7,7 +7,8 @@ class CSoapModule final : public CModule {
 public:
     /// Registers the per-context initialiser of the SOAP object.
     bool init() override;
-    /// Deletes the credential store, which writes its cabinet back.
+    /// Ends the asynchronous requests still under way, and deletes the credential store, which
+    /// writes its cabinet back.
     bool term() override;
 };
 

@@ -48,6 +48,7 @@ FakeHost::FakeHost() {
     gBaseKitVersion = 0x70000;
     gVellViewUserInterfaceHFT = &m_ui;
     gNetSpanHFT = &m_network;
+    gFormFlowHFT = &m_wsdlReader;
     // The converter answers the best encoding of a text as this table too, imported on use.
     m_core.registerTable("VellScriptInterface", 0x70000, &m_encodings);
 }
@@ -74,6 +75,7 @@ void FakeHost::registerTables() {
     m_core.registerTable("NetSpan", 0x70000, &m_network);
     m_core.registerTable("BaseKit", 0x70000, &m_baseKit);
     m_core.registerTable("VellViewUserInterface", 0x60000, &m_ui);
+    m_core.registerTable("FormFlow", 2, &m_wsdlReader);
     m_core.registerTable("ESHFT", 256, &scriptEngine());
 }
 

@@ -1,9 +1,9 @@
 // The test host: the host tables of the plug-in, deterministic and in memory.
 //
 // A test makes one FakeHost; while it lives the g...HFT globals of the support, view, extra,
-// BaseKit, user-interface and network tables point at its tables, as they would after the life
-// cycle's import steps. Its tables can be reached and steered through accessors, and offered to
-// a handshake by registerTables. Its end forgets every table reference.
+// BaseKit, user-interface, network and WSDL-reader tables point at its tables, as they would
+// after the life cycle's import steps. Its tables can be reached and steered through accessors,
+// and offered to a handshake by registerTables. Its end forgets every table reference.
 #pragma once
 
 #include "frame/host/IQsExtra.h"
@@ -14,6 +14,7 @@
 #include "host/core/CHostCore.h"
 #include "host/encodings/CIconvEncodings.h"
 #include "host/script/CSpiderMonkeyEngine.h"
+#include "host/wsdl/CWsdlReader.h"
 #include "tests/fakehost/FakeCabinets.h"
 #include "tests/fakehost/FakeDocumentModel.h"
 #include "tests/fakehost/FakeEncodings.h"
@@ -106,6 +107,8 @@ public:
     CIconvEncodings& encodings() { return m_encodings; }
     FakeUserInterface& ui() { return m_ui; }
     FakeNetwork& network() { return m_network; }
+    /// The WSDL reader behind "FormFlow": the host's own, which is deterministic.
+    CWsdlReader& wsdlReader() { return m_wsdlReader; }
 
     /// Offers every table under its name and version in the core's registry, as the reference
     /// host does: for tests that run the handshake themselves.
@@ -132,6 +135,7 @@ private:
     CBaseKit m_baseKit{m_encodings, m_core};
     FakeUserInterface m_ui;
     FakeNetwork m_network{m_view.fakeIdle()};
+    CWsdlReader m_wsdlReader{m_cabinets};
     std::vector<std::unique_ptr<CBareTable>> m_bareTables;
     FakeScriptConsole m_scriptConsole;
     std::unique_ptr<CSpiderMonkeyEngine> m_scriptEngine;

@@ -308,7 +308,7 @@ TEST_F(LifeCycle, ImportStepToleratesTheOptionalTablesAndRegistersForQuit) {
     EXPECT_EQ(gBaseKitVersion, 0x70000u);
     EXPECT_EQ(gVellViewUserInterfaceHFT, &host.ui());
     EXPECT_EQ(gLinkWeaverHFT, nullptr);
-    EXPECT_EQ(gFormFlowHFT, nullptr);
+    EXPECT_EQ(gFormFlowHFT, &host.wsdlReader());
     EXPECT_EQ(gVellCrawlerHFT, nullptr);
     ASSERT_EQ(host.ui().registrations().size(), 1u);
     EXPECT_EQ(host.ui().registrations()[0].kind, kVxNotifyAppWillQuit);

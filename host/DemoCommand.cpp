@@ -1,0 +1,59 @@
+#include "host/DemoCommand.h"
+
+#include "host/CReferenceHost.h"
+#include "host/demo/CDemoHTTPServer.h"
+#include "host/demo/DemoServices.h"
+#include "host/runner/CScriptRunner.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <ostream>
+
+namespace {
+
+// Requests to the services must not go to a proxy that the environment names.
+void bypassProxyForLoopback() {
+    const char* current = std::getenv("no_proxy");
+    std::string list = current && *current ? std::string(current) + ",127.0.0.1" : "127.0.0.1";
+    setenv("no_proxy", list.c_str(), 1);
+    setenv("NO_PROXY", list.c_str(), 1);
+}
+
+} // namespace
+
+std::string DefaultDemoScript() {
+    return std::string(VELL_SOURCE_DIR) + "/examples/demo.js";
+}
+
+int RunDemo(CReferenceHost& host, const std::string& plugin, const std::string& script,
+            int timeoutSeconds, std::ostream& out, std::ostream& errors) {
+    std::ifstream file(script, std::ios::binary);
+    std::string source((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    if (!file.is_open() || file.bad()) {
+        errors << "vellum-host: cannot read the demo script " << script << std::endl;
+        return CScriptRunner::kRunCannotStart;
+    }
+    bypassProxyForLoopback();
+    CDemoHTTPServer server([&server](const DemoHTTPRequest& request) {
+        return serveDemoRequest(request, server.base());
+    });
+    std::string error;
+    if (!server.start(error)) {
+        errors << "vellum-host: " << error << std::endl;
+        return CScriptRunner::kRunCannotStart;
+    }
+    if (!host.start(plugin, error)) {
+        errors << "vellum-host: " << error << std::endl;
+        return CScriptRunner::kRunCannotStart;
+    }
+    int status = CScriptRunner::kRunCannotStart;
+    {
+        CScriptRunner runner(host.engine(), host.loop(), out, errors);
+        if (runner.open() && runner.evaluate("var demoServer = \"" + server.base() + "\";"))
+            status = runner.run(source, timeoutSeconds);
+    }
+    host.stop();
+    server.stop();
+    return status;
+}

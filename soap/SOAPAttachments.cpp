@@ -1,0 +1,97 @@
+#include "soap/SOAPAttachments.h"
+
+#include "frame/QsCore.h"
+#include "soap/CSOAPWriter.h"
+#include "soap/SOAPText.h"
+#include "values/QsStm.h"
+
+namespace {
+
+constexpr const char* kAttachmentKey = "soapAttachment";
+constexpr const char* kValueKey = "soapValue";
+constexpr const char* kHREFKey = "soapHREF";
+
+bool isAttachment(CAgg& value) {
+    if (!SOAPIsMap(value) || !value.has(kAttachmentKey))
+        return false;
+    CAgg flag(value[kAttachmentKey]);
+    return flag.toQsBool() != 0;
+}
+
+/// Erases a key from a map of either kind, leaving the kind as it was.
+void removeKey(CAgg& map, const char* key) {
+    if (map.getType() == CAgg::eQsAtomMap)
+        map.remove(QsAtomFromString(key));
+    else
+        map.remove(key);
+}
+
+// A part's bytes come through a stream of its own, which the writer closes with itself. It holds
+// the stream value taken out of the request, so the stream is closed then if the value owned it,
+// and left to its owner (a script object) if not.
+struct PartSource {
+    CAgg value;
+};
+
+long readPart(char* buffer, long count, void* data) {
+    return QsStmRead(static_cast<PartSource*>(data)->value.toQsStm(), buffer, count);
+}
+
+void closePart(void* data) {
+    delete static_cast<PartSource*>(data);
+}
+
+bool attach(CAgg& map, const CEStr& name, CMultipartWriter& writer, CAgg& attachments) {
+    if (!map.has(kValueKey) || map[kValueKey].getType() != CAgg::eQsStm)
+        return false;
+    auto* source = new PartSource{std::move(map[kValueKey])};
+    QsStm part = QsProcStmRdOpen(readPart, closePart, source);
+    CEStr id = writer.addPart(name, "application/octet-stream", "binary", part);
+    CEStr href("cid:", kEStrPDFDoc);
+    href += id;
+    removeKey(map, kValueKey);
+    removeKey(map, kAttachmentKey);
+    map[kHREFKey] = CAgg(href.get());
+    attachments[id] = CAgg(name.get());
+    return true;
+}
+
+bool scan(CAgg& value, const CEStr& name, CMultipartWriter* writer, CAgg* attachments, long depth,
+          bool& found) {
+    // The writer refuses a request nested this deep; the walk stops there as well.
+    if (depth > CSOAPWriter::kMaxDepth)
+        return true;
+    if (isAttachment(value)) {
+        found = true;
+        return !writer || attach(value, name, *writer, *attachments);
+    }
+    bool ok = true;
+    if (value.getType() == CAgg::eVector) {
+        CEStr none("", kEStrPDFDoc);
+        for (CAgg& item : value.toVector()) {
+            ok = ok && scan(item, none, writer, attachments, depth + 1, found);
+            if (found && !writer)
+                return true;
+        }
+    } else if (SOAPIsMap(value)) {
+        SOAPForEachEntry(value, [&](const CEStr& key, CAgg& item) {
+            if (ok && !(found && !writer))
+                ok = scan(item, key, writer, attachments, depth + 1, found);
+        });
+    }
+    return ok;
+}
+
+} // namespace
+
+bool SOAPHasAttachments(CAgg& value) {
+    bool found = false;
+    scan(value, CEStr("", kEStrPDFDoc), nullptr, nullptr, 0, found);
+    return found;
+}
+
+bool SOAPScanAttachments(CAgg& request, CMultipartWriter& writer, CAgg& attachments) {
+    bool found = false;
+    attachments.toMap();
+    return scan(request, CEStr("", kEStrPDFDoc), &writer, &attachments, 0, found);
+}

@@ -1,0 +1,249 @@
+// SOAP.connect, the proxies it makes, and SOAP.stripNS, against the test host's network and its
+// WSDL reader, with the real script engine. SOAP.request is replaced by a recorder in script, so
+// that what a proxy method asks for can be seen.
+#include "frame/HostError.h"
+#include "frame/HostTables.h"
+#include "soap/CSOAPServiceProxy.h"
+#include "soap/CSoapModule.h"
+#include "tests/fakehost/FakeHost.h"
+#include "tests/soap/HTTPTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace {
+
+class SOAPConnectTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        host.installScriptEngine();
+        ASSERT_TRUE(host.network().initialize());
+        ASSERT_TRUE(module.init());
+        context = gESHFT->newContext("App", nullptr);
+        serve("http://wsdl.test/calculator.wsdl", "connect-calculator-rpc-encoded.wsdl");
+        serve("http://wsdl.test/orders.wsdl", "connect-orders-document-literal.wsdl");
+        serve("http://wsdl.test/quotes.wsdl", "connect-quote-in-soap-action.wsdl");
+        run(soapTestData("connect-request-recorder.js"));
+    }
+    void TearDown() override { module.term(); }
+
+    void serve(const std::string& url, const std::string& file) {
+        host.network().addReply(url, FakeReply::withBody(200, soapTestData(file), 100));
+    }
+
+    /// Runs script in the test's context: its value as text, or "throws" when it threw.
+    std::string run(const std::string& source) {
+        ESVal result = gESHFT->newVal(context);
+        HostFrame frame;
+        frame.run([&] {
+            gESHFT->evaluate(context, nullptr, source.c_str(), static_cast<long>(source.size()),
+                             result);
+        });
+        CQsText text;
+        gESHFT->readQsText(result, text.get());
+        gESHFT->freeVal(result);
+        gESHFT->clearException(context);
+        return frame.code() ? "throws" : text.getString();
+    }
+
+    FakeHost host;
+    CSoapModule module;
+    ESContext context = nullptr;
+};
+
+CSOAPServiceProxy::Operation operation(const char* name, std::vector<const char*> parameters,
+                                       int32_t style, const char* action, const char* order) {
+    CSOAPServiceProxy::Operation op;
+    op.methodName = CEStr(name, kEStrPDFDoc);
+    op.methodNS = CEStr("urn:example:calculator:ops", kEStrPDFDoc);
+    for (const char* parameter : parameters)
+        op.parameters.emplace_back(parameter, kEStrPDFDoc);
+    op.style = style;
+    op.url = CEStr("http://wsdl.test/calculator", kEStrPDFDoc);
+    op.soapAction = CEStr(action, kEStrPDFDoc);
+    op.parameterOrder = CEStr(order, kEStrPDFDoc);
+    return op;
+}
+
+TEST(SOAPServiceProxyText, TheRPCTemplateIsFilledExactly) {
+    const struct {
+        CSOAPServiceProxy::Operation op;
+        const char* expected;
+    } cases[] = {
+        {operation("subtract", {"minuend", "", "subtrahend"}, kWsdlStyleRPCEncoded,
+                   "urn:example:calculator#subtract", "subtrahend minuend"),
+         "proxy-rpc-two-parameters.js"},
+        {operation("ping", {}, kWsdlStyleRPCEncoded, "", ""), "proxy-rpc-no-parameters.js"},
+    };
+    for (const auto& c : cases) {
+        CEStr text = CSOAPServiceProxy::methodText(c.op);
+        QsTextRec units;
+        QsTextFromEStr(text.get(), &units);
+        CQsText readable;
+        readable.set(units.units);
+        EXPECT_EQ(readable.getString(), soapTestData(c.expected)) << c.expected;
+    }
+}
+
+TEST_F(SOAPConnectTest, EachOperationBecomesAMethodThatCallsSOAPRequest) {
+    run("var calc = realSOAP.connect('http://wsdl.test/calculator.wsdl');");
+    EXPECT_EQ(run("typeof calc.subtract + ' ' + typeof calc.ping + ' ' + typeof calc.greet"),
+              "function function function");
+    EXPECT_EQ(run("Object.keys(calc).join()"), "subtract,ping,greet");
+
+    const struct {
+        const char* call;
+        const char* reply;   // what the recorder answers, as script
+        const char* result;  // the call's value as JSON
+        const char* request; // what SOAP.request was given, as JSON
+    } cases[] = {
+        // Arguments go by position under the part names; the order travels as an array.
+        {"calc.subtract(7, 2)",
+         "({'urn:example:calculator:ops:subtractResponse': {difference: 5}})", "5",
+         "{\"cURL\":\"http://wsdl.test/calculator\",\"oRequest\":{\"urn:example:calculator:ops:"
+         "subtract\":{\"minuend\":7,\"subtrahend\":2},\"soapParameterOrder\":[\"subtrahend\","
+         "\"minuend\"]},\"cAction\":\"urn:example:calculator#subtract\"}"},
+        // A reply with two members gives the whole member object.
+        {"calc.ping()", "({r: {a: 1, b: 2}})", "{\"a\":1,\"b\":2}",
+         "{\"cURL\":\"http://wsdl.test/calculator\",\"oRequest\":{\"urn:example:calculator:ops:"
+         "ping\":{},\"soapParameterOrder\":[]},\"cAction\":\"urn:example:calculator#ping\"}"},
+        // Only the first member of the reply counts; an empty reply gives nothing.
+        {"calc.greet('Ada')", "({first: {only: 'one'}, second: {x: 2}})", "\"one\"", nullptr},
+        {"calc.greet('Ada')", "({})", "undefined", nullptr},
+    };
+    for (const auto& c : cases) {
+        run(std::string("requestsSeen = []; replies = [") + c.reply + "];");
+        EXPECT_EQ(run(std::string("String(JSON.stringify(") + c.call + "))"), c.result) << c.call;
+        if (c.request) {
+            EXPECT_EQ(run("requestsSeen[0]"), c.request) << c.call;
+        }
+    }
+}
+
+TEST_F(SOAPConnectTest, EachMethodReadsItsOwnSettings) {
+    run("var calc = realSOAP.connect('http://wsdl.test/calculator.wsdl');"
+        "calc.subtract.asyncHandler = {response: function() {}};"
+        "calc.subtract.requestHeader = {h: 1};"
+        "calc.subtract.responseHeader = {};"
+        "calc.subtract.authenticator = {Username: 'u', Password: 'p'};");
+    run("replies = [null, null]; calc.subtract(1, 2); calc.ping();");
+    EXPECT_EQ(run("var p = JSON.parse(requestsSeen[0]);"
+                  "[typeof p.oAsync, JSON.stringify(p.oReqHeader), JSON.stringify(p.oRespHeader),"
+                  " p.oAuthenticate.Username].join(' ')"),
+              "object {\"h\":1} {} u");
+    EXPECT_EQ(run("var q = JSON.parse(requestsSeen[1]);"
+                  "[q.oAsync, q.oReqHeader, q.oRespHeader, q.oAuthenticate].join()"),
+              ",,,");
+}
+
+TEST_F(SOAPConnectTest, DocumentMethodsSendTheirArgumentLiterallyAndStripTheReply) {
+    run("var orders = realSOAP.connect('http://wsdl.test/orders.wsdl');");
+    const struct {
+        const char* argument;
+        const char* reply;
+        const char* request; // oRequest as JSON
+        const char* result;
+    } cases[] = {
+        {"{item: 'tea', quantity: 2}",
+         "({'urn:example:orders:placeOrderResponse': {'urn:example:orders:id': 'A1'}})",
+         "{\"placeOrder\":{\"item\":\"tea\",\"quantity\":2}}", "\"A1\""},
+        // A string is the element's content as it stands.
+        {"'<item>tea</item>'",
+         "({r: {'urn:example:orders:id': 'A1', 'urn:example:orders:total': {'urn:example:orders:"
+         "amount': 3, 'urn:other:unit': 'EUR'}}})",
+         "{\"placeOrder\":{\"soapValue\":\"<item>tea</item>\"}}",
+         "{\"id\":\"A1\",\"total\":{\"amount\":3,\"urn:other:unit\":\"EUR\"}}"},
+        {"null", "null", "{\"placeOrder\":null}", "undefined"},
+    };
+    for (const auto& c : cases) {
+        run(std::string("requestsSeen = []; replies = [") + c.reply + "];");
+        EXPECT_EQ(run(std::string("String(JSON.stringify(orders.placeOrder(") + c.argument + ")))"),
+                  c.result)
+            << c.argument;
+        EXPECT_EQ(run("var p = JSON.parse(requestsSeen[0]);"
+                      "[p.cURL, p.cAction, p.bEncoded, p.cNamespace].join(' ')"),
+                  "http://wsdl.test/orders urn:example:orders#placeOrder false urn:example:orders")
+            << c.argument;
+        EXPECT_EQ(run("JSON.stringify(JSON.parse(requestsSeen[0]).oRequest)"), c.request)
+            << c.argument;
+    }
+}
+
+TEST_F(SOAPConnectTest, ATextTheEngineRefusesLeavesItsOperationOut) {
+    testing::internal::CaptureStderr();
+    run("var quotes = realSOAP.connect('http://wsdl.test/quotes.wsdl');");
+    std::string debug = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(run("Object.keys(quotes).join()"), "working");
+    EXPECT_NE(debug.find("EXCEPTION: "), std::string::npos) << debug;
+    // The failure stays with connect: the context has no exception left over.
+    EXPECT_EQ(run("typeof quotes.working"), "function");
+}
+
+TEST_F(SOAPConnectTest, DocumentsThatOfferNothingGiveANullOrEmptyProxy) {
+    host.network().addReply("http://wsdl.test/page.html",
+                            FakeReply::withBody(200, "<html><p>Moved.</html>"));
+    host.network().addReply("http://wsdl.test/schema.xml",
+                            FakeReply::withBody(200, soapTestData("literal-echo-string.xml")));
+    host.network().addReply("http://wsdl.test/empty", FakeReply::withBody(200, ""));
+    host.network().addReply("http://wsdl.test/gone", FakeReply::withBody(404, "Not here."));
+    host.network().addReply("http://wsdl.test/refused", FakeReply::failure(kNetErrNoConnection));
+    const struct {
+        const char* script;
+        const char* expected;
+    } cases[] = {
+        {"realSOAP.connect('http://wsdl.test/page.html')", "empty"},
+        {"realSOAP.connect('http://wsdl.test/schema.xml')", "empty"},
+        {"realSOAP.connect('http://wsdl.test/gone')", "empty"},
+        {"realSOAP.connect('http://wsdl.test/empty')", "null"},
+        {"realSOAP.connect('http://wsdl.test/refused')", "null"},
+        {"realSOAP.connect('http://wsdl.test/nobody-serves-this')", "null"},
+        {"realSOAP.connect({cURL: 'http://wsdl.test/calculator.wsdl'})", "3"},
+        // Not an http or https URL, or none at all: the engine's bad-argument error.
+        {"realSOAP.connect('ftp://wsdl.test/calculator.wsdl')", "throws"},
+        {"realSOAP.connect('calculator.wsdl')", "throws"},
+        {"realSOAP.connect()", "throws"},
+    };
+    for (const auto& c : cases) {
+        std::string script = std::string("var proxy = ") + c.script +
+                             "; proxy === null ? 'null' : Object.keys(proxy).length || 'empty'";
+        EXPECT_EQ(run(script), c.expected) << c.script;
+    }
+    EXPECT_EQ(run("try { realSOAP.connect('ftp://x/'); } catch (e) { e.name }"), "ArgumentError");
+}
+
+TEST_F(SOAPConnectTest, WithoutAWsdlReaderTheProxyIsEmpty) {
+    gFormFlowHFT = nullptr;
+    EXPECT_EQ(run("Object.keys(realSOAP.connect('http://wsdl.test/calculator.wsdl')).length"), "0");
+}
+
+TEST_F(SOAPConnectTest, StripNSTakesTheNamespaceOffKeysAtEveryDepth) {
+    const struct {
+        const char* call;
+        const char* expected;
+    } cases[] = {
+        {"realSOAP.stripNS({'urn:a:x': 1, 'urn:b:y': 2}, 'urn:a')", "{\"x\":1,\"urn:b:y\":2}"},
+        {"realSOAP.stripNS({'urn:a:list': [{'urn:a:v': 1}, 'urn:a:text']}, 'urn:a')",
+         "{\"list\":[{\"v\":1},\"urn:a:text\"]}"},
+        {"realSOAP.stripNS({'urn:a:x': {'urn:b:y': 1}, z: 2})", "{\"x\":{\"y\":1},\"z\":2}"},
+        {"realSOAP.stripNS({'urn:a': 1, 'urn:ab:c': 2}, 'urn:a')", "{\"urn:a\":1,\"urn:ab:c\":2}"},
+        {"realSOAP.stripNS('urn:a:text', 'urn:a')", "\"urn:a:text\""},
+        {"realSOAP.stripNS(null, 'urn:a')", "null"},
+        {"realSOAP.stripNS()", "undefined"},
+        {"realSOAP.stripNS({'urn:a:when': new Date(0)}, 'urn:a').when instanceof Date", "true"},
+        {"(function() { var s = realSOAP.streamFromString('abc');"
+         " return realSOAP.stripNS({'urn:a:s': s}, 'urn:a').s === s; })()",
+         "true"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(run(std::string("String(JSON.stringify(") + c.call + "))"), c.expected) << c.call;
+
+    // A value nested past the bound comes back cut off, not as a crash.
+    EXPECT_EQ(run("var deep = {}; for (var i = 0; i < 5000; ++i) deep = {'urn:a:d': deep};"
+                  "var out = realSOAP.stripNS(deep, 'urn:a'), n = 0;"
+                  "while (out.d) { out = out.d; ++n; } n + ' ' + Object.keys(out)[0]"),
+              "256 urn:a:d");
+}
+
+} // namespace
