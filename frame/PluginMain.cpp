@@ -21,6 +21,7 @@
 #include "tracker/CVxTasksModule.h"
 #include "tracker/CVxURLCommandModule.h"
 #include "tracker/RSSPanel.h"
+#include "values/QsCab.h"
 
 // Built at load, and so on the registry before any other module: it runs last.
 JSVxViewModule gJSVxViewModule;
@@ -61,6 +62,8 @@ void CppTerm() {
     JSToolButtonTerm();
     JSPNLTerm();
     SOAPTerm();
+    // The local cabinets still held are saved and released as the plug-in goes.
+    QsCabLocalTerm();
 }
 
 template <class Fn> QsProc exported(Fn* fn) {
