@@ -1,7 +1,12 @@
 // Slabs of small blocks; see values/SmallBlocks.h.
 //
 // Slabs belong to the thread that carved them. A block freed by another thread goes onto its
-// slab's remote list, which the owner takes back when it next needs room.
+// slab's remote list, which the owner takes back when it next needs room. When a thread ends, its
+// slabs that still have blocks out go to the orphanage, and the blocks that come back to them
+// later are counted off there until the slab can go.
+//
+// Under AddressSanitizer the unused bytes of the slabs are poisoned, so that reads past a block
+// and reads of a freed block are reported as they would be from the general allocator.
 #include "values/SmallBlocks.h"
 
 #include "frame/HostError.h"
@@ -10,7 +15,26 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
 #include <new>
+
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define VELL_SMALL_BLOCKS_POISON 1
+#endif
+#endif
+#if defined(__SANITIZE_ADDRESS__)
+#define VELL_SMALL_BLOCKS_POISON 1
+#endif
+
+#ifdef VELL_SMALL_BLOCKS_POISON
+#include <sanitizer/asan_interface.h>
+#define POISON(address, size) ASAN_POISON_MEMORY_REGION(address, size)
+#define UNPOISON(address, size) ASAN_UNPOISON_MEMORY_REGION(address, size)
+#else
+#define POISON(address, size) ((void)(address), (void)(size))
+#define UNPOISON(address, size) ((void)(address), (void)(size))
+#endif
 
 namespace {
 
@@ -27,17 +51,18 @@ struct FreeBlock {
 struct ThreadPool;
 
 struct alignas(64) Slab {
-    ThreadPool* owner;
-    Slab* prev; // in the owner's list of this class that the slab stands in
-    Slab* next;
-    uint32_t sizeClass;
-    uint32_t blockBytes;
-    uint32_t live; // blocks handed out and not yet back
-    bool full;     // stands in the full list rather than the list of slabs with room
-    char* bump;
-    char* end;
-    FreeBlock* free;
-    std::atomic<FreeBlock*> remote;
+    // Written by the owner under gRemoteLock when it ends; read by other threads.
+    std::atomic<ThreadPool*> owner{nullptr};
+    Slab* prev = nullptr; // in the list that the slab stands in
+    Slab* next = nullptr;
+    uint32_t sizeClass = 0;
+    uint32_t blockBytes = 0;
+    uint32_t live = 0; // blocks handed out and not yet back
+    bool full = false; // stands in the full list rather than the list of slabs with room
+    char* bump = nullptr;
+    char* end = nullptr;
+    FreeBlock* free = nullptr;
+    std::atomic<FreeBlock*> remote{nullptr};
 };
 
 size_t blockBytesOf(uint32_t sizeClass) {
@@ -48,9 +73,29 @@ Slab* slabOf(void* block) {
     return reinterpret_cast<Slab*>(reinterpret_cast<uintptr_t>(block) & ~(kSlabBytes - 1));
 }
 
+char* slabStart(Slab* slab) {
+    return reinterpret_cast<char*>(slab) + sizeof(Slab);
+}
+
+// Only when no block is out: the slab starts again from its beginning.
 void resetSlab(Slab* slab) {
     slab->free = nullptr;
-    slab->bump = reinterpret_cast<char*>(slab) + sizeof(Slab);
+    slab->bump = slabStart(slab);
+    POISON(slab->bump, static_cast<size_t>(slab->end - slab->bump));
+}
+
+void destroySlab(Slab* slab) {
+    UNPOISON(slabStart(slab), static_cast<size_t>(slab->end - slabStart(slab)));
+    slab->~Slab();
+    std::free(slab);
+}
+
+// A freed block keeps its link to the next free block in its first bytes; the rest is poisoned.
+void pushFree(FreeBlock*& list, FreeBlock* block, uint32_t blockBytes) {
+    UNPOISON(block, sizeof(FreeBlock));
+    block->next = list;
+    list = block;
+    POISON(reinterpret_cast<char*>(block) + sizeof(FreeBlock), blockBytes - sizeof(FreeBlock));
 }
 
 // Takes back what other threads freed into the slab.
@@ -60,8 +105,7 @@ void reclaimRemote(Slab* slab) {
     FreeBlock* list = slab->remote.exchange(nullptr, std::memory_order_acquire);
     while (list) {
         FreeBlock* next = list->next;
-        list->next = slab->free;
-        slab->free = list;
+        pushFree(slab->free, list, slab->blockBytes);
         --slab->live;
         list = next;
     }
@@ -98,6 +142,12 @@ struct SlabList {
     }
 };
 
+// Guards the passage of a slab from its ending thread to the orphanage, and everything done to
+// orphaned slabs. Frees by other threads take it, so that they never reach an owner that has gone.
+std::mutex gRemoteLock;
+// Slabs whose thread has ended while blocks were out; a slab leaves when its last block is back.
+SlabList gOrphans;
+
 struct ClassList {
     SlabList room;      // slabs with room; the one in use at the head
     SlabList full;      // slabs without room
@@ -110,17 +160,19 @@ struct ThreadPool {
     std::atomic<bool> remotePending{false};
 
     ~ThreadPool() {
-        // Slabs with blocks still out stay (their strings may outlive the thread); blocks that
-        // come back later go to the remote list of a slab that nobody takes back.
+        std::lock_guard<std::mutex> lock(gRemoteLock);
         for (ClassList& list : classes) {
             for (SlabList* slabs : {&list.room, &list.full}) {
                 for (Slab* slab = slabs->head; slab;) {
                     Slab* next = slab->next;
                     reclaimRemote(slab);
-                    if (slab->live == 0)
+                    if (slab->live == 0) {
                         destroySlab(slab);
-                    else
-                        slab->owner = nullptr;
+                    } else {
+                        // Its blocks may outlive the thread (a string handed to another one).
+                        slab->owner.store(nullptr, std::memory_order_relaxed);
+                        gOrphans.pushFront(slab);
+                    }
                     slab = next;
                 }
                 slabs->head = nullptr;
@@ -129,17 +181,12 @@ struct ThreadPool {
         }
     }
 
-    static void destroySlab(Slab* slab) {
-        slab->~Slab();
-        std::free(slab);
-    }
-
     Slab* newSlab(uint32_t sizeClass) {
         void* memory = std::aligned_alloc(kSlabBytes, kSlabBytes);
         if (!memory)
             raiseHostError(kHostErrNoMemory);
         auto* slab = new (memory) Slab();
-        slab->owner = this;
+        slab->owner.store(this, std::memory_order_relaxed);
         slab->sizeClass = sizeClass;
         slab->blockBytes = static_cast<uint32_t>(blockBytesOf(sizeClass));
         slab->end = static_cast<char*>(memory) + kSlabBytes;
@@ -151,6 +198,7 @@ struct ThreadPool {
         void* block;
         if (slab->free) {
             block = slab->free;
+            UNPOISON(block, sizeof(FreeBlock));
             slab->free = slab->free->next;
         } else if (static_cast<size_t>(slab->end - slab->bump) >= slab->blockBytes) {
             block = slab->bump;
@@ -162,7 +210,20 @@ struct ThreadPool {
         return block;
     }
 
-    // Moves the full slabs that other threads have freed into back to the slabs with room.
+    // A slab whose last block has come back: it starts again, stays as a spare or goes.
+    void settleEmpty(ClassList& list, Slab* slab) {
+        resetSlab(slab);
+        if (slab == list.room.head)
+            return;
+        if (list.empty < kSpareSlabs) {
+            ++list.empty;
+            return;
+        }
+        list.room.unlink(slab);
+        destroySlab(slab);
+    }
+
+    // Takes back the blocks other threads have freed into our slabs of one class.
     void takeBackRemote(ClassList& list) {
         for (Slab* slab = list.full.head; slab;) {
             Slab* next = slab->next;
@@ -171,7 +232,17 @@ struct ThreadPool {
                 list.full.unlink(slab);
                 slab->full = false;
                 list.room.pushSecond(slab);
+                if (slab->live == 0)
+                    settleEmpty(list, slab);
             }
+            slab = next;
+        }
+        for (Slab* slab = list.room.head; slab;) {
+            Slab* next = slab->next;
+            bool wasEmpty = slab->live == 0;
+            reclaimRemote(slab);
+            if (slab->live == 0 && !wasEmpty)
+                settleEmpty(list, slab);
             slab = next;
         }
     }
@@ -200,35 +271,43 @@ struct ThreadPool {
     }
 
     void release(Slab* slab, FreeBlock* block) {
-        block->next = slab->free;
-        slab->free = block;
+        pushFree(slab->free, block, slab->blockBytes);
         ClassList& list = classes[slab->sizeClass];
         if (slab->full) {
             list.full.unlink(slab);
             slab->full = false;
             list.room.pushSecond(slab);
         }
-        if (--slab->live > 0)
-            return;
-        // Every block is back: the slab starts again from its beginning.
-        resetSlab(slab);
-        if (slab == list.room.head)
-            return;
-        if (list.empty < kSpareSlabs) {
-            ++list.empty;
-            return;
-        }
-        list.room.unlink(slab);
-        destroySlab(slab);
+        if (--slab->live == 0)
+            settleEmpty(list, slab);
     }
 };
 
 thread_local ThreadPool tPool;
 
-} // namespace
+// A block of a slab that is not ours: back onto its owner's remote list, or counted off an orphan.
+void releaseForeign(Slab* slab, FreeBlock* block) {
+    std::lock_guard<std::mutex> lock(gRemoteLock);
+    ThreadPool* owner = slab->owner.load(std::memory_order_relaxed);
+    if (!owner) {
+        if (--slab->live == 0) {
+            gOrphans.unlink(slab);
+            destroySlab(slab);
+        } else {
+            POISON(block, slab->blockBytes);
+        }
+        return;
+    }
+    FreeBlock* head = slab->remote.load(std::memory_order_relaxed);
+    do {
+        block->next = head;
+    } while (!slab->remote.compare_exchange_weak(head, block, std::memory_order_release,
+                                                 std::memory_order_relaxed));
+    owner->remotePending.store(true, std::memory_order_release);
+}
 
-namespace {
 SmallBlockFreeObserver gFreeObserver = nullptr;
+
 } // namespace
 
 void smallBlockSetFreeObserver(SmallBlockFreeObserver observer) {
@@ -243,7 +322,9 @@ void* smallBlockAllocate(size_t bytes) {
         return block;
     }
     auto sizeClass = static_cast<uint32_t>(bytes == 0 ? 1 : (bytes + kGranule - 1) / kGranule);
-    return tPool.allocate(sizeClass);
+    void* block = tPool.allocate(sizeClass);
+    UNPOISON(block, bytes);
+    return block;
 }
 
 void smallBlockFree(void* block, size_t bytes) {
@@ -257,16 +338,9 @@ void smallBlockFree(void* block, size_t bytes) {
     }
     Slab* slab = slabOf(block);
     auto* entry = static_cast<FreeBlock*>(block);
-    if (slab->owner == &tPool) {
+    UNPOISON(entry, slab->blockBytes);
+    if (slab->owner.load(std::memory_order_relaxed) == &tPool)
         tPool.release(slab, entry);
-        return;
-    }
-    // Another thread's slab (or one whose thread has ended): hand the block back to it.
-    FreeBlock* head = slab->remote.load(std::memory_order_relaxed);
-    do {
-        entry->next = head;
-    } while (!slab->remote.compare_exchange_weak(head, entry, std::memory_order_release,
-                                                 std::memory_order_relaxed));
-    if (ThreadPool* owner = slab->owner)
-        owner->remotePending.store(true, std::memory_order_release);
+    else
+        releaseForeign(slab, entry);
 }

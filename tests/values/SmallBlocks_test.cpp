@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
 #include <cstring>
+#include <mutex>
 #include <random>
 #include <thread>
 #include <vector>
@@ -70,6 +72,49 @@ TEST(SmallBlocks, OtherThreadsMayGiveBlocksBack) {
     }
     for (void* block : again)
         smallBlockFree(block, 64);
+}
+
+TEST(SmallBlocks, ThreadsTradingBlocksKeepTheirContents) {
+    // Each thread makes blocks and hands them to the next one, which checks and frees them while
+    // its own blocks come back to it the same way; some threads end with blocks still out.
+    constexpr int kThreads = 4;
+    constexpr int kRounds = 20000;
+    std::mutex lock;
+    std::vector<Block> inbox[kThreads];
+    std::atomic<int> overwritten{0};
+    auto work = [&](int self) {
+        std::mt19937 random(static_cast<unsigned>(self));
+        for (int round = 0; round < kRounds; ++round) {
+            size_t size = 1 + random() % kSmallBlockMax;
+            auto fill = static_cast<unsigned char>(round + self);
+            auto* bytes = static_cast<unsigned char*>(smallBlockAllocate(size));
+            std::memset(bytes, fill, size);
+            std::vector<Block> mail;
+            {
+                std::lock_guard<std::mutex> guard(lock);
+                inbox[(self + 1) % kThreads].push_back({bytes, size, fill});
+                mail.swap(inbox[self]);
+            }
+            for (const Block& block : mail) {
+                if (!holds(block))
+                    ++overwritten;
+                smallBlockFree(block.bytes, block.size);
+            }
+        }
+    };
+    std::vector<std::thread> threads;
+    for (int self = 0; self < kThreads; ++self)
+        threads.emplace_back(work, self);
+    for (std::thread& thread : threads)
+        thread.join();
+    // What is left belonged to threads that have ended.
+    for (auto& mail : inbox) {
+        for (const Block& block : mail) {
+            EXPECT_TRUE(holds(block));
+            smallBlockFree(block.bytes, block.size);
+        }
+    }
+    EXPECT_EQ(overwritten.load(), 0);
 }
 
 } // namespace
