@@ -210,7 +210,6 @@ public:
     Proxy(const Val& object, Key key);
     Proxy(const Proxy& other) = default;
 
-    operator Val() const { return get(); }
     Val get() const;
     Proxy operator[](const char* name) const { return get()[name]; }
     Proxy operator[](char* name) const { return get()[name]; }
