@@ -26,6 +26,7 @@ void* __libc_malloc(size_t);
 void* __libc_calloc(size_t, size_t);
 void* __libc_realloc(void*, size_t);
 void __libc_free(void*);
+void* __libc_memalign(size_t, size_t);
 }
 
 namespace {
@@ -66,6 +67,13 @@ extern "C" void* realloc(void* old, size_t size) {
     noteFreed(old);
     void* block = __libc_realloc(old, size);
     noteAllocated(block ? block : (size ? old : nullptr));
+    return block;
+}
+
+// The slabs of small blocks come from here.
+extern "C" void* aligned_alloc(size_t alignment, size_t size) {
+    void* block = __libc_memalign(alignment, size);
+    noteAllocated(block);
     return block;
 }
 

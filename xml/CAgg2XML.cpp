@@ -361,6 +361,10 @@ bool CAgg2XML::serializeElement() {
     case kNothingWritten:
         doOpenTag(node, state.entries);
         state.state = kOpenTagWritten;
+        // The records of the children are wanted soon, one after the other: ask for them all
+        // at once, so that their trips to memory overlap.
+        for (long i = 0; i < std::min(count, 16L); ++i)
+            prefetchMap((*state.list)[static_cast<size_t>(i)]);
         break;
     case kOpenTagWritten:
         if (state.children < count) {
