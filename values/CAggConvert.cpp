@@ -142,6 +142,9 @@ void CAgg::convertTo(CAggType t) {
         return;
     if (!inRange(t))
         return;
+    // A fresh entry takes the empty value of its type, as the table gives it, without the walk.
+    if (m_type == eVoid)
+        return makeEmpty(t);
     Mask mask = {};
     mask[t] = true;
     convert(mask);
