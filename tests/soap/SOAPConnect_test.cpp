@@ -171,6 +171,20 @@ TEST_F(SOAPConnectTest, DocumentMethodsSendTheirArgumentLiterallyAndStripTheRepl
     }
 }
 
+TEST_F(SOAPConnectTest, AStreamArgumentIsSentAsAnyOtherObject) {
+    // The document template looks for a stream by valueOf() giving "[object Stream]", which
+    // our stream objects never give: a stream goes as the element's map, not as its content.
+    // That is intended.
+    run("var orders = realSOAP.connect('http://wsdl.test/orders.wsdl');"
+        "requestsSeen = []; replies = [null];"
+        "var stream = realSOAP.streamFromString('<item>tea</item>');"
+        "orders.placeOrder(stream);");
+    EXPECT_EQ(run("String(stream.valueOf() == '[object Stream]')"), "false");
+    EXPECT_EQ(run("var p = JSON.parse(requestsSeen[0]);"
+                  "typeof p.oRequest.placeOrder + ' ' + ('soapValue' in p.oRequest.placeOrder)"),
+              "object false");
+}
+
 TEST_F(SOAPConnectTest, ATextTheEngineRefusesLeavesItsOperationOut) {
     testing::internal::CaptureStderr();
     run("var quotes = realSOAP.connect('http://wsdl.test/quotes.wsdl');");
