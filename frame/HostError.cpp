@@ -1,3 +1,5 @@
 #include "frame/HostError.h"
 
-void raiseHostError(int32_t code) { throw HostError{code}; }
+void raiseHostError(int32_t code) {
+    throw HostError{code};
+}

@@ -56,9 +56,15 @@ void ResetHostTables() {
     gESHFT = nullptr;
 }
 
-IIdle* HostIdle() { return gVellViewHFT ? gVellViewHFT->idle() : nullptr; }
-IFileSystem* HostFiles() { return gVellSupportHFT ? gVellSupportHFT->files() : nullptr; }
-ICabinets* HostCabinets() { return gVellSupportHFT ? gVellSupportHFT->cabinets() : nullptr; }
+IIdle* HostIdle() {
+    return gVellViewHFT ? gVellViewHFT->idle() : nullptr;
+}
+IFileSystem* HostFiles() {
+    return gVellSupportHFT ? gVellSupportHFT->files() : nullptr;
+}
+ICabinets* HostCabinets() {
+    return gVellSupportHFT ? gVellSupportHFT->cabinets() : nullptr;
+}
 IPreferences* HostPreferences() {
     return gVellSupportHFT ? gVellSupportHFT->preferences() : nullptr;
 }

@@ -20,7 +20,9 @@ const char* QsAtomGetString(QsAtom atom) {
 
 // Without a core table (before the handshake, or in a program that links the logic alone) the
 // C library's allocator stands in for the viewer's.
-void* QsMalloc(size_t size) { return gCoreHFT ? gCoreHFT->memMalloc(size) : std::malloc(size); }
+void* QsMalloc(size_t size) {
+    return gCoreHFT ? gCoreHFT->memMalloc(size) : std::malloc(size);
+}
 
 void* QsCalloc(size_t count, size_t size) {
     return gCoreHFT ? gCoreHFT->memCalloc(count, size) : std::calloc(count, size);

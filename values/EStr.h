@@ -7,10 +7,10 @@
 // (a request only), 4 to 16 the named script encodings, 17 best (a request only), 18 UCS-shaped.
 #pragma once
 
+#include "frame/QsText.h"
 #include "frame/host/ICore.h"
 #include "frame/host/ViewerHandles.h"
 #include "frame/miString.h"
-#include "frame/QsText.h"
 
 #include <cstdarg>
 #include <cstdint>

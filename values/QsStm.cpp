@@ -16,7 +16,9 @@ long QsStmWrite(QsStm stream, const char* buffer, long count) {
     return stream->write(buffer, count);
 }
 
-void QsStmClose(QsStm stream) { delete stream; }
+void QsStmClose(QsStm stream) {
+    delete stream;
+}
 
 namespace {
 
@@ -49,8 +51,7 @@ private:
 
 class CProcStm final : public _t_QsStm {
 public:
-    CProcStm(QsStmReadProc readProc, QsStmWriteProc writeProc, QsStmCloseProc closeProc,
-             void* data)
+    CProcStm(QsStmReadProc readProc, QsStmWriteProc writeProc, QsStmCloseProc closeProc, void* data)
         : m_read(readProc), m_write(writeProc), m_close(closeProc), m_data(data) {}
     ~CProcStm() override {
         if (m_close)
@@ -76,9 +77,13 @@ QsStm QsMemStmRdOpen(const char* data, size_t length) {
     return new CMemReadStm(std::string(data ? data : "", data ? length : 0));
 }
 
-QsStm QsMemStmRdOpen(std::string&& data) { return new CMemReadStm(std::move(data)); }
+QsStm QsMemStmRdOpen(std::string&& data) {
+    return new CMemReadStm(std::move(data));
+}
 
-QsStm QsMemStmWrOpen() { return new CMemWriteStm(); }
+QsStm QsMemStmWrOpen() {
+    return new CMemWriteStm();
+}
 
 const std::string* QsMemStmGetData(QsStm stream) {
     auto* memory = dynamic_cast<CMemWriteStm*>(stream);

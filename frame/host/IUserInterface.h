@@ -2,9 +2,9 @@
 // Menus, tool bars and commands are added by the subsystems that use them.
 #pragma once
 
+#include "frame/QsText.h"
 #include "frame/host/ICore.h"
 #include "frame/host/IHostTable.h"
-#include "frame/QsText.h"
 
 #include <cstdint>
 #include <optional>
@@ -26,8 +26,8 @@ using VxNotificationProc = void (*)(void* data);
 class IUserInterface : public IHostTable {
 public:
     /// Registers a procedure for a notification kind.
-    virtual void registerNotification(int32_t kind, ExtensionID extension,
-                                      VxNotificationProc proc, void* data) = 0;
+    virtual void registerNotification(int32_t kind, ExtensionID extension, VxNotificationProc proc,
+                                      void* data) = 0;
     /// Removes a registration made with this same kind, procedure and data.
     virtual void unregisterNotification(int32_t kind, VxNotificationProc proc, void* data) = 0;
 

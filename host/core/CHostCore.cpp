@@ -32,7 +32,9 @@ private:
 
 CHostCore::CHostCore() = default;
 
-CHostCore::~CHostCore() { destroyServers(); }
+CHostCore::~CHostCore() {
+    destroyServers();
+}
 
 QsAtom CHostCore::atomFromString(const char* text) {
     std::string key = text ? text : "";
@@ -54,10 +56,18 @@ const char* CHostCore::atomGetString(QsAtom atom) {
     return m_atomTexts[atom].c_str();
 }
 
-void* CHostCore::memMalloc(size_t size) { return std::malloc(size); }
-void* CHostCore::memCalloc(size_t count, size_t size) { return std::calloc(count, size); }
-void* CHostCore::memRealloc(void* block, size_t size) { return std::realloc(block, size); }
-void CHostCore::memFree(void* block) { std::free(block); }
+void* CHostCore::memMalloc(size_t size) {
+    return std::malloc(size);
+}
+void* CHostCore::memCalloc(size_t count, size_t size) {
+    return std::calloc(count, size);
+}
+void* CHostCore::memRealloc(void* block, size_t size) {
+    return std::realloc(block, size);
+}
+void CHostCore::memFree(void* block) {
+    std::free(block);
+}
 
 QsCallback CHostCore::callbackCreate(ExtensionID, QsProc proc) {
     if (proc)
@@ -75,8 +85,8 @@ HFT CHostCore::extensionMgrGetHFT(QsAtom name, uint32_t version) {
     HFT table = nullptr;
     for (auto& server : m_servers) {
         if (server->name == text) {
-            table = server->provide ? server->provide(server.get(), version, server->data)
-                                    : nullptr;
+            table =
+                server->provide ? server->provide(server.get(), version, server->data) : nullptr;
             m_requests.push_back({text, version, table != nullptr});
             return table;
         }
