@@ -31,11 +31,6 @@ uint32_t nextCodePoint(const unsigned char* text, long length, long& i) {
     return codePoint;
 }
 
-void appendUnit(std::string& bytes, uint32_t unit) {
-    bytes.push_back(static_cast<char>(unit >> 8));
-    bytes.push_back(static_cast<char>(unit & 0xFF));
-}
-
 // The UTF-8 form of a UCS string's units; a surrogate pair is one character.
 std::string unitsToUTF8(const _EStrRec* text) {
     const auto* bytes = reinterpret_cast<const unsigned char*>(EStrGetBytes(text));
@@ -96,22 +91,27 @@ CEStr XML_String2ESTR(const XML_Char* text, long length) {
         std::memcpy(s->bytes, text, static_cast<size_t>(length));
         return CEStr::adopt(s);
     }
-    std::string units;
-    units.reserve(static_cast<size_t>(length) * 2 + 2);
-    units.append("\xFE\xFF", 2);
+    // Each byte of UTF-8 gives at most two bytes of UTF-16 (a four-byte sequence, a surrogate
+    // pair), so the units are written straight into a string of that size; the bytes past the
+    // end are the zeros a new string comes with.
+    EStr s = EStrNewSize(2 + 2 * length, kEStrUCS);
+    auto* out = reinterpret_cast<unsigned char*>(s->bytes) + 2;
+    auto put = [&out](uint32_t unit) {
+        *out++ = static_cast<unsigned char>(unit >> 8);
+        *out++ = static_cast<unsigned char>(unit);
+    };
     const auto* bytes = reinterpret_cast<const unsigned char*>(text);
     for (long i = 0; i < length;) {
         uint32_t codePoint = nextCodePoint(bytes, length, i);
         if (codePoint >= 0x10000) {
             codePoint -= 0x10000;
-            appendUnit(units, 0xD800 + (codePoint >> 10));
-            appendUnit(units, 0xDC00 + (codePoint & 0x3FF));
+            put(0xD800 + (codePoint >> 10));
+            put(0xDC00 + (codePoint & 0x3FF));
         } else {
-            appendUnit(units, codePoint);
+            put(codePoint);
         }
     }
-    EStr s = EStrNewSize(static_cast<long>(units.size()), kEStrUCS);
-    std::memcpy(s->bytes, units.data(), units.size());
+    s->length = static_cast<int32_t>(out - reinterpret_cast<unsigned char*>(s->bytes));
     return CEStr::adopt(s);
 }
 

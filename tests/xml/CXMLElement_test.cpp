@@ -97,6 +97,11 @@ TEST_F(XMLElement, TextFormsKeepTheCharacters) {
     CEStr clef = XML_String2ESTR("\xF0\x9D\x84\x9E");
     EXPECT_EQ(std::string(EStrGetBytes(clef), static_cast<size_t>(EStrGetLen(clef))),
               std::string("\xFE\xFF\xD8\x34\xDD\x1E", 6));
+    // Bytes that are no UTF-8, a cut sequence among them, each become U+FFFD.
+    CEStr broken = XML_String2ESTR("a\xFF\xE6\x97");
+    EXPECT_EQ(std::string(EStrGetBytes(broken), static_cast<size_t>(EStrGetLen(broken))),
+              std::string("\xFE\xFF\x00\x61\xFF\xFD\xFF\xFD\xFF\xFD", 10));
+    EXPECT_EQ(EStrGetBytes(broken)[10], '\0');
     // A single-byte string of another encoding reaches UTF-8 through its characters.
     EXPECT_EQ(ESTR2UTF8(CEStr("caf\xE9 \x95", kEStrPDFDoc)), "caf\xC3\xA9 \xC5\x81");
     EXPECT_EQ(ESTR2UTF8(nullptr), "");
