@@ -148,17 +148,25 @@ void appendRaw(std::string& out, const _EStrRec* text, long from = 0) {
 }
 
 // What an ASCII character becomes in escaped text: null for itself, "" for nothing (control
-// characters other than tab, line feed and carriage return), or its entity. The apostrophe is
-// not escaped; that is intended.
+// characters other than tab, line feed and carriage return), or its entity; and the length of
+// that. The apostrophe is not escaped; that is intended.
 struct EscapeTable {
     const char* replacement[128];
+    unsigned char length[128];
     EscapeTable() {
-        for (int c = 0; c < 128; ++c)
-            replacement[c] = c < 32 && c != '\t' && c != '\n' && c != '\r' ? "" : nullptr;
-        replacement[static_cast<int>('"')] = "&quot;";
-        replacement[static_cast<int>('&')] = "&amp;";
-        replacement[static_cast<int>('<')] = "&lt;";
-        replacement[static_cast<int>('>')] = "&gt;";
+        for (int c = 0; c < 128; ++c) {
+            bool dropped = c < 32 && c != '\t' && c != '\n' && c != '\r';
+            replacement[c] = dropped ? "" : nullptr;
+            length[c] = dropped ? 0 : 1;
+        }
+        set('"', "&quot;");
+        set('&', "&amp;");
+        set('<', "&lt;");
+        set('>', "&gt;");
+    }
+    void set(char c, const char* entity) {
+        replacement[static_cast<int>(c)] = entity;
+        length[static_cast<int>(c)] = static_cast<unsigned char>(std::strlen(entity));
     }
 };
 const EscapeTable kEscapes;
@@ -185,13 +193,11 @@ void appendEscaped(std::string& out, uint32_t c) {
         return;
     }
     if (const char* replacement = kEscapes.replacement[c])
-        out += replacement;
+        out.append(replacement, kEscapes.length[c]);
     else
         out.push_back(static_cast<char>(c));
 }
 
-// Escapes ASCII bytes, copying runs that need nothing whole. False, with nothing appended, at
-// the first byte past ASCII.
 bool appendEscapedASCII(std::string& out, const char* bytes, long length) {
     size_t mark = out.size();
     long run = 0;
@@ -203,7 +209,7 @@ bool appendEscapedASCII(std::string& out, const char* bytes, long length) {
         }
         if (const char* replacement = kEscapes.replacement[c]) {
             out.append(bytes + run, static_cast<size_t>(i - run));
-            out += replacement;
+            out.append(replacement, kEscapes.length[c]);
             run = i + 1;
         }
     }
@@ -239,7 +245,8 @@ const CAgg2XML::StreamHandler CAgg2XML::sm_streamHandler = {CAgg2XML::ReadProc,
 CAgg2XML::CAgg2XML(CAgg& document, bool withDeclaration)
     : m_document(document), m_withDeclaration(withDeclaration),
       m_nsPart(CEStr::adopt(EStrNew(nullptr, kEStrPDFDoc))),
-      m_empty(CEStr::adopt(EStrNew(nullptr, kEStrPDFDoc))), m_defaultPrefix("m", kEStrPDFDoc) {
+      m_empty(CEStr::adopt(EStrNew(nullptr, kEStrPDFDoc))), m_defaultPrefix("m", kEStrPDFDoc),
+      m_defaultDeclaration("xmlns:m", kEStrPDFDoc) {
     m_keys = {kXMLKeyType,     kXMLKeyName,   kXMLKeyNameSpace,  kXMLKeyAttr,
               kXMLKeyChildren, kXMLKeyNSDict, kXMLKeyText,       kXMLKeyEncoded,
               kXMLTypeElement, kXMLTypeText,  kXMLTypeProcessing};
@@ -250,7 +257,8 @@ CAgg2XML::CAgg2XML(CAgg& document, bool withDeclaration)
 CAgg2XML::CAgg2XML(CAgg&& document, bool withDeclaration)
     : m_document(std::move(document)), m_withDeclaration(withDeclaration),
       m_nsPart(CEStr::adopt(EStrNew(nullptr, kEStrPDFDoc))),
-      m_empty(CEStr::adopt(EStrNew(nullptr, kEStrPDFDoc))), m_defaultPrefix("m", kEStrPDFDoc) {
+      m_empty(CEStr::adopt(EStrNew(nullptr, kEStrPDFDoc))), m_defaultPrefix("m", kEStrPDFDoc),
+      m_defaultDeclaration("xmlns:m", kEStrPDFDoc) {
     m_keys = {kXMLKeyType,     kXMLKeyName,   kXMLKeyNameSpace,  kXMLKeyAttr,
               kXMLKeyChildren, kXMLKeyNSDict, kXMLKeyText,       kXMLKeyEncoded,
               kXMLTypeElement, kXMLTypeText,  kXMLTypeProcessing};
@@ -374,8 +382,10 @@ bool CAgg2XML::serializeElement() {
             if (state.children + 2 < count)
                 prefetchMap((*state.list)[static_cast<size_t>(state.children + 2)]);
             ++state.children;
+            // The push may move the states: state is not looked at again.
             m_nodes.push_back(child);
             m_states.emplace_back();
+            return false;
         } else {
             state.state = kChildrenDone;
         }
@@ -397,8 +407,12 @@ bool CAgg2XML::serializeValue() {
         return true;
     bool escape = false;
     if (CAgg* encoded = entries.encoded) {
-        CAgg flag(*encoded);
-        escape = flag.toQsBool() != 0;
+        if (encoded->getType() == CAgg::eQsBool) {
+            escape = encoded->toQsBool() != 0;
+        } else {
+            CAgg flag(*encoded); // read from a copy, so that the tree keeps its own type
+            escape = flag.toQsBool() != 0;
+        }
     }
     if (text->getType() != CAgg::eQsStm) {
         CEStr holder;
@@ -522,7 +536,7 @@ CAgg2XML::QNameSplit CAgg2XML::getQName(const _EStrRec* text) {
     if (colon < 0)
         return {0, nullptr};
     EStrSubstr(m_nsPart, text, 0, colon);
-    if (topScope().count(m_nsPart.get()))
+    if (findPrefix(m_nsPart) >= 0)
         return {0, nullptr}; // already in prefix form
     return {colon + 1, m_nsPart.get()};
 }
@@ -542,15 +556,8 @@ void CAgg2XML::getTagName(CAgg& node, Entries& entries) {
         return;
     }
 
-    const _EStrRec* prefix = nullptr;
-    bool inForce = false;
-    for (auto& [key, uri] : topScope()) {
-        if (sameText(uri, ns)) {
-            prefix = key;
-            inForce = true;
-            break;
-        }
-    }
+    const _EStrRec* prefix = findURI(ns);
+    bool inForce = prefix != nullptr;
     CAgg* dict = inForce ? nullptr : entries.nsDict;
     if (dict && dict->getType() == CAgg::eMap) {
         for (auto& [key, uri] : dict->toMap()) {
@@ -571,17 +578,18 @@ void CAgg2XML::getTagName(CAgg& node, Entries& entries) {
 
 // Enters the prefix into the scope and declares it on the node.
 void CAgg2XML::declare(CAgg& node, Entries& entries, const _EStrRec* prefix, const _EStrRec* ns) {
-    CAgg::CAggMap& scope = topScope();
-    auto entered = scope.find(prefix);
-    if (entered == scope.end() || !sameText(entered->second, ns))
-        writableTopScope().insert_or_assign(CEStr(prefix), CAgg(ns));
+    bind(prefix, ns);
+    if (!entries.attr)
+        entries.attr = &node[m_keys.attr];
+    if (prefix == m_defaultPrefix.get()) {
+        (*entries.attr)[m_defaultDeclaration] = CAgg(ns);
+        return;
+    }
     CEStr key("xmlns", kEStrPDFDoc);
     if (!isEmpty(prefix)) {
         key += CEStr(":", kEStrPDFDoc);
         key += CEStr(prefix);
     }
-    if (!entries.attr)
-        entries.attr = &node[m_keys.attr];
     (*entries.attr)[key] = CAgg(ns);
 }
 
@@ -609,40 +617,64 @@ void CAgg2XML::writeTag(const _EStrRec* prefix, const _EStrRec* name, long local
 // Namespace scopes.
 
 void CAgg2XML::pushNSScope(Entries& entries) {
-    Scope top = m_scopes.empty() ? std::make_shared<CAgg::CAggMap>() : m_scopes.back();
+    m_scopeMarks.push_back(m_bindings.size());
     CAgg* attr = entries.attr;
-    Scope scope;
-    if (attr && attr->getType() == CAgg::eMap) {
-        for (auto& [key, value] : attr->toMap()) {
-            if (!startsWithXmlnsColon(key))
-                continue;
-            if (!scope)
-                scope = std::make_shared<CAgg::CAggMap>(*top);
-            CEStr prefix = CEStr::adopt(EStrNew(nullptr, kEStrPDFDoc));
-            EStrSubstr(prefix, key, 6, -1);
-            scope->insert_or_assign(std::move(prefix), value);
-        }
+    if (!attr || attr->getType() != CAgg::eMap)
+        return;
+    for (auto& [key, value] : attr->toMap()) {
+        if (!startsWithXmlnsColon(key))
+            continue;
+        CEStr prefix = CEStr::adopt(EStrNew(nullptr, kEStrPDFDoc));
+        EStrSubstr(prefix, key, 6, -1);
+        CEStr holder;
+        const _EStrRec* uri = textIn(&value, holder);
+        bind(prefix, uri);
     }
-    m_scopes.push_back(scope ? std::move(scope) : std::move(top));
 }
 
 void CAgg2XML::popNSScope() {
-    if (!m_scopes.empty())
-        m_scopes.pop_back();
+    if (m_scopeMarks.empty())
+        return;
+    size_t mark = m_scopeMarks.back();
+    m_scopeMarks.pop_back();
+    while (m_bindings.size() > mark) {
+        if (m_bindings.back().hides >= 0)
+            --m_bindings[static_cast<size_t>(m_bindings.back().hides)].hiddenBy;
+        m_bindings.pop_back();
+    }
 }
 
-CAgg::CAggMap& CAgg2XML::topScope() {
-    if (m_scopes.empty())
-        m_scopes.push_back(std::make_shared<CAgg::CAggMap>());
-    return *m_scopes.back();
+long CAgg2XML::findPrefix(const _EStrRec* prefix) const {
+    // Keys are one key when the scope's map order holds them equal ("1" and "01" among them).
+    for (long i = static_cast<long>(m_bindings.size()) - 1; i >= 0; --i) {
+        if (CEStrLessNumbersFirst::compare(m_bindings[static_cast<size_t>(i)].prefix, prefix) == 0)
+            return i;
+    }
+    return -1;
 }
 
-CAgg::CAggMap& CAgg2XML::writableTopScope() {
-    topScope();
-    Scope& top = m_scopes.back();
-    if (top.use_count() > 1)
-        top = std::make_shared<CAgg::CAggMap>(*top);
-    return *top;
+const _EStrRec* CAgg2XML::findURI(const _EStrRec* uri) const {
+    const _EStrRec* found = nullptr;
+    for (const Binding& binding : m_bindings) {
+        if (binding.hiddenBy || EStrCmp(binding.uri, uri) != 0)
+            continue;
+        if (!found || CEStrLessNumbersFirst::compare(binding.prefix, found) < 0)
+            found = binding.prefix;
+    }
+    return found;
+}
+
+void CAgg2XML::bind(const _EStrRec* prefix, const _EStrRec* uri) {
+    if (m_scopeMarks.empty())
+        m_scopeMarks.push_back(0);
+    long hidden = findPrefix(prefix);
+    if (hidden >= 0) {
+        Binding& old = m_bindings[static_cast<size_t>(hidden)];
+        if (EStrCmp(old.uri, uri) == 0)
+            return;
+        ++old.hiddenBy;
+    }
+    m_bindings.push_back({CEStr(prefix), CEStr(uri), hidden, 0});
 }
 
 // Output.

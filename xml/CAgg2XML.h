@@ -10,9 +10,9 @@
 #include "values/QsStm.h"
 #include "xml/CXMLElement.h"
 
-#include <deque>
 #include <memory>
 #include <string>
+#include <vector>
 
 class CAgg2XML {
 public:
@@ -71,8 +71,14 @@ private:
         long local;
         const _EStrRec* ns;
     };
-    /// Prefix to URI. Scopes share a map until one of them changes it.
-    using Scope = std::shared_ptr<CAgg::CAggMap>;
+    /// One prefix bound to a URI. The bindings of all open scopes lie in one stack, innermost
+    /// last; a binding is hidden while a later one binds the same prefix.
+    struct Binding {
+        CEStr prefix;
+        CEStr uri;
+        long hides = -1; // the index of the binding this one hides, or -1
+        long hiddenBy = 0;
+    };
 
     bool serializeNodes();
     bool serializeElement();
@@ -89,8 +95,12 @@ private:
     void doEmptyTag(CAgg& node, Entries& entries);
     void pushNSScope(Entries& entries);
     void popNSScope();
-    CAgg::CAggMap& topScope();
-    CAgg::CAggMap& writableTopScope();
+    /// The binding of the prefix in force in the top scope, or -1.
+    long findPrefix(const _EStrRec* prefix) const;
+    /// The prefix in force for the URI, the first in key order when there are several, or null.
+    const _EStrRec* findURI(const _EStrRec* uri) const;
+    /// Binds the prefix to the URI in the top scope, unless it is bound to it already.
+    void bind(const _EStrRec* prefix, const _EStrRec* uri);
     void write(const _EStrRec* text, bool escape);
     void write(const char* text, bool escape);
     void writeStreamBlock(const char* bytes, long count, bool escape);
@@ -104,9 +114,11 @@ private:
     std::string m_buffer;
     long m_offset = -1;
     CAgg m_document;
-    std::deque<CAgg*> m_nodes;
-    std::deque<State> m_states;
-    std::deque<Scope> m_scopes;
+    std::vector<CAgg*> m_nodes;
+    std::vector<State> m_states;
+    std::vector<Binding> m_bindings;
+    // Where each open scope's bindings begin.
+    std::vector<size_t> m_scopeMarks;
     uint16_t m_finished = 0;
     uint16_t m_wroteDeclaration = 0;
     long m_lineBreaks = 0;
@@ -116,6 +128,8 @@ private:
     // The namespace part of the name in hand, kept to reuse its buffer.
     CEStr m_nsPart;
     CEStr m_empty;
-    // The prefix of a namespace that neither the scope nor the node's nsDict knows.
+    // The prefix of a namespace that neither the scope nor the node's nsDict knows, and the
+    // attribute that declares it.
     CEStr m_defaultPrefix;
+    CEStr m_defaultDeclaration;
 };

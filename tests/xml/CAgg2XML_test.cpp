@@ -25,6 +25,7 @@ const char* const kWrittenTrees[] = {
     "prefix-declared-by-an-ancestor",
     "unknown-namespaces-take-m",
     "prefixes-from-nsdict",
+    "hidden-prefixes",
     "attribute-order-and-raw-values",
     "processing-instructions",
     "processing-root",
