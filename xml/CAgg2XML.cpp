@@ -367,7 +367,7 @@ bool CAgg2XML::serializeElement() {
     }
     switch (state.state) {
     case kNothingWritten:
-        doOpenTag(node, state.entries);
+        doOpenTag(node, state.entries, state.tag);
         state.state = kOpenTagWritten;
         // The records of the children are wanted soon, one after the other: ask for them all
         // at once, so that their trips to memory overlap.
@@ -391,7 +391,7 @@ bool CAgg2XML::serializeElement() {
         }
         break;
     case kChildrenDone:
-        doCloseTag(node, state.entries);
+        doCloseTag(node, state.entries, state.tag);
         state.state = kDone;
         break;
     default:
@@ -480,17 +480,22 @@ CAgg2XML::Entries CAgg2XML::entriesOf(CAgg& node) const {
     return entries;
 }
 
-void CAgg2XML::doOpenTag(CAgg& node, Entries& entries) {
+void CAgg2XML::doOpenTag(CAgg& node, Entries& entries, Tag& tag) {
     pushNSScope(entries);
     write("<", false);
-    getTagName(node, entries); // before the attributes: it may add a declaration to them
+    getTagName(node, entries, &tag); // before the attributes: it may add a declaration to them
     getTagAttr(entries);
     write(">", false);
 }
 
-void CAgg2XML::doCloseTag(CAgg& node, Entries& entries) {
+void CAgg2XML::doCloseTag(CAgg& node, Entries& entries, const Tag& tag) {
     write("</", false);
-    getTagName(node, entries);
+    if (!tag.kept)
+        getTagName(node, entries);
+    else if (isEmpty(tag.prefix))
+        appendRaw(m_buffer, tag.name);
+    else
+        writeTag(tag.prefix, tag.name, 0);
     write(">", false);
     // The line-break flag is never set, so a close tag has no line feed behind it.
     if (m_lineBreaks)
@@ -534,20 +539,25 @@ CAgg2XML::QNameSplit CAgg2XML::getQName(const _EStrRec* text) {
     // Split at the last ":", so that a URI with colons of its own stays whole.
     long colon = lastColon(text);
     if (colon < 0)
-        return {0, nullptr};
+        return {0, nullptr, false};
     EStrSubstr(m_nsPart, text, 0, colon);
     if (findPrefix(m_nsPart) >= 0)
-        return {0, nullptr}; // already in prefix form
-    return {colon + 1, m_nsPart.get()};
+        return {0, nullptr, true}; // already in prefix form
+    return {colon + 1, m_nsPart.get(), true};
 }
 
 // Writes the tag of a node: its name, with a prefix when it is in a namespace.
-void CAgg2XML::getTagName(CAgg& node, Entries& entries) {
+// With keep, the tag is kept for the close tag when the name is a string without ":": its
+// prefix then depends on the namespace and the scope alone, and the scope keeps the binding
+// it finds or makes here until the close tag has been written.
+void CAgg2XML::getTagName(CAgg& node, Entries& entries, Tag* keep) {
     CEStr nameHolder, nsHolder;
     const _EStrRec* name = textIn(entries.name, nameHolder);
     if (!name)
         name = m_empty;
     QNameSplit split = getQName(name);
+    if (keep && nameHolder.isNull() && !split.colon)
+        *keep = {true, nullptr, name};
     const _EStrRec* ns = split.ns;
     if (isEmpty(ns))
         ns = textIn(entries.nameSpace, nsHolder);
@@ -573,6 +583,8 @@ void CAgg2XML::getTagName(CAgg& node, Entries& entries) {
         prefix = m_defaultPrefix;
     if (!inForce)
         declare(node, entries, prefix, ns);
+    if (keep && keep->kept)
+        keep->prefix = prefix;
     writeTag(prefix, name, split.local);
 }
 

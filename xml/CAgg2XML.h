@@ -55,6 +55,13 @@ private:
         CAgg* text = nullptr;
         CAgg* encoded = nullptr;
     };
+    /// An open tag as written, kept for its close tag when the name had no ":" of its own:
+    /// the close tag then finds the same prefix again, so it need not look for it.
+    struct Tag {
+        bool kept = false;
+        const _EStrRec* prefix = nullptr; // null or empty for none
+        const _EStrRec* name = nullptr;
+    };
     /// Where a node stands in the walk: its state, the index of its next child, and its
     /// entries, looked up when it is first seen.
     struct State {
@@ -64,12 +71,14 @@ private:
         QsAtom type = kQsNullAtom;
         CAgg::CAggVector* list = nullptr;
         Entries entries;
+        Tag tag;
     };
     /// A qualified name taken apart: the local name starts at character `local`, and `ns` is
     /// the text before the last ":", or null when there is none or it is a prefix in scope.
     struct QNameSplit {
         long local;
         const _EStrRec* ns;
+        bool colon; // whether the text has a ":" at all
     };
     /// One prefix bound to a URI. The bindings of all open scopes lie in one stack, innermost
     /// last; a binding is hidden while a later one binds the same prefix.
@@ -86,12 +95,12 @@ private:
     void serializePI();
     Entries entriesOf(CAgg& node) const;
     QNameSplit getQName(const _EStrRec* text);
-    void getTagName(CAgg& node, Entries& entries);
+    void getTagName(CAgg& node, Entries& entries, Tag* keep = nullptr);
     void declare(CAgg& node, Entries& entries, const _EStrRec* prefix, const _EStrRec* ns);
     void writeTag(const _EStrRec* prefix, const _EStrRec* name, long local);
     void getTagAttr(Entries& entries);
-    void doOpenTag(CAgg& node, Entries& entries);
-    void doCloseTag(CAgg& node, Entries& entries);
+    void doOpenTag(CAgg& node, Entries& entries, Tag& tag);
+    void doCloseTag(CAgg& node, Entries& entries, const Tag& tag);
     void doEmptyTag(CAgg& node, Entries& entries);
     void pushNSScope(Entries& entries);
     void popNSScope();
