@@ -271,10 +271,10 @@ void CAgg::copyFrom(const CAgg& other) {
         m_payload.shadow = new CLobObjShadow(*from.shadow);
         break;
     case eMap:
-        m_payload.map = new CAggMap(*from.map);
+        m_payload.map = copyRecord(*from.map);
         break;
     case eQsAtomMap:
-        m_payload.atomMap = copyRecord(*from.atomMap);
+        m_payload.atomMap = new CAggQsAtomMap(*from.atomMap);
         break;
     case eVector:
         m_payload.vector = new CAggVector(*from.vector);

@@ -17,6 +17,7 @@
 #include "frame/host/QsStmRec.h"
 #include "frame/host/QsTimeRec.h"
 #include "frame/host/ViewerHandles.h"
+#include "values/CAggAtomMap.h"
 #include "values/CLobObjShadow.h"
 #include "values/EStr.h"
 #include "values/QsFixed.h"
@@ -27,6 +28,7 @@
 #include <initializer_list>
 #include <map>
 #include <memory>
+#include <tuple>
 #include <vector>
 
 /// The viewer's 32-bit integer.
@@ -116,7 +118,7 @@ public:
     };
 
     using CAggMap = std::map<CEStr, CAgg, CEStrLessNumbersFirst>;
-    using CAggQsAtomMap = std::map<QsAtom, CAgg>;
+    using CAggQsAtomMap = CAggAtomMap;
     using CAggVector = std::vector<CAgg>;
 
     // Construction. Every form copies what it is given.
@@ -523,4 +525,74 @@ inline CAgg::CAggQsAtomMap& CAgg::toQsAtomMap() {
 inline CAgg::CAggVector& CAgg::toVector() {
     convert(eVector);
     return *m_payload.vector;
+}
+
+// The atom map's lookups and inserts, here where CAgg is complete.
+
+inline CAggAtomMap::value_type** CAggAtomMap::lowerBound(QsAtom key) const {
+    value_type** first = m_order;
+    size_t count = m_size;
+    // A record has a handful of entries: a scan; a bigger map halves.
+    while (count > 8) {
+        size_t half = count / 2;
+        if (first[half]->first < key) {
+            first += half + 1;
+            count -= half + 1;
+        } else {
+            count = half;
+        }
+    }
+    while (count > 0 && (*first)->first < key) {
+        ++first;
+        --count;
+    }
+    return first;
+}
+
+inline CAggAtomMap::iterator CAggAtomMap::find(QsAtom key) {
+    value_type** at = lowerBound(key);
+    return at != m_order + m_size && (*at)->first == key ? iterator(at) : end();
+}
+
+inline CAggAtomMap::const_iterator CAggAtomMap::find(QsAtom key) const {
+    value_type** at = lowerBound(key);
+    return at != m_order + m_size && (*at)->first == key ? const_iterator(at) : end();
+}
+
+template <class... Args>
+std::pair<CAggAtomMap::iterator, bool> CAggAtomMap::emplace(QsAtom key, Args&&... args) {
+    value_type** at = lowerBound(key);
+    if (at != m_order + m_size && (*at)->first == key)
+        return {iterator(at), false};
+    auto index = static_cast<size_t>(at - m_order);
+    value_type* slot = takeSlot(); // may move the order
+    try {
+        new (slot) value_type(std::piecewise_construct, std::forward_as_tuple(key),
+                              std::forward_as_tuple(std::forward<Args>(args)...));
+    } catch (...) {
+        giveBack(slot);
+        throw;
+    }
+    at = m_order + index;
+    std::memmove(at + 1, at, (m_size - index) * sizeof(value_type*));
+    *at = slot;
+    ++m_size;
+    return {iterator(at), true};
+}
+
+inline CAgg& CAggAtomMap::operator[](QsAtom key) {
+    return emplace(key).first->second;
+}
+
+inline std::pair<CAggAtomMap::iterator, bool> CAggAtomMap::insert(const value_type& entry) {
+    return emplace(entry.first, entry.second);
+}
+
+template <class Value>
+std::pair<CAggAtomMap::iterator, bool> CAggAtomMap::insert_or_assign(QsAtom key, Value&& value) {
+    auto found = find(key);
+    if (found == end())
+        return emplace(key, std::forward<Value>(value));
+    found->second = std::forward<Value>(value);
+    return {found, false};
 }

@@ -1,0 +1,170 @@
+#include "values/CAgg.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+// A block: its header, room for the order of all entries up to then, and its slots. Only the
+// newest block's order is in use; the others are kept for their slots.
+struct CAggAtomMap::Block {
+    Block* next;
+    uint32_t slotCount;
+    uint32_t slotsUsed;
+    uint32_t orderCapacity;
+
+    value_type** order() { return reinterpret_cast<value_type**>(this + 1); }
+    value_type* slots() { return reinterpret_cast<value_type*>(order() + orderCapacity); }
+
+    static Block* make(uint32_t slotCount, uint32_t orderCapacity, Block* next) {
+        size_t bytes =
+            sizeof(Block) + orderCapacity * sizeof(value_type*) + slotCount * sizeof(value_type);
+        auto* block = static_cast<Block*>(::operator new(bytes));
+        block->next = next;
+        block->slotCount = slotCount;
+        block->slotsUsed = 0;
+        block->orderCapacity = orderCapacity;
+        return block;
+    }
+};
+// The slots follow the order array with no padding between.
+static_assert(alignof(CAggAtomMap::value_type) <= alignof(CAggAtomMap::value_type*));
+
+CAggAtomMap::CAggAtomMap(const CAggAtomMap& other) {
+    if (other.m_size == 0)
+        return;
+    reserve(other.m_size);
+    try {
+        for (const value_type& entry : other) {
+            value_type* slot = takeSlot();
+            new (slot) value_type(entry);
+            m_order[m_size++] = slot;
+        }
+    } catch (...) {
+        releaseAll();
+        throw;
+    }
+}
+
+CAggAtomMap::CAggAtomMap(CAggAtomMap&& other) noexcept {
+    swap(other);
+}
+
+CAggAtomMap& CAggAtomMap::operator=(const CAggAtomMap& other) {
+    if (this != &other) {
+        CAggAtomMap copy(other);
+        swap(copy);
+    }
+    return *this;
+}
+
+CAggAtomMap& CAggAtomMap::operator=(CAggAtomMap&& other) noexcept {
+    if (this != &other) {
+        CAggAtomMap taken(std::move(other));
+        swap(taken);
+    }
+    return *this;
+}
+
+CAggAtomMap::~CAggAtomMap() {
+    releaseAll();
+}
+
+void CAggAtomMap::swap(CAggAtomMap& other) noexcept {
+    std::swap(m_order, other.m_order);
+    std::swap(m_size, other.m_size);
+    std::swap(m_orderCapacity, other.m_orderCapacity);
+    std::swap(m_blocks, other.m_blocks);
+    std::swap(m_free, other.m_free);
+}
+
+void CAggAtomMap::reserve(size_t count) {
+    size_t fresh = m_blocks ? m_blocks->slotCount - m_blocks->slotsUsed : 0;
+    if (count <= m_size + fresh)
+        return;
+    grow(static_cast<uint32_t>(count - m_size - fresh));
+}
+
+// A new block with room for `more` entries beyond all the slots made so far; the order moves
+// into it.
+void CAggAtomMap::grow(uint32_t more) {
+    uint32_t slotsSoFar = 0;
+    for (Block* block = m_blocks; block; block = block->next)
+        slotsSoFar += block->slotCount;
+    // The slots the newest block has not handed out yet are not lost: they join the free ones.
+    if (m_blocks) {
+        while (m_blocks->slotsUsed < m_blocks->slotCount)
+            giveBack(m_blocks->slots() + m_blocks->slotsUsed++);
+    }
+    Block* block = Block::make(more, slotsSoFar + more, m_blocks);
+    if (m_size > 0)
+        std::memcpy(block->order(), m_order, m_size * sizeof(value_type*));
+    m_blocks = block;
+    m_order = block->order();
+    m_orderCapacity = block->orderCapacity;
+}
+
+CAggAtomMap::value_type* CAggAtomMap::takeSlot() {
+    if (m_free) {
+        auto* slot = static_cast<value_type*>(m_free);
+        m_free = *static_cast<void**>(m_free);
+        return slot;
+    }
+    if (!m_blocks || m_blocks->slotsUsed == m_blocks->slotCount) {
+        // Room doubles, with four entries to start: a record has a handful.
+        grow(std::max<uint32_t>(4, m_orderCapacity));
+    }
+    return m_blocks->slots() + m_blocks->slotsUsed++;
+}
+
+void CAggAtomMap::giveBack(value_type* slot) noexcept {
+    *reinterpret_cast<void**>(slot) = m_free;
+    m_free = slot;
+}
+
+CAggAtomMap::iterator CAggAtomMap::erase(const_iterator at) {
+    auto index = static_cast<size_t>(at.position() - m_order);
+    value_type* slot = m_order[index];
+    slot->~value_type();
+    giveBack(slot);
+    std::memmove(m_order + index, m_order + index + 1, (m_size - index - 1) * sizeof(value_type*));
+    --m_size;
+    return iterator(m_order + index);
+}
+
+size_t CAggAtomMap::erase(QsAtom key) {
+    auto found = find(key);
+    if (found == end())
+        return 0;
+    erase(found);
+    return 1;
+}
+
+void CAggAtomMap::clear() noexcept {
+    releaseAll();
+}
+
+void CAggAtomMap::releaseAll() noexcept {
+    for (uint32_t i = 0; i < m_size; ++i)
+        m_order[i]->~value_type();
+    for (Block* block = m_blocks; block;) {
+        Block* next = block->next;
+        ::operator delete(block);
+        block = next;
+    }
+    m_order = nullptr;
+    m_size = 0;
+    m_orderCapacity = 0;
+    m_blocks = nullptr;
+    m_free = nullptr;
+}
+
+bool CAggAtomMap::operator==(const CAggAtomMap& other) const {
+    if (m_size != other.m_size)
+        return false;
+    for (uint32_t i = 0; i < m_size; ++i) {
+        if (m_order[i]->first != other.m_order[i]->first ||
+            !(m_order[i]->second == other.m_order[i]->second))
+            return false;
+    }
+    return true;
+}
