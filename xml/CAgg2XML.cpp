@@ -63,20 +63,21 @@ bool sameText(CAgg& value, const _EStrRec* text) {
     return EStrCmp(mine, text) == 0;
 }
 
-// Asks the processor for a record ahead of its turn: the maps of a tree lie scattered in
+// Asks the processor for a record ahead of its turn: the records of a tree lie apart in
 // memory, and the walk otherwise waits on each of them in turn. The map object itself comes
-// first; once it is at hand, its first and root nodes.
+// first; once it is at hand, the block that holds its order and its first entries.
 void prefetchMap(CAgg& node) {
     if (node.getType() == CAgg::eQsAtomMap)
         __builtin_prefetch(&node.toQsAtomMap());
 }
 
-void prefetchNodes(CAgg& node) {
+void prefetchEntries(CAgg& node) {
     if (node.getType() != CAgg::eQsAtomMap)
         return;
     CAgg::CAggQsAtomMap& map = node.toQsAtomMap();
     if (map.empty())
         return;
+    __builtin_prefetch(map.begin().position());
     __builtin_prefetch(&*map.begin());
     __builtin_prefetch(&*std::prev(map.end()));
 }
@@ -378,7 +379,7 @@ bool CAgg2XML::serializeElement() {
         if (state.children < count) {
             CAgg* child = &(*state.list)[static_cast<size_t>(state.children)];
             if (state.children + 1 < count)
-                prefetchNodes((*state.list)[static_cast<size_t>(state.children + 1)]);
+                prefetchEntries((*state.list)[static_cast<size_t>(state.children + 1)]);
             if (state.children + 2 < count)
                 prefetchMap((*state.list)[static_cast<size_t>(state.children + 2)]);
             ++state.children;
