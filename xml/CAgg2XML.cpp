@@ -359,16 +359,15 @@ bool CAgg2XML::serializeNodes() {
 }
 
 bool CAgg2XML::serializeElement() {
-    CAgg& node = *m_nodes.back();
     State& state = m_states.back();
     long count = state.list ? static_cast<long>(state.list->size()) : 0;
     if (count == 0) {
-        doEmptyTag(node, state.entries);
+        doEmptyTag(state.entries);
         return true;
     }
     switch (state.state) {
     case kNothingWritten:
-        doOpenTag(node, state.entries, state.tag);
+        doOpenTag(state.entries, state.tag);
         state.state = kOpenTagWritten;
         // The records of the children are wanted soon, one after the other: ask for them all
         // at once, so that their trips to memory overlap.
@@ -392,7 +391,7 @@ bool CAgg2XML::serializeElement() {
         }
         break;
     case kChildrenDone:
-        doCloseTag(node, state.entries, state.tag);
+        doCloseTag(state.entries, state.tag);
         state.state = kDone;
         break;
     default:
@@ -433,10 +432,9 @@ bool CAgg2XML::serializeValue() {
 }
 
 void CAgg2XML::serializePI() {
-    CAgg& node = *m_nodes.back();
     Entries& entries = m_states.back().entries;
     write("<?", false);
-    getTagName(node, entries);
+    getTagName(entries);
     getTagAttr(entries);
     write("?>\n", false);
 }
@@ -481,18 +479,18 @@ CAgg2XML::Entries CAgg2XML::entriesOf(CAgg& node) const {
     return entries;
 }
 
-void CAgg2XML::doOpenTag(CAgg& node, Entries& entries, Tag& tag) {
+void CAgg2XML::doOpenTag(Entries& entries, Tag& tag) {
     pushNSScope(entries);
     write("<", false);
-    getTagName(node, entries, &tag); // before the attributes: it may add a declaration to them
+    getTagName(entries, &tag); // before the attributes: it may add a declaration to them
     getTagAttr(entries);
     write(">", false);
 }
 
-void CAgg2XML::doCloseTag(CAgg& node, Entries& entries, const Tag& tag) {
+void CAgg2XML::doCloseTag(Entries& entries, const Tag& tag) {
     write("</", false);
     if (!tag.kept)
-        getTagName(node, entries);
+        getTagName(entries);
     else if (isEmpty(tag.prefix))
         appendRaw(m_buffer, tag.name);
     else
@@ -504,36 +502,53 @@ void CAgg2XML::doCloseTag(CAgg& node, Entries& entries, const Tag& tag) {
     popNSScope();
 }
 
-void CAgg2XML::doEmptyTag(CAgg& node, Entries& entries) {
+void CAgg2XML::doEmptyTag(Entries& entries) {
     pushNSScope(entries);
     write("<", false);
-    getTagName(node, entries);
+    getTagName(entries);
     getTagAttr(entries);
     write("/>\n", false);
     popNSScope();
 }
 
 void CAgg2XML::getTagAttr(Entries& entries) {
-    CAgg* attr = entries.attr;
-    if (!attr)
-        return;
-    auto writeOne = [&](const _EStrRec* key, CAgg& value) {
+    bool declaring = m_declaring;
+    m_declaring = false;
+    auto writeOne = [&](const _EStrRec* key, const _EStrRec* value) {
         m_buffer += ' ';
         appendRaw(m_buffer, key);
         m_buffer += "=\"";
         // Values are not escaped: whoever fills "attr" answers for what is in it, and a value
         // with a double quote gives malformed XML. That is intended.
-        CEStr holder;
-        appendRaw(m_buffer, textIn(&value, holder));
+        appendRaw(m_buffer, value);
         m_buffer += '"';
     };
-    if (attr->getType() == CAgg::eMap) {
-        for (auto& [key, value] : attr->toMap())
-            writeOne(key, value);
-    } else if (attr->getType() == CAgg::eQsAtomMap) {
+    auto writeEntry = [&](const _EStrRec* key, CAgg& value) {
+        CEStr holder;
+        writeOne(key, textIn(&value, holder));
+    };
+    CAgg* attr = entries.attr;
+    if (attr && attr->getType() == CAgg::eMap) {
+        // The declaration of this tag takes its place in key order, or the value of the entry
+        // under its key, as if it had been set into the map.
+        for (auto& [key, value] : attr->toMap()) {
+            int order = declaring ? CEStrLessNumbersFirst::compare(key, m_declarationKey) : -1;
+            if (order >= 0) {
+                declaring = false;
+                if (order == 0) {
+                    writeOne(key, m_declarationValue);
+                    continue;
+                }
+                writeOne(m_declarationKey, m_declarationValue);
+            }
+            writeEntry(key, value);
+        }
+    } else if (attr && attr->getType() == CAgg::eQsAtomMap) {
         for (auto& [atom, value] : attr->toQsAtomMap())
-            writeOne(CEStr(QsAtomGetString(atom), kEStrPDFDoc), value);
+            writeEntry(CEStr(QsAtomGetString(atom), kEStrPDFDoc), value);
     }
+    if (declaring)
+        writeOne(m_declarationKey, m_declarationValue);
 }
 
 CAgg2XML::QNameSplit CAgg2XML::getQName(const _EStrRec* text) {
@@ -551,7 +566,8 @@ CAgg2XML::QNameSplit CAgg2XML::getQName(const _EStrRec* text) {
 // With keep, the tag is kept for the close tag when the name is a string without ":": its
 // prefix then depends on the namespace and the scope alone, and the scope keeps the binding
 // it finds or makes here until the close tag has been written.
-void CAgg2XML::getTagName(CAgg& node, Entries& entries, Tag* keep) {
+void CAgg2XML::getTagName(Entries& entries, Tag* keep) {
+    m_declaring = false; // a declaration is held only from one tag name to its attributes
     CEStr nameHolder, nsHolder;
     const _EStrRec* name = textIn(entries.name, nameHolder);
     if (!name)
@@ -583,27 +599,35 @@ void CAgg2XML::getTagName(CAgg& node, Entries& entries, Tag* keep) {
     if (!prefix)
         prefix = m_defaultPrefix;
     if (!inForce)
-        declare(node, entries, prefix, ns);
+        declare(entries, prefix, ns);
     if (keep && keep->kept)
         keep->prefix = prefix;
     writeTag(prefix, name, split.local);
 }
 
 // Enters the prefix into the scope and declares it on the node.
-void CAgg2XML::declare(CAgg& node, Entries& entries, const _EStrRec* prefix, const _EStrRec* ns) {
+void CAgg2XML::declare(Entries& entries, const _EStrRec* prefix, const _EStrRec* ns) {
     bind(prefix, ns);
-    if (!entries.attr)
-        entries.attr = &node[m_keys.attr];
-    if (prefix == m_defaultPrefix.get()) {
-        (*entries.attr)[m_defaultDeclaration] = CAgg(ns);
+    CEStr key = CEStr(m_defaultDeclaration);
+    if (prefix != m_defaultPrefix.get()) {
+        key = CEStr("xmlns", kEStrPDFDoc);
+        if (!isEmpty(prefix)) {
+            key += CEStr(":", kEStrPDFDoc);
+            key += CEStr(prefix);
+        }
+    }
+    CAgg* attr = entries.attr;
+    if (attr && attr->getType() != CAgg::eMap) {
+        // Attributes of another kind are set as any write sets them, converting them first.
+        (*attr)[key] = CAgg(ns);
         return;
     }
-    CEStr key("xmlns", kEStrPDFDoc);
-    if (!isEmpty(prefix)) {
-        key += CEStr(":", kEStrPDFDoc);
-        key += CEStr(prefix);
-    }
-    (*entries.attr)[key] = CAgg(ns);
+    // A text-keyed map (or none) is left as it is: the declaration is held for this tag's
+    // attributes, which write it where the map would have it. The record is the serialiser's
+    // own copy, and nothing reads its attributes after this tag.
+    m_declarationKey = std::move(key);
+    m_declarationValue = ns;
+    m_declaring = true;
 }
 
 // The tag is prefix, ":" and the local name, written as one text.

@@ -95,13 +95,13 @@ private:
     void serializePI();
     Entries entriesOf(CAgg& node) const;
     QNameSplit getQName(const _EStrRec* text);
-    void getTagName(CAgg& node, Entries& entries, Tag* keep = nullptr);
-    void declare(CAgg& node, Entries& entries, const _EStrRec* prefix, const _EStrRec* ns);
+    void getTagName(Entries& entries, Tag* keep = nullptr);
+    void declare(Entries& entries, const _EStrRec* prefix, const _EStrRec* ns);
     void writeTag(const _EStrRec* prefix, const _EStrRec* name, long local);
     void getTagAttr(Entries& entries);
-    void doOpenTag(CAgg& node, Entries& entries, Tag& tag);
-    void doCloseTag(CAgg& node, Entries& entries, const Tag& tag);
-    void doEmptyTag(CAgg& node, Entries& entries);
+    void doOpenTag(Entries& entries, Tag& tag);
+    void doCloseTag(Entries& entries, const Tag& tag);
+    void doEmptyTag(Entries& entries);
     void pushNSScope(Entries& entries);
     void popNSScope();
     /// The binding of the prefix in force in the top scope, or -1.
@@ -141,4 +141,8 @@ private:
     // attribute that declares it.
     CEStr m_defaultPrefix;
     CEStr m_defaultDeclaration;
+    // The declaration getTagName has made for the tag in hand, until its attributes are out.
+    bool m_declaring = false;
+    CEStr m_declarationKey;
+    CEStr m_declarationValue;
 };

@@ -26,6 +26,7 @@ const char* const kWrittenTrees[] = {
     "unknown-namespaces-take-m",
     "prefixes-from-nsdict",
     "hidden-prefixes",
+    "declaration-among-attributes",
     "attribute-order-and-raw-values",
     "processing-instructions",
     "processing-root",
