@@ -274,7 +274,7 @@ void CAgg::copyFrom(const CAgg& other) {
         m_payload.map = copyRecord(*from.map);
         break;
     case eQsAtomMap:
-        m_payload.atomMap = new CAggQsAtomMap(*from.atomMap);
+        m_payload.atomMap = CAggAtomMap::makeCopy(*from.atomMap);
         break;
     case eVector:
         m_payload.vector = new CAggVector(*from.vector);
@@ -353,7 +353,7 @@ void CAgg::freeCollection() noexcept {
     if (m_type == eMap)
         delete m_payload.map;
     else if (m_type == eQsAtomMap)
-        delete m_payload.atomMap;
+        CAggAtomMap::destroy(m_payload.atomMap);
     else
         delete m_payload.vector;
     m_type = eVoid;

@@ -163,6 +163,9 @@ public:
     /// An icon handle, or any other pointer of the viewer's.
     CAgg(void* icon);
     ~CAgg();
+    /// An empty atom map with room for `room` entries made in one piece with it, for a caller
+    /// that knows how many entries are coming.
+    static CAgg atomMapWithRoom(size_t room);
 
     /// Does nothing on self-assignment; else the target takes a copy of the other's tree. The
     /// copy is made before the old payload goes, so assigning a part of the target is safe.

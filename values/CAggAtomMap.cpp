@@ -11,6 +11,7 @@ struct CAggAtomMap::Block {
     uint32_t slotCount;
     uint32_t slotsUsed;
     uint32_t orderCapacity;
+    uint32_t separate; // 0 for the block inside a map's own allocation
 
     value_type** order() { return reinterpret_cast<value_type**>(this + 1); }
     value_type* slots() { return reinterpret_cast<value_type*>(order() + orderCapacity); }
@@ -23,7 +24,12 @@ struct CAggAtomMap::Block {
         block->slotCount = slotCount;
         block->slotsUsed = 0;
         block->orderCapacity = orderCapacity;
+        block->separate = 1;
         return block;
+    }
+
+    static size_t bytesFor(uint32_t room) {
+        return sizeof(Block) + room * (sizeof(value_type*) + sizeof(value_type));
     }
 };
 // The slots follow the order array with no padding between.
@@ -45,23 +51,30 @@ CAggAtomMap::CAggAtomMap(const CAggAtomMap& other) {
     }
 }
 
-CAggAtomMap::CAggAtomMap(CAggAtomMap&& other) noexcept {
-    swap(other);
+CAggAtomMap::CAggAtomMap(CAggAtomMap&& other) {
+    if (other.m_hasRoom)
+        moveEntries(other);
+    else
+        steal(other);
 }
 
 CAggAtomMap& CAggAtomMap::operator=(const CAggAtomMap& other) {
-    if (this != &other) {
-        CAggAtomMap copy(other);
-        swap(copy);
-    }
+    if (this == &other)
+        return *this;
+    CAggAtomMap copy(other);
+    clear();
+    steal(copy);
     return *this;
 }
 
-CAggAtomMap& CAggAtomMap::operator=(CAggAtomMap&& other) noexcept {
-    if (this != &other) {
-        CAggAtomMap taken(std::move(other));
-        swap(taken);
-    }
+CAggAtomMap& CAggAtomMap::operator=(CAggAtomMap&& other) {
+    if (this == &other)
+        return *this;
+    clear();
+    if (other.m_hasRoom)
+        moveEntries(other);
+    else
+        steal(other);
     return *this;
 }
 
@@ -69,12 +82,69 @@ CAggAtomMap::~CAggAtomMap() {
     releaseAll();
 }
 
-void CAggAtomMap::swap(CAggAtomMap& other) noexcept {
-    std::swap(m_order, other.m_order);
-    std::swap(m_size, other.m_size);
-    std::swap(m_orderCapacity, other.m_orderCapacity);
-    std::swap(m_blocks, other.m_blocks);
-    std::swap(m_free, other.m_free);
+CAggAtomMap* CAggAtomMap::make(size_t room) {
+    auto count = static_cast<uint32_t>(room);
+    void* memory = ::operator new(sizeof(CAggAtomMap) + Block::bytesFor(count));
+    auto* map = new (memory) CAggAtomMap;
+    auto* block = reinterpret_cast<Block*>(map + 1);
+    block->next = nullptr;
+    block->slotCount = count;
+    block->slotsUsed = 0;
+    block->orderCapacity = count;
+    block->separate = 0;
+    map->m_blocks = block;
+    map->m_order = block->order();
+    map->m_orderCapacity = count;
+    map->m_hasRoom = true;
+    return map;
+}
+static_assert(sizeof(CAggAtomMap) % alignof(void*) == 0);
+
+CAggAtomMap* CAggAtomMap::makeCopy(const CAggAtomMap& other) {
+    CAggAtomMap* map = make(other.m_size);
+    try {
+        for (const value_type& entry : other) {
+            value_type* slot = map->takeSlot();
+            new (slot) value_type(entry);
+            map->m_order[map->m_size++] = slot;
+        }
+    } catch (...) {
+        destroy(map);
+        throw;
+    }
+    return map;
+}
+
+void CAggAtomMap::destroy(CAggAtomMap* map) noexcept {
+    if (!map)
+        return;
+    if (!map->m_hasRoom) {
+        delete map;
+        return;
+    }
+    map->~CAggAtomMap();
+    ::operator delete(map);
+}
+
+void CAggAtomMap::steal(CAggAtomMap& other) noexcept {
+    releaseAll();
+    m_order = other.m_order;
+    m_size = other.m_size;
+    m_orderCapacity = other.m_orderCapacity;
+    m_blocks = other.m_blocks;
+    m_free = other.m_free;
+    other.m_order = nullptr;
+    other.m_size = 0;
+    other.m_orderCapacity = 0;
+    other.m_blocks = nullptr;
+    other.m_free = nullptr;
+}
+
+void CAggAtomMap::moveEntries(CAggAtomMap& other) {
+    reserve(size() + other.size());
+    for (value_type& entry : other)
+        emplace(entry.first, std::move(entry.second));
+    other.clear();
 }
 
 void CAggAtomMap::reserve(size_t count) {
@@ -148,7 +218,8 @@ void CAggAtomMap::releaseAll() noexcept {
         m_order[i]->~value_type();
     for (Block* block = m_blocks; block;) {
         Block* next = block->next;
-        ::operator delete(block);
+        if (block->separate)
+            ::operator delete(block);
         block = next;
     }
     m_order = nullptr;

@@ -3,6 +3,8 @@
 //
 // It has the shape of std::map for what the system uses, but keeps its entries in a few blocks
 // instead of one heap node each: a record of five entries is one block, walked in one sweep.
+// The maps a CAgg holds are made with room for their first entries in their own allocation,
+// so that a small record is one piece of memory.
 // Entries never move, so a reference to a value stays good across inserts, as with std::map,
 // until its own entry is erased. Iterators are positions in the key order: unlike std::map's,
 // they are lost on any insert or erase, except the one erase(iterator) returns.
@@ -67,16 +69,26 @@ public:
     using iterator = Iterator<false>;
     using const_iterator = Iterator<true>;
 
+    /// The room a new atom map comes with: an element record built for writing fits in it.
+    static constexpr size_t kDefaultRoom = 4;
+
     CAggAtomMap() = default;
     /// A copy whose entries lie in one block, in key order.
     CAggAtomMap(const CAggAtomMap& other);
-    /// Takes the other's entries, which stay where they are; the other is left empty.
-    CAggAtomMap(CAggAtomMap&& other) noexcept;
+    /// Takes the other's entries, which stay where they are; the other is left empty. Only the
+    /// entries of a map made with room of its own are moved one by one, and lose their place.
+    CAggAtomMap(CAggAtomMap&& other);
     CAggAtomMap& operator=(const CAggAtomMap& other);
-    CAggAtomMap& operator=(CAggAtomMap&& other) noexcept;
+    CAggAtomMap& operator=(CAggAtomMap&& other);
     ~CAggAtomMap();
 
-    void swap(CAggAtomMap& other) noexcept;
+    /// A map on the heap with room for `room` entries in the same allocation: the map, its
+    /// order and its first entries are one piece of memory. Free it with destroy.
+    static CAggAtomMap* make(size_t room);
+    /// The same, holding a copy of the other's entries.
+    static CAggAtomMap* makeCopy(const CAggAtomMap& other);
+    /// Frees a map from make or makeCopy, or one made with new.
+    static void destroy(CAggAtomMap* map) noexcept;
 
     size_t size() const { return m_size; }
     /// Makes room for count entries in all, so that a map about to be filled takes one block.
@@ -130,6 +142,10 @@ private:
     void giveBack(value_type* slot) noexcept;
     void grow(uint32_t more);
     void releaseAll() noexcept;
+    /// Takes the other's blocks; the other must not hold room of its own.
+    void steal(CAggAtomMap& other) noexcept;
+    /// Moves the other's entries in one by one, and empties it.
+    void moveEntries(CAggAtomMap& other);
 
     // The entries in key order. The array lies in the newest block.
     value_type** m_order = nullptr;
@@ -139,4 +155,6 @@ private:
     Block* m_blocks = nullptr;
     // Slots given back by erase, chained through their own storage.
     void* m_free = nullptr;
+    // Made by make or makeCopy: the first block lies in the map's own allocation.
+    bool m_hasRoom = false;
 };

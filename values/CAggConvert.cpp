@@ -276,7 +276,8 @@ void CAgg::makeEmpty(CAggType t) {
         m_payload.matrix = QsFixedMatrix{kQsFixedOne, 0, 0, kQsFixedOne, 0, 0};
         break;
     case eQsAtomMap:
-        m_payload.atomMap = new CAggQsAtomMap();
+        // Room for a record's handful of entries comes with the map itself.
+        m_payload.atomMap = CAggAtomMap::make(CAggAtomMap::kDefaultRoom);
         break;
     case eMap:
         m_payload.map = new CAggMap();
@@ -351,6 +352,12 @@ void CAgg::setMap(CAggMap* adopted) {
     setVoid();
     m_payload.map = adopted;
     m_type = eMap;
+}
+
+CAgg CAgg::atomMapWithRoom(size_t room) {
+    CAgg value;
+    value.setAtomMap(CAggAtomMap::make(room));
+    return value;
 }
 
 void CAgg::setAtomMap(CAggQsAtomMap* adopted) {

@@ -72,9 +72,8 @@ void CXML2CAgg::startElementHandler(const XML_Char* tag, const XML_Char** atts) 
     CAgg* record = &m_root;
     if (m_depth > 0) {
         Open& parent = m_stack.back();
-        CAgg child;
-        // A record takes one block of room for its six entries.
-        child.toQsAtomMap().reserve(6);
+        // The record comes with room for its six entries.
+        CAgg child = CAgg::atomMapWithRoom(6);
         // The parent's dictionary merged with the pending one is the pending one itself: the
         // pending dictionary only gains prefixes, and the parent's was made from it.
         child.toQsAtomMap()[m_keys.nsDict] = m_pendingNSDict;
@@ -134,8 +133,7 @@ void CXML2CAgg::cDataHandler(const XML_Char* text, int len) {
         // delivers as a chunk of its own; that is intended.
         if (isBlank(text, len))
             return;
-        CAgg node;
-        node.toQsAtomMap().reserve(2);
+        CAgg node = CAgg::atomMapWithRoom(2);
         node.toQsAtomMap()[m_keys.type].toQsAtom() = m_keys.text;
         open.children->emplace_back(std::move(node));
         open.lastIsText = true;

@@ -151,6 +151,37 @@ TEST_F(CAggAtomMapTest, CopiesAreDeepAndMovesTakeTheEntriesWhereTheyLie) {
     EXPECT_EQ(textOf(assigned[21]), "v21");
 }
 
+TEST_F(CAggAtomMapTest, AMapMadeWithItsOwnRoomGrowsPastItAndGivesItsEntriesAway) {
+    // Entries past the room go to blocks of their own; a move takes every entry out whole,
+    // and the emptied map can be filled again before it is freed.
+    CAggAtomMap* made = CAggAtomMap::make(2);
+    for (QsAtom key : shuffled(12, 5))
+        (*made)[key] = CAgg(("v" + std::to_string(key)).c_str());
+    CAggAtomMap* copy = CAggAtomMap::makeCopy(*made);
+    EXPECT_TRUE(*copy == *made);
+    CAggAtomMap taken(std::move(*made));
+    EXPECT_TRUE(taken == *copy);
+    EXPECT_TRUE(made->empty());
+    (*made)[3] = CAgg("again");
+    CAggAtomMap assigned;
+    assigned[99] = CAgg("old");
+    assigned = std::move(*copy);
+    EXPECT_EQ(keysOf(assigned), keysOf(taken));
+    EXPECT_EQ(textOf(assigned[84]), "v84");
+    copy->clear();
+    (*copy)[1] = CAgg("after clear");
+    CAggAtomMap::destroy(copy);
+    CAggAtomMap::destroy(made);
+    CAggAtomMap::destroy(nullptr);
+
+    CAgg record = CAgg::atomMapWithRoom(6);
+    EXPECT_EQ(record.getType(), CAgg::eQsAtomMap);
+    EXPECT_TRUE(record.isCollectionTypeEmpty());
+    record[QsAtom(1)] = CAgg("one");
+    CAgg moved(std::move(record));
+    EXPECT_EQ(textOf(moved[QsAtom(1)]), "one");
+}
+
 TEST_F(CAggAtomMapTest, RecordsInsideValuesCopyAndCompareAsWholeTrees) {
     CAgg tree;
     for (QsAtom key = 1; key <= 6; ++key) {
