@@ -10,6 +10,8 @@
 namespace {
 
 constexpr long kStreamBlockSize = 1024;
+// How many children ahead of the walk their records are asked for.
+constexpr long kPrefetchAhead = 16;
 constexpr char kDeclaration[] = "<?xml version=\"1.0\"?>\n";
 
 enum ElementState : long { kNothingWritten = 0, kOpenTagWritten = 1, kChildrenDone = 2, kDone = 3 };
@@ -64,22 +66,14 @@ bool sameText(CAgg& value, const _EStrRec* text) {
 }
 
 // Asks the processor for a record ahead of its turn: the records of a tree lie apart in
-// memory, and the walk otherwise waits on each of them in turn. The map object itself comes
-// first; once it is at hand, the block that holds its order and its first entries.
-void prefetchMap(CAgg& node) {
-    if (node.getType() == CAgg::eQsAtomMap)
-        __builtin_prefetch(&node.toQsAtomMap());
-}
-
-void prefetchEntries(CAgg& node) {
+// memory, and the walk otherwise waits on each of them in turn. A record's map, its order and
+// its first entries are one piece of memory: the first lines of it hold a small record whole.
+void prefetchRecord(CAgg& node) {
     if (node.getType() != CAgg::eQsAtomMap)
         return;
-    CAgg::CAggQsAtomMap& map = node.toQsAtomMap();
-    if (map.empty())
-        return;
-    __builtin_prefetch(map.begin().position());
-    __builtin_prefetch(&*map.begin());
-    __builtin_prefetch(&*std::prev(map.end()));
+    const char* record = reinterpret_cast<const char*>(&node.toQsAtomMap());
+    for (int line = 0; line < 4; ++line)
+        __builtin_prefetch(record + 64 * line);
 }
 
 QsAtom atomIn(CAgg* type) {
@@ -369,18 +363,17 @@ bool CAgg2XML::serializeElement() {
     case kNothingWritten:
         doOpenTag(state.entries, state.tag);
         state.state = kOpenTagWritten;
-        // The records of the children are wanted soon, one after the other: ask for them all
-        // at once, so that their trips to memory overlap.
-        for (long i = 0; i < std::min(count, 16L); ++i)
-            prefetchMap((*state.list)[static_cast<size_t>(i)]);
+        // The records of the children are wanted soon, one after the other: ask for the first
+        // ones all at once, so that their trips to memory overlap, and keep as far ahead as
+        // each child is taken.
+        for (long i = 0; i < std::min(count, kPrefetchAhead); ++i)
+            prefetchRecord((*state.list)[static_cast<size_t>(i)]);
         break;
     case kOpenTagWritten:
         if (state.children < count) {
             CAgg* child = &(*state.list)[static_cast<size_t>(state.children)];
-            if (state.children + 1 < count)
-                prefetchEntries((*state.list)[static_cast<size_t>(state.children + 1)]);
-            if (state.children + 2 < count)
-                prefetchMap((*state.list)[static_cast<size_t>(state.children + 2)]);
+            if (state.children + kPrefetchAhead < count)
+                prefetchRecord((*state.list)[static_cast<size_t>(state.children + kPrefetchAhead)]);
             ++state.children;
             // The push may move the states: state is not looked at again.
             m_nodes.push_back(child);
