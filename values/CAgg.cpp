@@ -235,24 +235,6 @@ void CAgg::swapWith(CAgg& other) noexcept {
     std::swap(m_payload, other.m_payload);
 }
 
-namespace {
-
-// A copy of a map whose nodes lie together: all of them are made first, in key order, and only
-// then are the values copied into them. A plain copy of a std::map interleaves each node with
-// the whole subtree of its value, so that a record's own entries end up far apart, and every
-// walk of the copy pays a trip to memory per entry.
-template <class Map> Map* copyRecord(const Map& from) {
-    auto copy = std::make_unique<Map>();
-    for (const auto& entry : from)
-        copy->emplace_hint(copy->end(), entry.first, CAgg());
-    auto source = from.begin();
-    for (auto& entry : *copy)
-        entry.second = (source++)->second;
-    return copy.release();
-}
-
-} // namespace
-
 void CAgg::copyFrom(const CAgg& other) {
     const Payload& from = other.m_payload;
     switch (other.m_type) {
@@ -271,7 +253,7 @@ void CAgg::copyFrom(const CAgg& other) {
         m_payload.shadow = new CLobObjShadow(*from.shadow);
         break;
     case eMap:
-        m_payload.map = copyRecord(*from.map);
+        m_payload.map = new CAggMap(*from.map);
         break;
     case eQsAtomMap:
         m_payload.atomMap = CAggAtomMap::makeCopy(*from.atomMap);
