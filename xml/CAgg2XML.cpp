@@ -148,11 +148,17 @@ void appendRaw(std::string& out, const _EStrRec* text, long from = 0) {
 struct EscapeTable {
     const char* replacement[128];
     unsigned char length[128];
+    // Per byte: 0 when it stands for itself, else 1 (the bytes past ASCII included), so that a
+    // run of plain text is found by one test per byte.
+    unsigned char special[256];
     EscapeTable() {
+        for (int c = 0; c < 256; ++c)
+            special[c] = c >= 128;
         for (int c = 0; c < 128; ++c) {
             bool dropped = c < 32 && c != '\t' && c != '\n' && c != '\r';
             replacement[c] = dropped ? "" : nullptr;
             length[c] = dropped ? 0 : 1;
+            special[c] = dropped;
         }
         set('"', "&quot;");
         set('&', "&amp;");
@@ -160,6 +166,7 @@ struct EscapeTable {
         set('>', "&gt;");
     }
     void set(char c, const char* entity) {
+        special[static_cast<int>(c)] = 1;
         replacement[static_cast<int>(c)] = entity;
         length[static_cast<int>(c)] = static_cast<unsigned char>(std::strlen(entity));
     }
@@ -193,22 +200,26 @@ void appendEscaped(std::string& out, uint32_t c) {
         out.push_back(static_cast<char>(c));
 }
 
+// Escapes ASCII bytes, copying runs that need nothing whole. False, with nothing appended, at
+// the first byte past ASCII.
 bool appendEscapedASCII(std::string& out, const char* bytes, long length) {
+    const auto* in = reinterpret_cast<const unsigned char*>(bytes);
     size_t mark = out.size();
-    long run = 0;
-    for (long i = 0; i < length; ++i) {
-        auto c = static_cast<unsigned char>(bytes[i]);
+    long i = 0;
+    while (i < length) {
+        long run = i;
+        while (i < length && !kEscapes.special[in[i]])
+            ++i;
+        out.append(bytes + run, static_cast<size_t>(i - run));
+        if (i == length)
+            break;
+        unsigned char c = in[i++];
         if (c >= 0x80) {
             out.resize(mark);
             return false;
         }
-        if (const char* replacement = kEscapes.replacement[c]) {
-            out.append(bytes + run, static_cast<size_t>(i - run));
-            out.append(replacement, kEscapes.length[c]);
-            run = i + 1;
-        }
+        out.append(kEscapes.replacement[c], kEscapes.length[c]);
     }
-    out.append(bytes + run, static_cast<size_t>(length - run));
     return true;
 }
 
