@@ -1,6 +1,7 @@
 #include "xml/CAgg2XML.h"
 
 #include "frame/QsCore.h"
+#include "frame/UTF8.h"
 #include "xml/XMLString.h"
 
 #include <algorithm>

@@ -1,5 +1,7 @@
 #include "xml/XMLString.h"
 
+#include "frame/UTF8.h"
+
 #include <cstring>
 
 namespace {
@@ -10,25 +12,6 @@ bool isASCII(const char* text, long length) {
             return false;
     }
     return true;
-}
-
-// Decodes the code point at text[i] and moves i past it. Expat hands over well-formed UTF-8
-// only; anything else still decodes to U+FFFD one byte at a time rather than read too far.
-uint32_t nextCodePoint(const unsigned char* text, long length, long& i) {
-    unsigned char lead = text[i++];
-    if (lead < 0x80)
-        return lead;
-    int more = lead >= 0xF0 ? 3 : lead >= 0xE0 ? 2 : lead >= 0xC0 ? 1 : -1;
-    if (more < 0 || lead > 0xF4 || i + more > length)
-        return 0xFFFD;
-    uint32_t codePoint = lead & (0x3F >> more);
-    for (int k = 0; k < more; ++k) {
-        if ((text[i + k] & 0xC0) != 0x80)
-            return 0xFFFD;
-        codePoint = (codePoint << 6) | (text[i + k] & 0x3F);
-    }
-    i += more;
-    return codePoint;
 }
 
 // The UTF-8 form of a UCS string's units; a surrogate pair is one character.
@@ -53,26 +36,6 @@ std::string unitsToUTF8(const _EStrRec* text) {
 }
 
 } // namespace
-
-void AppendUTF8(std::string& out, uint32_t codePoint) {
-    if (codePoint > 0x10FFFF || (codePoint >= 0xD800 && codePoint < 0xE000))
-        codePoint = 0xFFFD;
-    if (codePoint < 0x80) {
-        out.push_back(static_cast<char>(codePoint));
-    } else if (codePoint < 0x800) {
-        out.push_back(static_cast<char>(0xC0 | (codePoint >> 6)));
-        out.push_back(static_cast<char>(0x80 | (codePoint & 0x3F)));
-    } else if (codePoint < 0x10000) {
-        out.push_back(static_cast<char>(0xE0 | (codePoint >> 12)));
-        out.push_back(static_cast<char>(0x80 | ((codePoint >> 6) & 0x3F)));
-        out.push_back(static_cast<char>(0x80 | (codePoint & 0x3F)));
-    } else {
-        out.push_back(static_cast<char>(0xF0 | (codePoint >> 18)));
-        out.push_back(static_cast<char>(0x80 | ((codePoint >> 12) & 0x3F)));
-        out.push_back(static_cast<char>(0x80 | ((codePoint >> 6) & 0x3F)));
-        out.push_back(static_cast<char>(0x80 | (codePoint & 0x3F)));
-    }
-}
 
 CEStr XML_String2ESTR(const XML_Char* text) {
     return XML_String2ESTR(text, text ? static_cast<long>(std::strlen(text)) : 0);
@@ -101,8 +64,9 @@ CEStr XML_String2ESTR(const XML_Char* text, long length) {
         *out++ = static_cast<unsigned char>(unit);
     };
     const auto* bytes = reinterpret_cast<const unsigned char*>(text);
-    for (long i = 0; i < length;) {
-        uint32_t codePoint = nextCodePoint(bytes, length, i);
+    auto size = static_cast<size_t>(length);
+    for (size_t i = 0; i < size;) {
+        uint32_t codePoint = DecodeUTF8(bytes, size, i);
         if (codePoint >= 0x10000) {
             codePoint -= 0x10000;
             put(0xD800 + (codePoint >> 10));

@@ -27,7 +27,3 @@ XMLString ESTR2XML_String(const _EStrRec* text);
 /// A tag of the form URI, ":", local name as "m:" and the local name, followed by
 /// ` xmlns:m="URI"` when withNamespace is set; a tag without ":" comes back as it is.
 std::string Tag2UTF8AndNS(const XML_Char* tag, bool withNamespace);
-
-/// Appends the UTF-8 form of one code point; code points past U+10FFFF and lone surrogates
-/// give U+FFFD.
-void AppendUTF8(std::string& out, uint32_t codePoint);

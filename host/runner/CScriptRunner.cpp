@@ -1,6 +1,7 @@
 #include "host/runner/CScriptRunner.h"
 
 #include "frame/HostError.h"
+#include "frame/UTF8.h"
 #include "host/loop/CMainLoop.h"
 #include "host/script/CSpiderMonkeyEngine.h"
 #include "host/script/SMText.h"
@@ -30,7 +31,7 @@ private:
 /// UTF-8 text, a byte order mark dropped, as the engine's marked UCS.
 std::string markedSource(const std::string& utf8) {
     size_t skip = utf8.compare(0, 3, "\xEF\xBB\xBF") == 0 ? 3 : 0;
-    std::u16string units = SMUnitsFromUTF8(utf8.data() + skip, utf8.size() - skip);
+    std::u16string units = UTF16FromUTF8(utf8.data() + skip, utf8.size() - skip);
     return SMTextFromUnits(units.data(), units.size(), true, nullptr);
 }
 
@@ -75,7 +76,7 @@ std::string CScriptRunner::textOf(ESVal value) {
     QsTextRec text;
     if (!m_engine.readQsText(value, &text))
         return "";
-    return SMUTF8FromUnits(text.units.data(), text.units.size());
+    return UTF8FromUTF16(text.units.data(), text.units.size());
 }
 
 std::string CScriptRunner::propertyText(ESObject object, const char* name) {

@@ -5,6 +5,7 @@
 #include "host/script/SMText.h"
 
 #include "frame/HostError.h"
+#include "frame/UTF8.h"
 #include "frame/host/ICore.h"
 
 #include <js/CompilationAndEvaluation.h>
@@ -198,7 +199,7 @@ int32_t CSpiderMonkeyEngine::Impl::reportFailure(ESContext context) {
         defaultReport(context, line, message);
         return number;
     }
-    std::string text = hostText(SMUnitsFromUTF8(message.data(), message.size()));
+    std::string text = hostText(UTF16FromUTF8(message.data(), message.size()));
     ESErrorHandlerProc handler = context->errorHandler;
     void* data = context->errorData;
     context->inErrorHandler = true;

@@ -4,6 +4,7 @@
 #include "host/script/IScriptConsole.h"
 #include "host/script/SMText.h"
 
+#include "frame/UTF8.h"
 #include "frame/host/IUserInterface.h"
 
 #include <js/CallAndConstruct.h>
@@ -56,7 +57,7 @@ std::string argumentUTF8(CSpiderMonkeyEngine& engine, ESVal value) {
     QsTextRec text;
     if (engine.valType(value) == kESValUndefined || !engine.readQsText(value, &text))
         return "";
-    return SMUTF8FromUnits(text.units.data(), text.units.size());
+    return UTF8FromUTF16(text.units.data(), text.units.size());
 }
 
 int32_t argumentInt(CSpiderMonkeyEngine& engine, ESVal value, int32_t fallback) {
@@ -77,7 +78,7 @@ bool consolePrintln(ESContext context, ESObject, ESArgs args, ESVal) {
     QsTextRec text;
     if (!engine.readQsText(slots[0], &text))
         return false;
-    context->impl->consoleOut().println(SMUTF8FromUnits(text.units.data(), text.units.size()));
+    context->impl->consoleOut().println(UTF8FromUTF16(text.units.data(), text.units.size()));
     return true;
 }
 
@@ -175,7 +176,7 @@ bool appResponse(ESContext context, ESObject, ESArgs args, ESVal result) {
     }
     engine.setNull(result);
     if (answer) {
-        QsTextRec text{SMUnitsFromUTF8(answer->data(), answer->size())};
+        QsTextRec text{UTF16FromUTF8(answer->data(), answer->size())};
         engine.setQsText(result, &text);
     }
     return true;

@@ -1,58 +1,11 @@
 #include "host/script/SMText.h"
 
+#include "frame/UTF8.h"
 #include "frame/host/IEncodings.h"
 
 #include <cstring>
 
 namespace {
-
-constexpr char16_t kReplacement = 0xFFFD;
-
-// Decodes one UTF-8 sequence at text[i] and moves i past it.
-char32_t decodeUTF8(const unsigned char* text, size_t length, size_t& i) {
-    unsigned char lead = text[i];
-    if (lead < 0x80) {
-        ++i;
-        return lead;
-    }
-    int extra = lead >= 0xF5 ? -1 : lead >= 0xF0 ? 3 : lead >= 0xE0 ? 2 : lead >= 0xC2 ? 1 : -1;
-    if (extra < 0 || i + static_cast<size_t>(extra) >= length) {
-        ++i;
-        return kReplacement;
-    }
-    char32_t code = lead & (0x3F >> extra);
-    for (int k = 1; k <= extra; ++k) {
-        unsigned char next = text[i + static_cast<size_t>(k)];
-        if ((next & 0xC0) != 0x80) {
-            ++i;
-            return kReplacement;
-        }
-        code = (code << 6) | (next & 0x3F);
-    }
-    static const char32_t kMinimum[] = {0, 0x80, 0x800, 0x10000};
-    i += static_cast<size_t>(extra) + 1;
-    if (code < kMinimum[extra] || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF))
-        return kReplacement;
-    return code;
-}
-
-void appendUTF8(std::string& out, char32_t code) {
-    if (code < 0x80) {
-        out += static_cast<char>(code);
-    } else if (code < 0x800) {
-        out += static_cast<char>(0xC0 | (code >> 6));
-        out += static_cast<char>(0x80 | (code & 0x3F));
-    } else if (code < 0x10000) {
-        out += static_cast<char>(0xE0 | (code >> 12));
-        out += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (code & 0x3F));
-    } else {
-        out += static_cast<char>(0xF0 | (code >> 18));
-        out += static_cast<char>(0x80 | ((code >> 12) & 0x3F));
-        out += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (code & 0x3F));
-    }
-}
 
 bool isSurrogate(char16_t unit) {
     return unit >= 0xD800 && unit <= 0xDFFF;
@@ -101,7 +54,7 @@ std::u16string SMTextToUnits(const char* text, long length, IEncodings* encoding
     size_t size = length < 0 ? std::strlen(text) : static_cast<size_t>(length);
     if (encodings && encodings->toUnicode(encodings->hostEncodingName(), text, size, units))
         return units;
-    return SMUnitsFromUTF8(text, size);
+    return UTF16FromUTF8(text, size);
 }
 
 std::string SMTextFromUnits(const char16_t* units, size_t count, bool ucs, IEncodings* encodings) {
@@ -116,38 +69,5 @@ std::string SMTextFromUnits(const char16_t* units, size_t count, bool ucs, IEnco
     }
     if (encodings)
         return encodeHost(units, count, *encodings);
-    return SMUTF8FromUnits(units, count);
-}
-
-std::u16string SMUnitsFromUTF8(const char* text, size_t length) {
-    std::u16string units;
-    const auto* bytes = reinterpret_cast<const unsigned char*>(text);
-    for (size_t i = 0; i < length;) {
-        char32_t code = decodeUTF8(bytes, length, i);
-        if (code >= 0x10000) {
-            code -= 0x10000;
-            units += static_cast<char16_t>(0xD800 + (code >> 10));
-            units += static_cast<char16_t>(0xDC00 + (code & 0x3FF));
-        } else {
-            units += static_cast<char16_t>(code);
-        }
-    }
-    return units;
-}
-
-std::string SMUTF8FromUnits(const char16_t* units, size_t count) {
-    std::string out;
-    out.reserve(count);
-    for (size_t i = 0; i < count; ++i) {
-        char32_t code = units[i];
-        if (code >= 0xD800 && code <= 0xDBFF && i + 1 < count && units[i + 1] >= 0xDC00 &&
-            units[i + 1] <= 0xDFFF) {
-            code = 0x10000 + ((code - 0xD800) << 10) + (units[i + 1] - 0xDC00);
-            ++i;
-        } else if (isSurrogate(static_cast<char16_t>(code))) {
-            code = kReplacement;
-        }
-        appendUTF8(out, code);
-    }
-    return out;
+    return UTF8FromUTF16(units, count);
 }

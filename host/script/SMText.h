@@ -15,7 +15,3 @@ bool SMIsMarkedUCS(const char* text, long length);
 std::u16string SMTextToUnits(const char* text, long length, IEncodings* encodings);
 /// Units as marked UCS bytes, or as host bytes where a unit the encoding cannot hold is "?".
 std::string SMTextFromUnits(const char16_t* units, size_t count, bool ucs, IEncodings* encodings);
-/// UTF-8 to units; a malformed sequence gives U+FFFD and moves on by one byte.
-std::u16string SMUnitsFromUTF8(const char* text, size_t length);
-/// Units to UTF-8; a lone surrogate gives U+FFFD.
-std::string SMUTF8FromUnits(const char16_t* units, size_t count);
