@@ -36,7 +36,7 @@ test-sanitize: deps $(ASAN_BUILD)/build.ninja
 	cd $(ASAN_BUILD) && ctest --output-on-failure -j $(JOBS)
 
 bench: build
-	./$(BUILD)/bench/values_bench
+	for b in values xml soap; do ./$(BUILD)/bench/$${b}_bench --benchmark_min_time=2 || exit 1; done
 
 format:
 	git ls-files '*.cpp' '*.h' | xargs clang-format -i
