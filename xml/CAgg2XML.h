@@ -10,7 +10,6 @@
 #include "values/QsStm.h"
 #include "xml/CXMLElement.h"
 
-#include <memory>
 #include <string>
 #include <vector>
 
