@@ -2,9 +2,7 @@
 // (two zero bytes behind the text, a length within the capacity) and nothing may crash.
 // Input: one byte of source encoding, one of target, then the text.
 
-#include "frame/HostTables.h"
-#include "host/core/CHostCore.h"
-#include "host/encodings/CIconvEncodings.h"
+#include "fuzz/FuzzHost.h"
 #include "values/EStr.h"
 
 #include <cstdlib>
@@ -18,11 +16,7 @@ void checkWhole(const _EStrRec* s) {
 }
 
 void setUp() {
-    static CHostCore core;
-    static CIconvEncodings encodings;
-    gCoreHFT = &core;
-    gBaseKitHFT = &encodings;
-    core.registerTable("VellScriptInterface", 0x70000, &encodings);
+    fuzzInstallCoreAndEncodings(true);
 }
 
 } // namespace

@@ -4,9 +4,7 @@
 // Input: one byte choosing the reader, then the document.
 
 #include "frame/HostError.h"
-#include "frame/HostTables.h"
-#include "host/core/CHostCore.h"
-#include "host/encodings/CIconvEncodings.h"
+#include "fuzz/FuzzHost.h"
 #include "soap/CSOAPReader.h"
 #include "values/QsStm.h"
 #include "xml/CXML2CAgg.h"
@@ -17,11 +15,7 @@
 namespace {
 
 void setUp() {
-    static CHostCore core;
-    static CIconvEncodings encodings;
-    gCoreHFT = &core;
-    gBaseKitHFT = &encodings;
-    core.registerTable("VellScriptInterface", 0x70000, &encodings);
+    fuzzInstallCoreAndEncodings(true);
 }
 
 // Reads every stream in the value, as a caller would.

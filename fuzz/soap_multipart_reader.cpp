@@ -2,9 +2,7 @@
 // Every part found is read to its end; nothing may crash, and a part's stream never gives more
 // than the reply held.
 
-#include "frame/HostTables.h"
-#include "host/core/CHostCore.h"
-#include "host/encodings/CIconvEncodings.h"
+#include "fuzz/FuzzHost.h"
 #include "host/files/CPosixFileSystem.h"
 #include "soap/CMultipartReader.h"
 #include "soap/SOAPText.h"
@@ -29,13 +27,9 @@ private:
 };
 
 void setUp() {
-    static CHostCore core;
-    static CIconvEncodings encodings;
     static DiskSupport support;
-    gCoreHFT = &core;
-    gBaseKitHFT = &encodings;
+    fuzzInstallCoreAndEncodings(true);
     gVellSupportHFT = &support;
-    core.registerTable("VellScriptInterface", 0x70000, &encodings);
 }
 
 } // namespace

@@ -1,27 +1,16 @@
 // Any bytes as a document, fed in two pieces cut where the first byte says: the parser must
 // answer with a result and, on failure, a message; a tree it accepts must have the record shape
 // on every node.
-#include "frame/HostTables.h"
-#include "host/core/CHostCore.h"
-#include "host/encodings/CIconvEncodings.h"
+#include "fuzz/FuzzHost.h"
 #include "xml/CXML2CAgg.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <vector>
 
 namespace {
 
 void setUp() {
-    static CHostCore core;
-    static CIconvEncodings encodings;
-    gCoreHFT = &core;
-    gBaseKitHFT = &encodings;
-}
-
-void require(bool condition) {
-    if (!condition)
-        std::abort();
+    fuzzInstallCoreAndEncodings(false);
 }
 
 // Every node is an element with its four entries or a text node with a string; the walk keeps
@@ -33,14 +22,14 @@ void checkShape(CAgg& root) {
         pending.pop_back();
         CXMLElement element(node);
         if (element.isText()) {
-            require(node.has(kXMLKeyText) && node[kXMLKeyText].getType() == CAgg::eEStr);
+            fuzzRequire(node.has(kXMLKeyText) && node[kXMLKeyText].getType() == CAgg::eEStr);
             continue;
         }
-        require(element.isElement());
-        require(node.has(kXMLKeyName) && node.has(kXMLKeyNameSpace));
-        require(node.has(kXMLKeyAttr) && node[kXMLKeyAttr].getType() == CAgg::eMap);
-        require(node.has(kXMLKeyChildren) && node[kXMLKeyChildren].getType() == CAgg::eVector);
-        require((&node == &root) != node.has(kXMLKeyNSDict));
+        fuzzRequire(element.isElement());
+        fuzzRequire(node.has(kXMLKeyName) && node.has(kXMLKeyNameSpace));
+        fuzzRequire(node.has(kXMLKeyAttr) && node[kXMLKeyAttr].getType() == CAgg::eMap);
+        fuzzRequire(node.has(kXMLKeyChildren) && node[kXMLKeyChildren].getType() == CAgg::eVector);
+        fuzzRequire((&node == &root) != node.has(kXMLKeyNSDict));
         for (CAgg& child : node[kXMLKeyChildren].toVector())
             pending.push_back(&child);
     }
@@ -64,7 +53,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (result)
         result = parser.parse(nullptr, 0, 1);
     CEStr message = parser.getErrorString();
-    require((result != 0) == (EStrGetLen(message) == 0));
+    fuzzRequire((result != 0) == (EStrGetLen(message) == 0));
     if (result) {
         checkShape(parser.getRoot());
         CXMLElement(parser.getRoot()).getValue();

@@ -1,29 +1,18 @@
 // Parse, serialise, parse again. A tree the parser accepts, with its text marked for escaping,
 // must serialise to the same bytes whatever size the reads have; when that text parses in turn,
 // its tree must serialise the same way too.
-#include "frame/HostTables.h"
-#include "host/core/CHostCore.h"
-#include "host/encodings/CIconvEncodings.h"
+#include "fuzz/FuzzHost.h"
 #include "xml/CAgg2XML.h"
 #include "xml/CXML2CAgg.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <vector>
 
 namespace {
 
 void setUp() {
-    static CHostCore core;
-    static CIconvEncodings encodings;
-    gCoreHFT = &core;
-    gBaseKitHFT = &encodings;
-}
-
-void require(bool condition) {
-    if (!condition)
-        std::abort();
+    fuzzInstallCoreAndEncodings(false);
 }
 
 void markEncoded(CAgg& root) {
@@ -48,15 +37,15 @@ std::string serialise(CAgg& tree, long count) {
     std::string buffer(static_cast<size_t>(count), '\0');
     for (long n; (n = serialiser.readProc(buffer.data(), count)) > 0;)
         text.append(buffer.data(), static_cast<size_t>(n));
-    require(serialiser.readProc(buffer.data(), count) == 0);
+    fuzzRequire(serialiser.readProc(buffer.data(), count) == 0);
     return text;
 }
 
 // The serialised text of a tree, checked to come out the same in small and large reads.
 std::string serialiseBothWays(CAgg& tree, long small) {
     std::string whole = serialise(tree, 4096);
-    require(whole.rfind("<?xml version=\"1.0\"?>\n", 0) == 0);
-    require(serialise(tree, small) == whole);
+    fuzzRequire(whole.rfind("<?xml version=\"1.0\"?>\n", 0) == 0);
+    fuzzRequire(serialise(tree, small) == whole);
     return whole;
 }
 
