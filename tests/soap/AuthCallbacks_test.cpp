@@ -52,17 +52,10 @@ protected:
 
     /// Runs script in the test's context; its value as UTF-8 text.
     std::string run(const std::string& source) {
-        ESVal result = gESHFT->newVal(context);
-        HostFrame frame;
-        frame.run([&] {
-            gESHFT->evaluate(context, nullptr, source.c_str(), static_cast<long>(source.size()),
-                             result);
-        });
-        EXPECT_EQ(frame.code(), 0) << source;
-        CQsText text;
-        gESHFT->readQsText(result, text.get());
-        gESHFT->freeVal(result);
-        return text.getString();
+        int32_t code = 0;
+        std::string text = evaluateScript(context, source, code);
+        EXPECT_EQ(code, 0) << source;
+        return text;
     }
     /// Stores alice's credentials for the server and realm, or forgets them.
     void store(const char* server, const char* realm, bool stored) {

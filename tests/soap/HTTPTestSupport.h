@@ -1,8 +1,12 @@
-// Shared pieces of the HTTP and credential tests: test data, a consumer that records a reply,
-// header records, authenticate maps and a look into the credential store.
+// Shared pieces of the HTTP, credential and script tests: test data, a consumer that records a
+// reply, header records, authenticate maps, a look into the credential store, and a script
+// evaluated in a context.
 #pragma once
 
+#include "frame/HostError.h"
+#include "frame/HostTables.h"
 #include "frame/QsCore.h"
+#include "frame/QsText.h"
 #include "soap/CCredStore.h"
 #include "soap/CHTTPRequest.h"
 #include "values/CAgg.h"
@@ -104,4 +108,20 @@ inline std::optional<std::pair<std::string, std::string>> storedCredentials(cons
     QsFree(user);
     QsFree(password);
     return found;
+}
+
+/// Evaluates script in the context: the text of its value, and in code the error it raised (0
+/// for none).
+inline std::string evaluateScript(ESContext context, const std::string& source, int32_t& code) {
+    ESVal result = gESHFT->newVal(context);
+    HostFrame frame;
+    frame.run([&] {
+        gESHFT->evaluate(context, nullptr, source.c_str(), static_cast<long>(source.size()),
+                         result);
+    });
+    code = frame.code();
+    CQsText text;
+    gESHFT->readQsText(result, text.get());
+    gESHFT->freeVal(result);
+    return text.getString();
 }

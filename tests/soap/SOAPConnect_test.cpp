@@ -35,17 +35,10 @@ protected:
 
     /// Runs script in the test's context: its value as text, or "throws" when it threw.
     std::string run(const std::string& source) {
-        ESVal result = gESHFT->newVal(context);
-        HostFrame frame;
-        frame.run([&] {
-            gESHFT->evaluate(context, nullptr, source.c_str(), static_cast<long>(source.size()),
-                             result);
-        });
-        CQsText text;
-        gESHFT->readQsText(result, text.get());
-        gESHFT->freeVal(result);
+        int32_t code = 0;
+        std::string text = evaluateScript(context, source, code);
         gESHFT->clearException(context);
-        return frame.code() ? "throws" : text.getString();
+        return code ? "throws" : text;
     }
 
     FakeHost host;
