@@ -99,28 +99,15 @@ public:
     iterator end() { return iterator(m_order + m_size); }
     const_iterator begin() const { return const_iterator(m_order); }
     const_iterator end() const { return const_iterator(m_order + m_size); }
-    const_iterator cbegin() const { return begin(); }
-    const_iterator cend() const { return end(); }
 
     iterator find(QsAtom key);
     const_iterator find(QsAtom key) const;
     size_t count(QsAtom key) const { return find(key) != end(); }
-    bool contains(QsAtom key) const { return find(key) != end(); }
-    /// The first entry whose key is not below the key.
-    iterator lower_bound(QsAtom key) { return iterator(lowerBound(key)); }
-    const_iterator lower_bound(QsAtom key) const { return const_iterator(lowerBound(key)); }
 
     /// The value of the key, made void when missing.
     CAgg& operator[](QsAtom key);
     /// Adds the entry when the key is missing; else leaves the map alone.
     template <class... Args> std::pair<iterator, bool> emplace(QsAtom key, Args&&... args);
-    template <class... Args> std::pair<iterator, bool> try_emplace(QsAtom key, Args&&... args) {
-        return emplace(key, std::forward<Args>(args)...);
-    }
-    /// emplace; the hint is not needed.
-    template <class... Args> iterator emplace_hint(const_iterator, QsAtom key, Args&&... args) {
-        return emplace(key, std::forward<Args>(args)...).first;
-    }
     std::pair<iterator, bool> insert(const value_type& entry);
     template <class Value> std::pair<iterator, bool> insert_or_assign(QsAtom key, Value&& value);
 
