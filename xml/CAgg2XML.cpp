@@ -125,23 +125,7 @@ void appendRaw(std::string& out, const _EStrRec* text, long from = 0) {
             out.append(EStrGetBytes(text) + from, static_cast<size_t>(length - from));
         return;
     }
-    const auto* bytes = reinterpret_cast<const unsigned char*>(EStrGetBytes(text));
-    long count = unitCount(text);
-    for (long i = from; i < count; ++i) {
-        uint32_t unit = unitAt(bytes, i);
-        if (unit >= 0xD800 && unit < 0xDC00 && i + 1 < count) {
-            uint32_t low = unitAt(bytes, i + 1);
-            if (low >= 0xDC00 && low < 0xE000) {
-                AppendUTF8(out, 0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00));
-                ++i;
-                continue;
-            }
-        }
-        if (unit < 0x80)
-            out.push_back(static_cast<char>(unit));
-        else
-            AppendUTF8(out, unit);
-    }
+    AppendUCSAsUTF8(out, text, from);
 }
 
 // What an ASCII character becomes in escaped text: null for itself, "" for nothing (control
@@ -450,8 +434,7 @@ void CAgg2XML::serializePI() {
 CAgg2XML::Entries CAgg2XML::entriesOf(CAgg& node) const {
     Entries entries;
     if (node.getType() == CAgg::eQsAtomMap) {
-        // One pass over the record: its entries lie apart in memory, and a lookup per key
-        // would visit the same ones again and again.
+        // One pass over the record rather than a lookup per key.
         for (auto& [key, value] : node.toQsAtomMap()) {
             CAgg* entry = &value;
             if (key == m_keys.type)

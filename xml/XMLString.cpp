@@ -14,28 +14,30 @@ bool isASCII(const char* text, long length) {
     return true;
 }
 
-// The UTF-8 form of a UCS string's units; a surrogate pair is one character.
-std::string unitsToUTF8(const _EStrRec* text) {
+} // namespace
+
+void AppendUCSAsUTF8(std::string& out, const _EStrRec* text, long from) {
     const auto* bytes = reinterpret_cast<const unsigned char*>(EStrGetBytes(text));
     long count = (EStrGetLen(text) - 2) / 2;
-    std::string out;
-    out.reserve(static_cast<size_t>(count > 0 ? count : 0));
-    for (long i = 0; i < count; ++i) {
-        uint32_t unit = (bytes[2 + 2 * i] << 8) | bytes[3 + 2 * i];
+    auto unitAt = [bytes](long i) -> uint32_t {
+        return (bytes[2 + 2 * i] << 8) | bytes[3 + 2 * i];
+    };
+    for (long i = from; i < count; ++i) {
+        uint32_t unit = unitAt(i);
         if (unit >= 0xD800 && unit < 0xDC00 && i + 1 < count) {
-            uint32_t low = (bytes[4 + 2 * i] << 8) | bytes[5 + 2 * i];
+            uint32_t low = unitAt(i + 1);
             if (low >= 0xDC00 && low < 0xE000) {
                 AppendUTF8(out, 0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00));
                 ++i;
                 continue;
             }
         }
-        AppendUTF8(out, unit);
+        if (unit < 0x80)
+            out.push_back(static_cast<char>(unit));
+        else
+            AppendUTF8(out, unit); // a lone surrogate gives U+FFFD
     }
-    return out;
 }
-
-} // namespace
 
 CEStr XML_String2ESTR(const XML_Char* text) {
     return XML_String2ESTR(text, text ? static_cast<long>(std::strlen(text)) : 0);
@@ -84,20 +86,24 @@ std::string XML_String2UTF8(const XML_Char* text) {
 }
 
 std::string ESTR2UTF8(const _EStrRec* text) {
+    std::string out;
     if (!text)
-        return {};
+        return out;
     int32_t encoding = EStrGetEncoding(text);
-    if (encoding == kEStrUCS || encoding == kEStrUCSShaped)
-        return unitsToUTF8(text);
+    if (encoding == kEStrUCS || encoding == kEStrUCSShaped) {
+        AppendUCSAsUTF8(out, text);
+        return out;
+    }
     const char* bytes = EStrGetBytes(text);
     long length = EStrGetLen(text);
     if (isASCII(bytes, length))
-        return std::string(bytes, static_cast<size_t>(length));
+        return out.assign(bytes, static_cast<size_t>(length));
     CEStr wide = CEStr::adopt(EStrCopySetEncoding(text, kEStrUCS));
-    if (EStrGetEncoding(wide) == kEStrUCS)
-        return unitsToUTF8(wide);
+    if (EStrGetEncoding(wide) == kEStrUCS) {
+        AppendUCSAsUTF8(out, wide);
+        return out;
+    }
     // Without a converter at hand the bytes are read as Latin-1.
-    std::string out;
     for (long i = 0; i < length; ++i)
         AppendUTF8(out, static_cast<unsigned char>(bytes[i]));
     return out;

@@ -20,6 +20,9 @@ CEStr XML_String2ESTR(const XML_Char* text);
 CEStr XML_String2ESTR(const XML_Char* text, long length);
 /// Expat's text as UTF-8 bytes; null gives the empty text.
 std::string XML_String2UTF8(const XML_Char* text);
+/// Appends the UTF-8 form of a UCS string's units from unit `from` on; a surrogate pair is one
+/// character, a lone surrogate gives U+FFFD.
+void AppendUCSAsUTF8(std::string& out, const _EStrRec* text, long from = 0);
 /// A CEStr of any encoding as UTF-8 bytes; null gives the empty text.
 std::string ESTR2UTF8(const _EStrRec* text);
 /// A CEStr of any encoding as Expat's text.
