@@ -20,17 +20,17 @@ struct ScriptHost {
         host.network().initialize();
         host.installScriptEngine();
         module.init();
-        context = gESHFT->newContext("App", nullptr);
+        context = host.scriptEngine().newContext("App", nullptr);
     }
     ~ScriptHost() {
         module.term();
         QsCabLocalTerm();
     }
     void run(const std::string& source) {
-        ESVal result = gESHFT->newVal(context);
-        gESHFT->evaluate(context, nullptr, source.c_str(), static_cast<long>(source.size()),
-                         result);
-        gESHFT->freeVal(result);
+        IScriptEngine& es = host.scriptEngine();
+        ESVal result = es.newVal(context);
+        es.evaluate(context, nullptr, source.c_str(), static_cast<long>(source.size()), result);
+        es.freeVal(result);
     }
 
     FakeHost host;

@@ -9,6 +9,7 @@
 #include "host/encodings/CIconvEncodings.h"
 #include "host/script/CSpiderMonkeyEngine.h"
 #include "values/CES.h"
+#include "values/CESConvert.h"
 
 #include <benchmark/benchmark.h>
 

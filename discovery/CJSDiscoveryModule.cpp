@@ -1,7 +1,6 @@
 #include "discovery/CJSDiscoveryModule.h"
 
-#include "frame/HostTables.h"
-#include "values/CES.h"
+#include "values/CESGlobalObject.h"
 
 namespace {
 
@@ -10,21 +9,13 @@ CJSDiscoveryModule* gDiscoveryModule = nullptr;
 // Gets or creates the context's SOAP object. "queryServices" and "resolveService" come with
 // script discovery.
 void JSDiscoveryContextInit(ESContext context) {
-    try {
-        CES::getOrCreateGlobalObject(context, "SOAP");
-    } catch (const CES::Val&) {
-        // A context that cannot take the object goes without it.
-    } catch (const HostError&) {
-    }
+    CES::defineGlobalObject(context, "SOAP", {});
 }
 
 } // namespace
 
 bool CJSDiscoveryModule::init() {
-    if (!gESHFT)
-        return false;
-    gESHFT->registerContextInit(JSDiscoveryContextInit);
-    return true;
+    return CES::registerContextInit(JSDiscoveryContextInit);
 }
 
 void JSDiscoveryInit() {

@@ -21,6 +21,7 @@
 #include "tracker/CVxTasksModule.h"
 #include "tracker/CVxURLCommandModule.h"
 #include "tracker/RSSPanel.h"
+#include "values/CESGlobalObject.h"
 #include "values/QsCab.h"
 
 // Built at load, and so on the registry before any other module: it runs last.
@@ -47,8 +48,7 @@ void CppInit() {
     // CSharedTrackerObserverInit, the shared Tracker's start-up procedure, comes here with the
     // instance channel.
     CModule::initAll();
-    if (gESHFT)
-        gESHFT->registerStringProvider("SOAPString", SOAPStringProvider);
+    CES::registerStringProvider("SOAPString", SOAPStringProvider);
 }
 
 void CppTerm() {

@@ -5,7 +5,6 @@
 #include "fuzz/FuzzHost.h"
 #include "host/files/CPosixFileSystem.h"
 #include "soap/CMultipartReader.h"
-#include "soap/SOAPText.h"
 #include "values/QsStm.h"
 
 #include <cstdint>
@@ -45,7 +44,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     CAgg headers;
     CAgg& header = headers[0L];
     header["key"] = CAgg("Content-Type");
-    header["value"] = CAgg(SOAPEStrFromUTF8(input.substr(0, lineEnd)).get());
+    header["value"] = CAgg(EStrFromUTF8(input.substr(0, lineEnd)).get());
 
     CMultipartReader reader;
     QsStm stream = QsMemStmRdOpen(body.data(), body.size());

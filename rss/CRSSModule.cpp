@@ -1,7 +1,6 @@
 #include "rss/CRSSModule.h"
 
-#include "frame/HostTables.h"
-#include "values/CES.h"
+#include "values/CESGlobalObject.h"
 
 namespace {
 
@@ -11,21 +10,13 @@ CRSSModule* gRSSModule = nullptr;
 // "getContents", "addUI" and the read-only properties "feeds" and "hasExternalReader" come with
 // the script RSS object.
 void JSRSSContextInit(ESContext context) {
-    try {
-        CES::getOrCreateGlobalObject(context, "RSS");
-    } catch (const CES::Val&) {
-        // A context that cannot take the object goes without it.
-    } catch (const HostError&) {
-    }
+    CES::defineGlobalObject(context, "RSS", {});
 }
 
 } // namespace
 
 bool CRSSModule::init() {
-    if (!gESHFT)
-        return false;
-    gESHFT->registerContextInit(JSRSSContextInit);
-    return true;
+    return CES::registerContextInit(JSRSSContextInit);
 }
 
 void JSRSSInit() {

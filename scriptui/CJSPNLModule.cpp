@@ -2,6 +2,7 @@
 
 #include "frame/HostTables.h"
 #include "frame/PluginEntry.h"
+#include "values/CESGlobalObject.h"
 
 namespace {
 
@@ -13,9 +14,8 @@ void JSPNLAppInit(ESContext, ESObject) {}
 } // namespace
 
 bool CJSPNLModule::init() {
-    if (!gESHFT || !gVellViewUserInterfaceHFT)
+    if (!gVellViewUserInterfaceHFT || !CES::registerClassInit(JSPNLAppInit, "App"))
         return false;
-    gESHFT->registerClassInit(JSPNLAppInit, "App");
     gVellViewUserInterfaceHFT->registerNotification(kVxNotifyAppWillQuit, gExtensionID,
                                                     jsPrefAppWillQuit, nullptr);
     return true;

@@ -1,6 +1,6 @@
 #include "scriptui/CJSToolButtonModule.h"
 
-#include "frame/HostTables.h"
+#include "values/CESGlobalObject.h"
 
 namespace {
 
@@ -13,10 +13,7 @@ void JSToolButtonAppInit(ESContext, ESObject) {}
 } // namespace
 
 bool CJSToolButtonModule::init() {
-    if (!gESHFT)
-        return false;
-    gESHFT->registerClassInit(JSToolButtonAppInit, "App");
-    return true;
+    return CES::registerClassInit(JSToolButtonAppInit, "App");
 }
 
 void JSToolButtonInit() {

@@ -1,6 +1,6 @@
 #include "scriptui/JSVxViewModule.h"
 
-#include "frame/HostTables.h"
+#include "values/CESGlobalObject.h"
 
 namespace {
 
@@ -10,8 +10,5 @@ void JSVxViewAppInit(ESContext, ESObject) {}
 } // namespace
 
 bool JSVxViewModule::init() {
-    if (!gESHFT)
-        return false;
-    gESHFT->registerClassInit(JSVxViewAppInit, "App");
-    return true;
+    return CES::registerClassInit(JSVxViewAppInit, "App");
 }

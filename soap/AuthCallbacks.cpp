@@ -1,9 +1,10 @@
 #include "soap/AuthCallbacks.h"
 
 #include "frame/HostError.h"
-#include "frame/HostTables.h"
 #include "frame/QsCore.h"
 #include "soap/CCredStore.h"
+#include "values/CES.h"
+#include "values/CESEventScope.h"
 
 #include <cstdio>
 #include <cstring>
@@ -154,18 +155,12 @@ std::optional<std::string> entryText(const CAgg& map, const char* key) {
 }
 
 /// The text of a property of a script object, as UTF-8; nothing for undefined or null.
-std::optional<std::string> propertyText(IScriptEngine& es, ESContext context, ESObject object,
-                                        const char* name) {
-    ESVal value = es.newVal(context);
-    std::optional<std::string> text;
-    if (es.getProperty(object, name, value) && es.valType(value) != kESValUndefined &&
-        es.valType(value) != kESValNull) {
-        CQsText units;
-        if (es.readQsText(value, units.get()))
-            text = units.getString();
-    }
-    es.freeVal(value);
-    return text;
+std::optional<std::string> propertyText(const CES::Val& object, const char* name) {
+    CES::Val value = object[name];
+    ESValType type = value.type();
+    if (type == kESValUndefined || type == kESValNull)
+        return std::nullopt;
+    return value.text().getString();
 }
 
 /// What the dialog gave back.
@@ -184,9 +179,6 @@ struct DialogAnswer {
 /// dialog manager, an error in the engine) gives nothing, as Cancel does.
 DialogAnswer runDialog(const char* server, const char* realm, bool credentialStore) {
     DialogAnswer answer;
-    IScriptEngine* es = gESHFT;
-    if (!es)
-        return answer;
     std::string source = makeAuthDialogScript(server, realm, credentialStore);
     // Marked UCS, so that the server's name reaches the script whatever the host's encoding.
     CQsText units(source.c_str());
@@ -195,38 +187,34 @@ DialogAnswer runDialog(const char* server, const char* realm, bool credentialSto
         ucs += static_cast<char>(unit >> 8);
         ucs += static_cast<char>(unit & 0xff);
     }
-    ESContext context = es->defaultContext();
-    bool ownContext = !context;
-    if (ownContext)
-        context = es->newContext("Console", nullptr);
-    if (!context)
-        return answer;
-    es->beginScope(context);
-    ESEvent event = es->openEvent(context, "Console", "Exec");
-    ESVal result = es->newVal(context);
-    HostFrame frame;
-    frame.run(
-        [&] { es->evaluate(context, event, ucs.data(), static_cast<long>(ucs.size()), result); });
-    ESVal eventResult = es->newVal(context);
-    ESObject resultObject = nullptr;
-    if (es->getProperty(es->eventObject(event), "result", eventResult))
-        resultObject = es->readObject(eventResult);
-    if (resultObject) {
-        answer.user = propertyText(*es, context, resultObject, "Username");
-        answer.password = propertyText(*es, context, resultObject, "Password");
-        ESVal keep = es->newVal(context);
-        answer.keep = es->getProperty(resultObject, "UsePlatformAuth", keep) &&
-                      es->valType(keep) == kESValBoolean && es->readBool(keep);
-        es->freeVal(keep);
+    try {
+        CES::CurrentOrNewContext context("Console");
+        if (!context.get())
+            return answer;
+        // Errors of the dialog's script go to the host's handler, as any script's do.
+        ESContext scope = context.get();
+        int32_t code = 0;
+        {
+            CES::ValueScope values(scope);
+            CES::EventScope event(scope, "Console", "Exec");
+            CES::Val result(scope);
+            HostFrame frame;
+            code = frame.run(
+                [&] { event.evaluate(ucs.data(), static_cast<long>(ucs.size()), result); });
+            CES::Val chosen = event.result();
+            if (chosen.object()) {
+                answer.user = propertyText(chosen, "Username");
+                answer.password = propertyText(chosen, "Password");
+                CES::Val keep = chosen["UsePlatformAuth"];
+                answer.keep = keep.type() == kESValBoolean && static_cast<bool>(keep);
+            }
+        }
+        if (code)
+            CES::Context(scope).clearException();
+    } catch (const CES::Val&) {
+        // No engine, or a dialog result that cannot be read: nothing, as Cancel gives.
+    } catch (const HostError&) {
     }
-    es->freeVal(eventResult);
-    es->freeVal(result);
-    es->closeEvent(event);
-    es->endScope(context);
-    if (frame.code())
-        es->clearException(context);
-    if (ownContext)
-        es->destroyContext(context);
     return answer;
 }
 

@@ -3,6 +3,7 @@
 #include "frame/HostTables.h"
 #include "soap/SOAPNamespaces.h"
 #include "soap/SOAPText.h"
+#include "values/CAggWalk.h"
 #include "values/Filters.h"
 #include "values/QsStm.h"
 
@@ -12,14 +13,6 @@ namespace {
 
 bool isEmpty(const CEStr& text) {
     return text.isNull() || EStrGetCharLen(text) == 0;
-}
-
-size_t mapSize(CAgg& value) {
-    if (value.getType() == CAgg::eMap)
-        return value.toMap().size();
-    if (value.getType() == CAgg::eQsAtomMap)
-        return value.toQsAtomMap().size();
-    return 0;
 }
 
 // A value that refers to another by href carries the reference until the binding.
@@ -54,7 +47,7 @@ void CEncodedSOAPReader::processNode(CAgg& result, CAgg& node) {
         } else if (element.isText() && child.has(kXMLKeyText)) {
             // A type applies only to text: an element with elements inside stays a map or a
             // vector, whatever its xsi:type says.
-            cur = CAgg(SOAPValueText(child[kXMLKeyText]).get());
+            cur = CAgg(CAggValueText(child[kXMLKeyText]).get());
             setType(cur, type);
         }
     }
@@ -70,7 +63,7 @@ CAgg& CEncodedSOAPReader::getCurrentNode(CAgg& parent, CAgg& node) {
     if (isEmpty(id)) {
         if (!parent.has(key.get()))
             return withReference(parent[key], href);
-        if (mapSize(parent) == 1) {
+        if (CAggMapSize(parent) == 1) {
             // A repeated element where it is the only member is taken for an implicit array:
             // the parent itself becomes the array.
             parent.toVector();
@@ -80,8 +73,8 @@ CAgg& CEncodedSOAPReader::getCurrentNode(CAgg& parent, CAgg& node) {
         return parent[key];
     }
     CEStr root = element.getAttribute((std::string(kSOAP11EncodingNS) + ":root").c_str());
-    if (SOAPUTF8(root) != "0")
-        parent[key]["soap_href_id"] = CAgg(SOAPEStrFromUTF8("#" + SOAPUTF8(id)).get());
+    if (EStrToUTF8(root) != "0")
+        parent[key]["soap_href_id"] = CAgg(EStrFromUTF8("#" + EStrToUTF8(id)).get());
     // An independent element (root="0") lives only in the table, until a reference binds it.
     return m_multiRefs[id];
 }
@@ -96,7 +89,7 @@ CAgg CEncodedSOAPReader::resolvePartName(const _EStrRec* name) {
 }
 
 void CEncodedSOAPReader::setType(CAgg& value, const _EStrRec* type) {
-    std::string local = SOAPSplitQName(SOAPUTF8(type)).second;
+    std::string local = SOAPSplitQName(EStrToUTF8(type)).second;
     if (local == "int") {
         value.toQsInt32();
     } else if (local == "string") {
@@ -108,12 +101,12 @@ void CEncodedSOAPReader::setType(CAgg& value, const _EStrRec* type) {
     } else if (local == "dateTime") {
         // The network layer's parser reads the ISO 8601 form; text it cannot read stays text.
         QsTimeRec time{};
-        std::string text = SOAPUTF8(SOAPValueText(value));
+        std::string text = EStrToUTF8(CAggValueText(value));
         if (gNetSpanHFT && gNetSpanHFT->parseDate(text.c_str(), time))
             value = CAgg(time);
     } else if (local == "base64" || local == "base64Binary") {
-        value = CAgg(decodedStream(SOAPUTF8(SOAPValueText(value)), kFilterBase64), 1);
+        value = CAgg(decodedStream(EStrToUTF8(CAggValueText(value)), kFilterBase64), 1);
     } else if (local == "hexBinary") {
-        value = CAgg(decodedStream(SOAPUTF8(SOAPValueText(value)), kFilterHex), 1);
+        value = CAgg(decodedStream(EStrToUTF8(CAggValueText(value)), kFilterHex), 1);
     }
 }

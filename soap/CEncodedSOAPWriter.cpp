@@ -1,6 +1,6 @@
 #include "soap/CEncodedSOAPWriter.h"
 
-#include "soap/SOAPText.h"
+#include "values/CAggWalk.h"
 #include "values/Filters.h"
 
 #include <cstdio>
@@ -70,7 +70,7 @@ void CEncodedSOAPWriter::writeNode(CAgg& value, CXMLElement& element, long depth
     }
     default:
         setTypeInfo(element, getSOAPType(value));
-        element.appendText(CAgg(SOAPValueText(value).get()), true);
+        element.appendText(CAgg(CAggValueText(value).get()), true);
         return;
     }
 }
@@ -79,23 +79,23 @@ void CEncodedSOAPWriter::writeMap(CAgg& value, CXMLElement& element, long depth,
                                   unsigned short isHeader) {
     if (value.has("soapName")) {
         CAgg& name = value["soapName"];
-        if (!SOAPIsString(name))
+        if (!CAggIsString(name))
             fail("IDS_SOAP_NAME_NOT_STRING");
-        setName(element, SOAPValueText(name));
+        setName(element, CAggValueText(name));
     }
     applyQName(value, element);
     if (isHeader)
         addHeader(value, element, depth);
     if (value.has("soapType")) {
-        if (!SOAPIsString(value["soapType"]))
+        if (!CAggIsString(value["soapType"]))
             fail("IDS_SOAP_TYPE_NOT_STRING");
         setTypeInfo(element, getSOAPType(value));
     }
     if (value.has("soapValue")) {
         // Ready-made content, written as it stands; the map has no other children.
         CAgg& raw = value["soapValue"];
-        if (SOAPIsString(raw))
-            element.appendText(CAgg(SOAPValueText(raw).get()), false);
+        if (CAggIsString(raw))
+            element.appendText(CAgg(CAggValueText(raw).get()), false);
         else if (raw.getType() == CAgg::eQsStm)
             element.appendText(CAgg(raw.toQsStm(), 0), false);
         else
@@ -104,21 +104,21 @@ void CEncodedSOAPWriter::writeMap(CAgg& value, CXMLElement& element, long depth,
     }
     if (value.has("soapHREF")) {
         CAgg& href = value["soapHREF"];
-        if (!SOAPIsString(href))
+        if (!CAggIsString(href))
             fail("IDS_SOAP_HREF_NOT_STRING");
-        element.setAttribute(CEStr("href", kEStrPDFDoc), SOAPValueText(href));
+        element.setAttribute(CEStr("href", kEStrPDFDoc), CAggValueText(href));
     }
     if (depth == 1 && !m_parameterOrder.empty()) {
         // Parameters that the order leaves out are not written at all.
         for (CAgg& parameter : m_parameterOrder) {
-            CEStr key = SOAPValueText(parameter);
+            CEStr key = CAggValueText(parameter);
             if (isReservedKey(key) || !value.has(key.get()))
                 continue;
             writeChild(key, value[key], element, depth, isHeader);
         }
         return;
     }
-    SOAPForEachEntry(value, [&](const CEStr& key, CAgg& item) {
+    CAggForEachEntry(value, [&](const CEStr& key, CAgg& item) {
         if (!isReservedKey(key))
             writeChild(key, item, element, depth, isHeader);
     });
@@ -160,7 +160,7 @@ QName CEncodedSOAPWriter::getSOAPType(CAgg& value) {
     case CAgg::eMap:
     case CAgg::eQsAtomMap:
         if (value.has("soapType"))
-            return getQName(SOAPValueText(value["soapType"]));
+            return getQName(CAggValueText(value["soapType"]));
         return plainType("");
     case CAgg::eVector:
         return plainType(sm_ArrayTypeString);
@@ -188,8 +188,8 @@ void CEncodedSOAPWriter::setArrayType(CXMLElement& element, CAgg::CAggVector& it
     char count[32];
     std::snprintf(count, sizeof count, "%d", static_cast<int>(items.size()));
     if (m_version == kSOAPVersion11) {
-        std::string arrayType = SOAPUTF8(itemType) + "[" + count + "]";
-        element.setAttribute(CEStr(sm_ArrayTypeAttr, kEStrPDFDoc), SOAPEStrFromUTF8(arrayType));
+        std::string arrayType = EStrToUTF8(itemType) + "[" + count + "]";
+        element.setAttribute(CEStr(sm_ArrayTypeAttr, kEStrPDFDoc), EStrFromUTF8(arrayType));
         return;
     }
     element.setAttribute(CEStr(sm_ItemTypeAttr, kEStrPDFDoc), itemType);
@@ -199,7 +199,7 @@ void CEncodedSOAPWriter::setArrayType(CXMLElement& element, CAgg::CAggVector& it
 CEStr CEncodedSOAPWriter::typeText(CXMLElement& element, const QName& type) {
     if (isEmpty(type.nameSpace))
         return type.name;
-    std::string prefix = SOAPUTF8(createNSPrefix());
-    element.setAttribute(SOAPEStrFromUTF8("xmlns:" + prefix), type.nameSpace);
-    return SOAPEStrFromUTF8(prefix + ":" + SOAPUTF8(type.name));
+    std::string prefix = EStrToUTF8(createNSPrefix());
+    element.setAttribute(EStrFromUTF8("xmlns:" + prefix), type.nameSpace);
+    return EStrFromUTF8(prefix + ":" + EStrToUTF8(type.name));
 }

@@ -1,4 +1,6 @@
 #include "soap/CJSSOAPRequestAsync.h"
+#include "values/CESCalls.h"
+#include "values/CESConvert.h"
 
 #include <utility>
 

@@ -1,22 +1,10 @@
 #include "soap/CLiteralSOAPReader.h"
 
-#include "soap/SOAPText.h"
+#include "values/CAggWalk.h"
 #include "xml/CAgg2XML.h"
 
 #include <string>
 #include <utility>
-
-namespace {
-
-size_t mapSize(CAgg& value) {
-    if (value.getType() == CAgg::eMap)
-        return value.toMap().size();
-    if (value.getType() == CAgg::eQsAtomMap)
-        return value.toQsAtomMap().size();
-    return 0;
-}
-
-} // namespace
 
 void CLiteralSOAPReader::processNode(CAgg& result, CAgg& node) {
     if (node.getType() == CAgg::eVoid)
@@ -34,7 +22,7 @@ void CLiteralSOAPReader::processNode(CAgg& result, CAgg& node) {
     // later body element of the same name replaces an earlier one.
     CAgg record;
     processSubNode(record, node);
-    SOAPForEachEntry(record,
+    CAggForEachEntry(record,
                      [&](const CEStr& key, CAgg& value) { result[key] = std::move(value); });
 }
 
@@ -50,7 +38,7 @@ void CLiteralSOAPReader::processSubNode(CAgg& parent, CAgg& node) {
         if (element.isElement()) {
             processSubNode(cur, child);
         } else if (element.isText() && child.has(kXMLKeyText)) {
-            CAgg text(SOAPValueText(child[kXMLKeyText]).get());
+            CAgg text(CAggValueText(child[kXMLKeyText]).get());
             if (m_xmlMessage)
                 cur["soapValue"] = std::move(text);
             else
@@ -61,16 +49,16 @@ void CLiteralSOAPReader::processSubNode(CAgg& parent, CAgg& node) {
 
 CAgg& CLiteralSOAPReader::getCurrentNode(CAgg& parent, CAgg& node) {
     CXMLElement element(node);
-    std::string name = SOAPUTF8(element.getName());
-    std::string nameSpace = SOAPUTF8(element.getNameSpace());
+    std::string name = EStrToUTF8(element.getName());
+    std::string nameSpace = EStrToUTF8(element.getNameSpace());
     if (m_xmlMessage) {
         CAgg& record = parent["soapValue"].toVector().emplace_back();
         record["soapName"] =
-            CAgg(SOAPEStrFromUTF8(nameSpace.empty() ? name : nameSpace + ":" + name).get());
+            CAgg(EStrFromUTF8(nameSpace.empty() ? name : nameSpace + ":" + name).get());
         CAgg& qname = record["soapQName"];
-        qname[0L] = CAgg(SOAPEStrFromUTF8(nameSpace).get());
-        qname[1L] = CAgg(SOAPEStrFromUTF8(name).get());
-        if (node.has(kXMLKeyAttr) && SOAPIsMap(node[kXMLKeyAttr]) &&
+        qname[0L] = CAgg(EStrFromUTF8(nameSpace).get());
+        qname[1L] = CAgg(EStrFromUTF8(name).get());
+        if (node.has(kXMLKeyAttr) && CAggIsMap(node[kXMLKeyAttr]) &&
             !node[kXMLKeyAttr].isCollectionTypeEmpty())
             record["soapAttributes"] = node[kXMLKeyAttr];
         return record;
@@ -78,7 +66,7 @@ CAgg& CLiteralSOAPReader::getCurrentNode(CAgg& parent, CAgg& node) {
     if (parent.getType() == CAgg::eVector)
         return parent.toVector().emplace_back();
     CEStr key = keyOf(node);
-    if (!parent.has(key.get()) || mapSize(parent) > 1)
+    if (!parent.has(key.get()) || CAggMapSize(parent) > 1)
         return parent[key]; // a repeated member of a struct overwrites the earlier one
     // A repeated element where it is the only member: unlike the encoded reader's, the array
     // stands under the element's name, holding the earlier value and the new one.

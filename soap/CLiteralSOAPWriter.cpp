@@ -1,7 +1,7 @@
 #include "soap/CLiteralSOAPWriter.h"
 
 #include "soap/SOAPNamespaces.h"
-#include "soap/SOAPText.h"
+#include "values/CAggWalk.h"
 #include "values/Filters.h"
 
 CAgg CLiteralSOAPWriter::writeMessage() {
@@ -21,7 +21,7 @@ void CLiteralSOAPWriter::writeNode(CAgg& value, CXMLElement& element, long depth
     case CAgg::eQsInt32:
     case CAgg::eQsBool:
     case CAgg::eDouble:
-        element.appendText(CAgg(SOAPValueText(value).get()), true);
+        element.appendText(CAgg(CAggValueText(value).get()), true);
         return;
     case CAgg::eQsTimeRec:
         element.appendText(CAgg(getDateTime(value).get()), true);
@@ -53,28 +53,28 @@ void CLiteralSOAPWriter::writeMap(CAgg& value, CXMLElement& element, long depth,
                                   unsigned short isHeader) {
     // The literal writer takes any soapName that reads as text; only the encoded one checks it.
     if (value.has("soapName"))
-        setName(element, SOAPValueText(value["soapName"]));
+        setName(element, CAggValueText(value["soapName"]));
     applyQName(value, element);
     if (isHeader)
         addHeader(value, element, depth);
     if (value.has("soapAttributes")) {
-        SOAPForEachEntry(value["soapAttributes"], [&](const CEStr& key, CAgg& attribute) {
-            element.attributes()[key] = CAgg(SOAPValueText(attribute).get());
+        CAggForEachEntry(value["soapAttributes"], [&](const CEStr& key, CAgg& attribute) {
+            element.attributes()[key] = CAgg(CAggValueText(attribute).get());
         });
     }
     if (writeRawValue(value, element, depth, isHeader))
         return;
     if (value.has("soapHREF")) {
         CAgg& href = value["soapHREF"];
-        if (!SOAPIsString(href))
+        if (!CAggIsString(href))
             fail("IDS_SOAP_HREF_NOT_STRING");
         // An attachment goes out as a binary inclusion, in place of the element it stands for.
         setName(element,
                 QName{CEStr("Inclusion", kEStrPDFDoc), CEStr(kSOAPBinaryInclusionNS, kEStrPDFDoc)});
-        element.setAttribute(CEStr("href", kEStrPDFDoc), SOAPValueText(href));
+        element.setAttribute(CEStr("href", kEStrPDFDoc), CAggValueText(href));
         return;
     }
-    SOAPForEachEntry(value, [&](const CEStr& key, CAgg& item) {
+    CAggForEachEntry(value, [&](const CEStr& key, CAgg& item) {
         if (!isReservedKey(key))
             writeChild(key, item, element, depth, isHeader);
     });
@@ -85,8 +85,8 @@ bool CLiteralSOAPWriter::writeRawValue(CAgg& value, CXMLElement& element, long d
     if (!value.has("soapValue"))
         return false;
     CAgg& raw = value["soapValue"];
-    if (SOAPIsString(raw)) {
-        CEStr text = SOAPValueText(raw);
+    if (CAggIsString(raw)) {
+        CEStr text = CAggValueText(raw);
         if (EStrGetCharLen(text) > 0)
             element.appendText(CAgg(text.get()), false);
     } else if (raw.getType() == CAgg::eQsStm) {
@@ -94,7 +94,7 @@ bool CLiteralSOAPWriter::writeRawValue(CAgg& value, CXMLElement& element, long d
     } else if (raw.getType() == CAgg::eVector) {
         // Each item is an element of its own, named as the map is named.
         bool named = value.has("soapName");
-        CEStr name = named ? SOAPValueText(value["soapName"]) : CEStr("item", kEStrPDFDoc);
+        CEStr name = named ? CAggValueText(value["soapName"]) : CEStr("item", kEStrPDFDoc);
         for (CAgg& item : raw.toVector()) {
             CXMLElement child(element.appendElement(""));
             setName(child, name);

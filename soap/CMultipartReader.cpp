@@ -2,7 +2,7 @@
 
 #include "frame/HostTables.h"
 #include "frame/host/IFileSystem.h"
-#include "soap/SOAPText.h"
+#include "values/CAggWalk.h"
 #include "values/QsStm.h"
 
 #include <algorithm>
@@ -60,11 +60,11 @@ bool CMultipartReader::processContentType(CAgg& headers) {
     if (headers.getType() != CAgg::eVector)
         return false;
     for (CAgg& header : headers.toVector()) {
-        if (!SOAPIsMap(header) || !header.has("key") || !header.has("value"))
+        if (!CAggIsMap(header) || !header.has("key") || !header.has("value"))
             continue;
-        if (!sameName(SOAPUTF8(SOAPValueText(header["key"])), "Content-Type"))
+        if (!sameName(EStrToUTF8(CAggValueText(header["key"])), "Content-Type"))
             continue;
-        std::string value = SOAPUTF8(SOAPValueText(header["value"]));
+        std::string value = EStrToUTF8(CAggValueText(header["value"]));
         std::string_view rest(value);
         while (!rest.empty()) {
             size_t semicolon = rest.find(';');
@@ -77,9 +77,9 @@ bool CMultipartReader::processContentType(CAgg& headers) {
             std::string name = trimmed(item.substr(0, equals));
             std::string parameter = unquoted(trimmed(item.substr(equals + 1)));
             if (sameName(name, "boundary"))
-                m_boundary = SOAPEStrFromUTF8("--" + parameter);
+                m_boundary = EStrFromUTF8("--" + parameter);
             else if (sameName(name, "start"))
-                m_rootPartID = SOAPEStrFromUTF8(parameter);
+                m_rootPartID = EStrFromUTF8(parameter);
         }
         break;
     }
@@ -95,7 +95,7 @@ void CMultipartReader::process(CAgg& headers, QsStm stream) {
     QsStm spool = m_spool && files ? files->open(m_spool->path(), kQsFileWrite) : nullptr;
     if (!spool)
         return;
-    const std::string boundary = SOAPUTF8(m_boundary);
+    const std::string boundary = EStrToUTF8(m_boundary);
     enum { kPreamble, kHeaders, kData } state = kPreamble;
     std::string line(static_cast<size_t>(kMaxLineLength), '\0');
     CAgg part;
@@ -152,10 +152,10 @@ void CMultipartReader::addHeader(CAgg& part, CEStr& partName, std::string line) 
         if (sameName(name, known))
             name = known;
     }
-    CEStr text = SOAPEStrFromUTF8(value);
+    CEStr text = EStrFromUTF8(value);
     if (name == "Content-Id")
         partName = text;
-    part[SOAPEStrFromUTF8(name)] = CAgg(text.get());
+    part[EStrFromUTF8(name)] = CAgg(text.get());
 }
 
 void CMultipartReader::addPart(CAgg& part, const CEStr& partName, int64_t offset, int64_t length) {

@@ -1,7 +1,7 @@
 #include "soap/CMultipartWriter.h"
 
 #include "frame/HostTables.h"
-#include "soap/SOAPText.h"
+#include "values/CAggWalk.h"
 #include "values/QsStm.h"
 #include "values/miUrl.h"
 
@@ -18,14 +18,14 @@ long readBody(char* buffer, long count, void* data) {
 void keepWriter(void*) {}
 
 std::string textOf(CAgg& record, const char* key) {
-    return record.has(key) ? SOAPUTF8(SOAPValueText(record[key])) : std::string();
+    return record.has(key) ? EStrToUTF8(CAggValueText(record[key])) : std::string();
 }
 
 } // namespace
 
 CMultipartWriter::CMultipartWriter()
-    : m_boundary(SOAPEStrFromUTF8("----=" + SOAPUTF8(makeUniqueID()))),
-      m_endMarker(SOAPEStrFromUTF8("--" + SOAPUTF8(m_boundary) + "--")) {
+    : m_boundary(EStrFromUTF8("----=" + EStrToUTF8(makeUniqueID()))),
+      m_endMarker(EStrFromUTF8("--" + EStrToUTF8(m_boundary) + "--")) {
     m_parts.toMap();
 }
 
@@ -34,16 +34,16 @@ CMultipartWriter::~CMultipartWriter() = default;
 CEStr CMultipartWriter::makeUniqueID() {
     std::string uuid = gQsExtraHFT ? gQsExtraHFT->newUUID() : std::string();
     uuid.erase(std::remove(uuid.begin(), uuid.end(), '-'), uuid.end());
-    return SOAPEStrFromUTF8(uuid);
+    return EStrFromUTF8(uuid);
 }
 
 void CMultipartWriter::addPartWithID(const _EStrRec* contentId, const char* contentType,
                                      const char* transferEncoding, QsStm stream) {
     CAgg record;
     record["Data"] = CAgg(stream, 1);
-    record["Content-Type"] = CAgg(SOAPEStrFromUTF8(contentType ? contentType : "").get());
+    record["Content-Type"] = CAgg(EStrFromUTF8(contentType ? contentType : "").get());
     record["Content-Transfer-Encoding"] =
-        CAgg(SOAPEStrFromUTF8(transferEncoding ? transferEncoding : "").get());
+        CAgg(EStrFromUTF8(transferEncoding ? transferEncoding : "").get());
     record["Content-Id"] = CAgg(contentId);
     m_parts[contentId] = std::move(record);
     if (m_parts.toMap().size() == 1)
@@ -60,11 +60,11 @@ CEStr CMultipartWriter::addPart(const char* contentType, const char* transferEnc
 CEStr CMultipartWriter::addPart(const _EStrRec* name, const char* contentType,
                                 const char* transferEncoding, QsStm stream) {
     std::string id;
-    std::string utf8 = SOAPUTF8(name);
+    std::string utf8 = EStrToUTF8(name);
     if (!utf8.empty())
         id = PercentEncodeURLCopy(utf8) + "=";
-    id += SOAPUTF8(makeUniqueID()) + "@" + kDomain;
-    CEStr contentId = SOAPEStrFromUTF8(id);
+    id += EStrToUTF8(makeUniqueID()) + "@" + kDomain;
+    CEStr contentId = EStrFromUTF8(id);
     addPartWithID(contentId, contentType, transferEncoding, stream);
     return contentId;
 }
@@ -73,9 +73,9 @@ void CMultipartWriter::setDefaultPart(const _EStrRec* id) {
     m_defaultPartID = id;
     std::string contentType = "multipart/related; ";
     contentType += "type=\"text/xml\"; "; // text/xml for SOAP 1.2 too
-    contentType += "start=\"<" + SOAPUTF8(id) + ">\"; ";
-    contentType += "boundary=\"" + SOAPUTF8(m_boundary) + "\"";
-    m_contentType = SOAPEStrFromUTF8(contentType);
+    contentType += "start=\"<" + EStrToUTF8(id) + ">\"; ";
+    contentType += "boundary=\"" + EStrToUTF8(m_boundary) + "\"";
+    m_contentType = EStrFromUTF8(contentType);
 }
 
 CEStr CMultipartWriter::getContentType() {
@@ -138,7 +138,7 @@ void CMultipartWriter::writeLine(const std::string& line) {
 
 void CMultipartWriter::writeHeader() {
     CAgg& record = m_current->second;
-    writeLine("--" + SOAPUTF8(m_boundary));
+    writeLine("--" + EStrToUTF8(m_boundary));
     writeLine("Content-Id: <" + textOf(record, "Content-Id") + ">");
     writeLine("Content-Transfer-Encoding: " + textOf(record, "Content-Transfer-Encoding"));
     writeLine("Content-Type: " + textOf(record, "Content-Type"));
@@ -158,5 +158,5 @@ void CMultipartWriter::writeTrailer() {
 }
 
 void CMultipartWriter::writeEnd() {
-    writeLine(SOAPUTF8(m_endMarker));
+    writeLine(EStrToUTF8(m_endMarker));
 }

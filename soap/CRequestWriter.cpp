@@ -1,10 +1,9 @@
 #include "soap/CRequestWriter.h"
 
 #include "soap/CMultipartWriter.h"
-#include "soap/SOAPText.h"
 
 void CSinglePartWriter::setContent(const char* contentType, QsStm stream) {
-    m_contentType = SOAPEStrFromUTF8(contentType ? contentType : "");
+    m_contentType = EStrFromUTF8(contentType ? contentType : "");
     m_stream = stream;
 }
 

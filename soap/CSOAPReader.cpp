@@ -5,6 +5,7 @@
 #include "soap/CLiteralSOAPReader.h"
 #include "soap/SOAPNamespaces.h"
 #include "soap/SOAPText.h"
+#include "values/CAggWalk.h"
 
 #include <algorithm>
 #include <string>
@@ -12,7 +13,7 @@
 namespace {
 
 std::string nameOf(CAgg& node) {
-    return SOAPUTF8(CXMLElement(node).getName());
+    return EStrToUTF8(CXMLElement(node).getName());
 }
 
 CEStr emptyText() {
@@ -23,16 +24,7 @@ CEStr emptyText() {
 void measure(CAgg& value, long depth, long& values, long& deepest) {
     ++values;
     deepest = std::max(deepest, depth);
-    if (value.getType() == CAgg::eVector) {
-        for (CAgg& item : value.toVector())
-            measure(item, depth + 1, values, deepest);
-    } else if (value.getType() == CAgg::eMap) {
-        for (auto& [key, item] : value.toMap())
-            measure(item, depth + 1, values, deepest);
-    } else if (value.getType() == CAgg::eQsAtomMap) {
-        for (auto& [atom, item] : value.toQsAtomMap())
-            measure(item, depth + 1, values, deepest);
-    }
+    CAggForEachChild(value, [&](CAgg& item) { measure(item, depth + 1, values, deepest); });
 }
 
 } // namespace
@@ -177,9 +169,9 @@ void CSOAPReader::bindAt(CAgg& value, CPartResolver* resolver, long depth) {
 }
 
 void CSOAPReader::bindReference(CAgg& value, CPartResolver* resolver, long depth) {
-    std::string ref = SOAPUTF8(SOAPValueText(value["soap_href_id"]));
+    std::string ref = EStrToUTF8(CAggValueText(value["soap_href_id"]));
     if (!ref.empty() && ref[0] == '#') {
-        CEStr name = SOAPEStrFromUTF8(ref.substr(1));
+        CEStr name = EStrFromUTF8(ref.substr(1));
         if (!canResolvePartName(name))
             return;
         // The size of what a reference stands for is taken once, so that a reference that is
@@ -212,14 +204,14 @@ void CSOAPReader::bindReference(CAgg& value, CPartResolver* resolver, long depth
     // The multipart reader keys its parts by Content-Id, angle brackets included.
     if (ref.compare(0, 4, "cid:") == 0)
         ref = "<" + ref.substr(4) + ">";
-    CEStr part = SOAPEStrFromUTF8(ref);
+    CEStr part = EStrFromUTF8(ref);
     if (resolver->hasPart(part))
         value = CAgg(resolver->getPart(part), 1);
 }
 
 QName CSOAPReader::getQName(const _EStrRec* name) {
-    auto [nameSpace, local] = SOAPSplitQName(SOAPUTF8(name));
-    return {SOAPEStrFromUTF8(local), SOAPEStrFromUTF8(nameSpace)};
+    auto [nameSpace, local] = SOAPSplitQName(EStrToUTF8(name));
+    return {EStrFromUTF8(local), EStrFromUTF8(nameSpace)};
 }
 
 CEStr CSOAPReader::getType(CAgg& node) {
@@ -232,11 +224,11 @@ CEStr CSOAPReader::getType(CAgg& node) {
 
 bool CSOAPReader::isArrayNode(CAgg& node) {
     CEStr type = getType(node);
-    return EStrGetCharLen(type) > 0 && SOAPUTF8(getQName(type).name) == "Array";
+    return EStrGetCharLen(type) > 0 && EStrToUTF8(getQName(type).name) == "Array";
 }
 
 void CSOAPReader::setSOAPVersion(CAgg& element) {
-    std::string nameSpace = SOAPUTF8(CXMLElement(element).getNameSpace());
+    std::string nameSpace = EStrToUTF8(CXMLElement(element).getNameSpace());
     if (nameSpace == kSOAP11EnvelopeNS) {
         m_version = kSOAPVersion11;
         return;
@@ -261,13 +253,13 @@ CAgg* CSOAPReader::findChildElement(CAgg& element, const char* name) {
 
 CEStr CSOAPReader::keyOf(CAgg& node) {
     CXMLElement element(node);
-    std::string name = SOAPUTF8(element.getName());
-    std::string nameSpace = SOAPUTF8(element.getNameSpace());
-    return SOAPEStrFromUTF8(nameSpace.empty() ? name : nameSpace + ":" + name);
+    std::string name = EStrToUTF8(element.getName());
+    std::string nameSpace = EStrToUTF8(element.getNameSpace());
+    return EStrFromUTF8(nameSpace.empty() ? name : nameSpace + ":" + name);
 }
 
 CAgg::CAggVector* CSOAPReader::childrenOf(CAgg& node) {
-    if (!SOAPIsMap(node) || !node.has(kXMLKeyChildren))
+    if (!CAggIsMap(node) || !node.has(kXMLKeyChildren))
         return nullptr;
     CAgg& children = node[kXMLKeyChildren];
     return children.getType() == CAgg::eVector ? &children.toVector() : nullptr;

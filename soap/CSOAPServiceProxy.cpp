@@ -1,9 +1,9 @@
 #include "soap/CSOAPServiceProxy.h"
 
 #include "frame/HostError.h"
-#include "frame/HostTables.h"
 #include "values/CAgg.h"
 #include "values/CES.h"
+#include "values/CESEventScope.h"
 #include "values/QsCab.h"
 
 #include <cstdio>
@@ -118,18 +118,19 @@ bool CSOAPServiceProxy::addOperation(const Operation& operation) {
     CES::Context guard(m_context);
     CES::Val scratch(guard);
     CES::Val function(guard);
-    ESEvent event = gESHFT->openEvent(m_context, "App", "Exec");
-    HostFrame frame;
-    int32_t code = frame.run([&] {
-        gESHFT->evaluate(m_context, event, EStrGetBytes(text.get()), EStrGetLen(text.get()),
-                         scratch.slot());
-        gESHFT->getProperty(gESHFT->eventObject(event), "result", function.slot());
-    });
-    gESHFT->closeEvent(event);
+    int32_t code = 0;
+    {
+        CES::EventScope event(guard, "App", "Exec");
+        HostFrame frame;
+        code = frame.run([&] {
+            event.evaluate(EStrGetBytes(text.get()), EStrGetLen(text.get()), scratch);
+            function = event.result();
+        });
+    }
     if (code != 0) {
         if (guard.hasException())
             guard.popException();
-        gESHFT->clearException(m_context);
+        guard.clearException();
         std::fprintf(stderr, "EXCEPTION: %d\n", code);
         return false;
     }

@@ -6,6 +6,7 @@
 #include "soap/CLiteralSOAPWriter.h"
 #include "soap/SOAPNamespaces.h"
 #include "soap/SOAPText.h"
+#include "values/CAggWalk.h"
 #include "values/miTime.h"
 
 #include <cstdio>
@@ -33,16 +34,8 @@ bool nestsDeeperThan(CAgg& value, long limit) {
         pending.pop_back();
         if (depth > limit)
             return true;
-        if (at->getType() == CAgg::eVector) {
-            for (CAgg& item : at->toVector())
-                pending.emplace_back(&item, depth + 1);
-        } else if (at->getType() == CAgg::eMap) {
-            for (auto& [key, item] : at->toMap())
-                pending.emplace_back(&item, depth + 1);
-        } else if (at->getType() == CAgg::eQsAtomMap) {
-            for (auto& [atom, item] : at->toQsAtomMap())
-                pending.emplace_back(&item, depth + 1);
-        }
+        CAggForEachChild(
+            *at, [&, depth = depth](CAgg& item) { pending.emplace_back(&item, depth + 1); });
     }
     return false;
 }
@@ -90,9 +83,9 @@ void CSOAPWriter::addHeader(CAgg& value, CXMLElement& element, long depth) {
         if (depth != 1)
             fail("IDS_SOAP_ACTOR_BAD_POSITION");
         CAgg& actor = value["soapActor"];
-        if (!SOAPIsString(actor))
+        if (!CAggIsString(actor))
             fail("IDS_SOAP_ACTOR_NOT_STRING");
-        CEStr text = SOAPValueText(actor);
+        CEStr text = CAggValueText(actor);
         if (EStrGetCharLen(text) == 0)
             fail("IDS_SOAP_ACTOR_EMPTY");
         // SOAP 1.2 calls it a role, but the attribute keeps its 1.1 name in both versions.
@@ -110,11 +103,11 @@ void CSOAPWriter::addHeader(CAgg& value, CXMLElement& element, long depth) {
 }
 
 QName CSOAPWriter::getQName(const _EStrRec* name) {
-    std::string text = SOAPUTF8(name);
+    std::string text = EStrToUTF8(name);
     auto [nameSpace, local] = SOAPSplitQName(text);
     if (nameSpace == "xsd" || nameSpace == "xsi")
-        return {SOAPEStrFromUTF8(text), SOAPEStrFromUTF8("")};
-    return {SOAPEStrFromUTF8(local), SOAPEStrFromUTF8(nameSpace)};
+        return {EStrFromUTF8(text), EStrFromUTF8("")};
+    return {EStrFromUTF8(local), EStrFromUTF8(nameSpace)};
 }
 
 void CSOAPWriter::setName(CXMLElement& element, const _EStrRec* name) {
@@ -127,9 +120,9 @@ void CSOAPWriter::setName(CXMLElement& element, const QName& name) {
         return;
     }
     // Every name in a namespace declares a fresh prefix, even for a namespace declared before.
-    std::string prefix = SOAPUTF8(createNSPrefix());
-    element.setAttribute(SOAPEStrFromUTF8("xmlns:" + prefix), name.nameSpace);
-    element.setName(SOAPEStrFromUTF8(prefix + ":" + SOAPUTF8(name.name)).get());
+    std::string prefix = EStrToUTF8(createNSPrefix());
+    element.setAttribute(EStrFromUTF8("xmlns:" + prefix), name.nameSpace);
+    element.setName(EStrFromUTF8(prefix + ":" + EStrToUTF8(name.name)).get());
 }
 
 CEStr CSOAPWriter::createNSPrefix() {
@@ -146,7 +139,7 @@ CEStr CSOAPWriter::getDateTime(CAgg& value) {
 }
 
 bool CSOAPWriter::isReservedKey(const _EStrRec* key) {
-    std::string text = SOAPUTF8(key);
+    std::string text = EStrToUTF8(key);
     for (std::string_view reserved : kReservedKeys) {
         if (text == reserved)
             return true;
@@ -203,8 +196,9 @@ void CSOAPWriter::applyQName(CAgg& value, CXMLElement& element) {
     if (qname.getType() != CAgg::eVector || qname.toVector().size() != 2)
         fail("IDS_SOAP_QNAME_NOT_VECTOR");
     CAgg::CAggVector& parts = qname.toVector();
-    std::string name = SOAPUTF8(SOAPValueText(parts[0])) + ":" + SOAPUTF8(SOAPValueText(parts[1]));
-    setName(element, SOAPEStrFromUTF8(name).get());
+    std::string name =
+        EStrToUTF8(CAggValueText(parts[0])) + ":" + EStrToUTF8(CAggValueText(parts[1]));
+    setName(element, EStrFromUTF8(name).get());
 }
 
 std::unique_ptr<CSOAPWriter> getSOAPWriter(CAgg& header, CAgg& request, unsigned short encoded) {

@@ -7,6 +7,8 @@
 #include "soap/CSOAPServiceProxy.h"
 #include "soap/HTTPFunctions.h"
 #include "values/CES.h"
+#include "values/CESArguments.h"
+#include "values/CESStreams.h"
 #include "values/QsStm.h"
 #include "values/miUrl.h"
 
@@ -81,10 +83,8 @@ CQsText strippedKey(const CQsText& key, const CQsText& nameSpace) {
 
 // An object made by script, or a map of a reply ("Aggregate"), that holds no stream.
 bool isPlainObject(ESObject object) {
-    void* stream = nullptr;
-    const char* name = gESHFT->className(object);
-    return name && (std::strcmp(name, "Object") == 0 || std::strcmp(name, "Aggregate") == 0) &&
-           !gESHFT->getPrivate(object, "QsStm", &stream);
+    std::string name = CES::className(object);
+    return (name == "Object" || name == "Aggregate") && ESObjectStreamShouldClose(object);
 }
 
 CES::Val stripped(const CES::Val& value, const CQsText& nameSpace, int depth) {
@@ -92,7 +92,7 @@ CES::Val stripped(const CES::Val& value, const CQsText& nameSpace, int depth) {
     if (!object || depth >= kMaxStripDepth)
         return value;
     CES::Context context(value);
-    if (gESHFT->isArray(object)) {
+    if (value.isArray()) {
         CES::Val copy = CES::newArray(context);
         long length = value.len();
         for (long i = 0; i < length; ++i)
@@ -114,11 +114,10 @@ CES::Val stripped(const CES::Val& value, const CQsText& nameSpace, int depth) {
 
 bool JSSOAPConnect(ESContext context, ESObject, ESArgs args, ESVal result) {
     return CES::scriptBoundary([&] {
-        static const ESParamRec kParams[] = {{"cURL", true}};
-        CES::Val url(context);
-        ESVal slot = url.slot();
-        if (!gESHFT->parseArgs(args, kParams, 1, &slot))
+        CES::Arguments a(context, args, {{"cURL", true}});
+        if (!a.ok())
             return false;
+        const CES::Val& url = a["cURL"];
         std::string address = url.text().getString();
         if (url.type() != kESValString || !isWebURL(address))
             raiseHostError(kESErrBadArgument);
@@ -126,7 +125,9 @@ bool JSSOAPConnect(ESContext context, ESObject, ESArgs args, ESVal result) {
         FetchBuffer buffer;
         simpleGet({gEFSClientIDs[0], 0}, address.c_str(), fetchConsumer, &buffer, nullptr);
         if (buffer.used == 0 || buffer.tooLarge) {
-            gESHFT->setNull(result);
+            CES::Val none(context);
+            none.setNull();
+            CES::setResult(result, none);
             return true;
         }
         CES::Val proxy = CES::newObject(CES::Context(context), "SOAPService");
@@ -137,7 +138,7 @@ bool JSSOAPConnect(ESContext context, ESObject, ESArgs args, ESVal result) {
             gFormFlowHFT->readWsdl(stream, CSOAPServiceProxy::operationProc, &filler);
             QsStmClose(stream);
         }
-        gESHFT->assignVal(result, proxy.slot());
+        CES::setResult(result, proxy);
         return true;
     });
 }
@@ -145,15 +146,14 @@ bool JSSOAPConnect(ESContext context, ESObject, ESArgs args, ESVal result) {
 bool JSSOAPStripNS(ESContext context, ESObject, ESArgs args, ESVal result) {
     return CES::scriptBoundary([&] {
         // Read by position only: a reply object may well have a member of a parameter's name.
-        CES::Val value(context);
-        CES::Val nameSpace(context);
-        gESHFT->getArg(args, 0, value.slot());
-        gESHFT->getArg(args, 1, nameSpace.slot());
+        CES::Arguments a = CES::Arguments::byPosition(context, args, 2);
+        const CES::Val& value = a["0"];
+        const CES::Val& nameSpace = a["1"];
         CQsText ns;
         if (nameSpace.type() != kESValUndefined && nameSpace.type() != kESValNull)
             ns = nameSpace.text();
         CES::Val copy = stripped(value, ns, 0);
-        gESHFT->assignVal(result, copy.slot());
+        CES::setResult(result, copy);
         return true;
     });
 }

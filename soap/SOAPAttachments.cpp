@@ -2,7 +2,7 @@
 
 #include "frame/QsCore.h"
 #include "soap/CSOAPWriter.h"
-#include "soap/SOAPText.h"
+#include "values/CAggWalk.h"
 #include "values/QsStm.h"
 
 namespace {
@@ -12,18 +12,10 @@ constexpr const char* kValueKey = "soapValue";
 constexpr const char* kHREFKey = "soapHREF";
 
 bool isAttachment(CAgg& value) {
-    if (!SOAPIsMap(value) || !value.has(kAttachmentKey))
+    if (!CAggIsMap(value) || !value.has(kAttachmentKey))
         return false;
     CAgg flag(value[kAttachmentKey]);
     return flag.toQsBool() != 0;
-}
-
-/// Erases a key from a map of either kind, leaving the kind as it was.
-void removeKey(CAgg& map, const char* key) {
-    if (map.getType() == CAgg::eQsAtomMap)
-        map.remove(QsAtomFromString(key));
-    else
-        map.remove(key);
 }
 
 // A part's bytes come through a stream of its own, which the writer closes with itself. It holds
@@ -49,8 +41,8 @@ bool attach(CAgg& map, const CEStr& name, CMultipartWriter& writer, CAgg& attach
     CEStr id = writer.addPart(name, "application/octet-stream", "binary", part);
     CEStr href("cid:", kEStrPDFDoc);
     href += id;
-    removeKey(map, kValueKey);
-    removeKey(map, kAttachmentKey);
+    CAggRemoveKey(map, kValueKey);
+    CAggRemoveKey(map, kAttachmentKey);
     map[kHREFKey] = CAgg(href.get());
     attachments[id] = CAgg(name.get());
     return true;
@@ -73,8 +65,8 @@ bool scan(CAgg& value, const CEStr& name, CMultipartWriter* writer, CAgg* attach
             if (found && !writer)
                 return true;
         }
-    } else if (SOAPIsMap(value)) {
-        SOAPForEachEntry(value, [&](const CEStr& key, CAgg& item) {
+    } else if (CAggIsMap(value)) {
+        CAggForEachEntry(value, [&](const CEStr& key, CAgg& item) {
             if (ok && !(found && !writer))
                 ok = scan(item, key, writer, attachments, depth + 1, found);
         });

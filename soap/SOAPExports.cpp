@@ -4,7 +4,6 @@
 #include "frame/HostTables.h"
 #include "frame/QsCore.h"
 #include "soap/SOAPRequestCore.h"
-#include "soap/SOAPText.h"
 #include "values/Filters.h"
 #include "values/QsCab.h"
 
@@ -21,7 +20,7 @@ bool commandOf(const char* url, QsCab cabinet, CAgg& command) {
     // An empty cabinet reads as an empty vector: a call of nothing, which the core then fails.
     if (command.getType() != CAgg::eMap)
         command = CAgg();
-    command[kSOAPCmdURL] = CAgg(SOAPEStrFromUTF8(url).get());
+    command[kSOAPCmdURL] = CAgg(EStrFromUTF8(url).get());
     CAgg& request = command[kSOAPCmdRequest];
     if (request.has("soapParameterOrder")) {
         command[kSOAPCmdParamOrder] = request["soapParameterOrder"];

@@ -9,7 +9,7 @@
 #include "soap/CSOAPWriter.h"
 #include "soap/HTTPFunctions.h"
 #include "soap/SOAPAttachments.h"
-#include "soap/SOAPText.h"
+#include "values/CAggWalk.h"
 #include "xml/CAgg2XML.h"
 
 #include <optional>
@@ -30,7 +30,7 @@ bool flagOf(CAgg& command, const char* key, bool otherwise) {
 }
 
 std::string textOf(CAgg& command, const char* key) {
-    return command.has(key) ? SOAPUTF8(SOAPValueText(command[key])) : std::string();
+    return command.has(key) ? EStrToUTF8(CAggValueText(command[key])) : std::string();
 }
 
 SOAPVersion versionOf(CAgg& command) {
@@ -59,7 +59,7 @@ void SOAPSetFailure(CAgg& command, const char* type, CAgg error, const _EStrRec*
 const char* SOAPFailureType(CAgg& response) {
     // The type is an atom: a reply's own values are never atoms, so a reply that happens to
     // hold "type" is not taken for a failure.
-    if (!SOAPIsMap(response) || !response.has("type") ||
+    if (!CAggIsMap(response) || !response.has("type") ||
         response["type"].getType() != CAgg::eQsAtom)
         return nullptr;
     std::string type = QsAtomGetString(response["type"].toQsAtom());
@@ -93,7 +93,7 @@ std::unique_ptr<CRequestWriter> SOAPWriteRequest(CAgg& command) {
         writer->setParameterOrder(order.toVector());
     }
     if (command.has(kSOAPCmdNameSpace))
-        writer->setDefaultNS(SOAPValueText(command[kSOAPCmdNameSpace]));
+        writer->setDefaultNS(CAggValueText(command[kSOAPCmdNameSpace]));
     writer->setVersion(versionOf(command));
     CAgg message;
     HostFrame frame;

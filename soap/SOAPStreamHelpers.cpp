@@ -2,8 +2,9 @@
 
 #include "frame/HostTables.h"
 #include "frame/host/IDigest.h"
-#include "soap/SOAPText.h"
 #include "values/CES.h"
+#include "values/CESArguments.h"
+#include "values/CESStreams.h"
 #include "values/EStr.h"
 #include "values/Filters.h"
 #include "values/QsStm.h"
@@ -21,16 +22,6 @@ namespace {
 /// The block in which a digest reads its source.
 constexpr long kDigestBlock = 2048;
 
-const ESParamRec kStreamParam[] = {{"oStream", true}};
-const ESParamRec kStringParam[] = {{"cString", true}};
-const ESParamRec kStringEncoderParams[] = {{"cString", true}, {"cEncoder", false}};
-const ESParamRec kStreamEncoderParams[] = {{"oStream", true}, {"cEncoder", false}};
-
-bool given(const Val& value) {
-    ESValType type = value.type();
-    return type != kESValUndefined && type != kESValNull;
-}
-
 /// The object of a stream argument; anything else than an object fails the call.
 ESObject streamObject(const Val& value) {
     if (value.type() != kESValObject)
@@ -39,16 +30,17 @@ ESObject streamObject(const Val& value) {
 }
 
 /// Sets result to the script string of UTF-8 bytes.
-bool setText(ESVal result, const std::string& utf8) {
-    CEStr ucs = CEStr::adopt(EStrCopySetEncoding(SOAPEStrFromUTF8(utf8), kEStrUCS));
-    return gESHFT->setString(result, EStrGetBytes(ucs), EStrGetLen(ucs));
+bool setText(ESVal result, const Context& context, const std::string& utf8) {
+    CEStr ucs = CEStr::adopt(EStrCopySetEncoding(EStrFromUTF8(utf8), kEStrUCS));
+    CES::setResult(result, Val(EStrGetBytes(ucs), EStrGetLen(ucs), context));
+    return true;
 }
 
 /// A new stream object over the stream, which it closes, that keeps its source alive.
 void setFilteredStream(ESVal result, const Context& context, QsStm stream, const Val& source) {
     Val object(QsStmToESObject(context, stream, true));
     object["srcStm"] = source;
-    gESHFT->assignVal(result, object.slot());
+    CES::setResult(result, object);
 }
 
 // The bytes of a stream as they stand: the filter of no coding. The source stays open, for its
@@ -108,13 +100,13 @@ bool codeStream(ESVal result, const Context& context, const Val& source, const s
     return true;
 }
 
-bool digestStream(ESVal result, const Context& context, const Val& source,
+bool digestStream(ESVal result, const Context& context, const Val& source, bool given,
                   const std::string& encoder) {
     std::optional<DigestAlgorithm> algorithm = digestNamed(encoder);
     IDigest* digests = gQsExtraHFT ? gQsExtraHFT->digest() : nullptr;
     if (!algorithm || !digests)
         raiseHostError(kESErrGeneral);
-    if (!given(source))
+    if (!given)
         return true;
     ESObject object = streamObject(source);
     bool shouldClose = false;
@@ -145,65 +137,58 @@ QsStm StreamFromData(const void* data, size_t length) {
 
 bool JSSOAPStringFromStream(ESContext context, ESObject, ESArgs args, ESVal result) {
     return CES::scriptBoundary([&] {
-        Context scope(context);
-        Val source(scope);
-        ESVal slots[] = {source.slot()};
-        if (!gESHFT->parseArgs(args, kStreamParam, 1, slots))
+        CES::Arguments a(context, args, {{"oStream", true}});
+        if (!a.ok())
             return false;
         bool shouldClose = false;
-        QsStm stream = ESObjectToRdQsStm(streamObject(source), &shouldClose);
+        QsStm stream = ESObjectToRdQsStm(streamObject(a["oStream"]), &shouldClose);
         std::string bytes = StringFromStream(stream);
         if (shouldClose)
             QsStmClose(stream);
-        return setText(result, bytes);
+        return setText(result, Context(context), bytes);
     });
 }
 
 bool JSSOAPStreamFromString(ESContext context, ESObject, ESArgs args, ESVal result) {
     return CES::scriptBoundary([&] {
-        Context scope(context);
-        Val text(scope);
-        ESVal slots[] = {text.slot()};
-        if (!gESHFT->parseArgs(args, kStringParam, 1, slots))
+        CES::Arguments a(context, args, {{"cString", true}});
+        if (!a.ok())
             return false;
-        Val object(QsStmToESObject(scope, StreamFromString(text.text().getString()), true));
-        gESHFT->assignVal(result, object.slot());
+        Val object(
+            QsStmToESObject(context, StreamFromString(a["cString"].text().getString()), true));
+        CES::setResult(result, object);
         return true;
     });
 }
 
 bool JSSOAPStringEncode(ESContext context, ESObject, ESArgs args, ESVal result) {
     return CES::scriptBoundary([&] {
-        Context scope(context);
-        Val text(scope);
-        Val encoder(scope);
-        ESVal slots[] = {text.slot(), encoder.slot()};
-        if (!gESHFT->parseArgs(args, kStringEncoderParams, 2, slots))
+        CES::Arguments a(context, args, {{"cString", true}, {"cEncoder", false}});
+        if (!a.ok())
             return false;
         // "entity" is the one encoder; another name gives no result, and no error either.
-        if (given(encoder) && encoder.text().getString() != "entity")
+        if (a.text("cEncoder", "entity") != "entity")
             return true;
-        CQsText units = text.text();
+        CQsText units = a["cString"].text();
         CEStr source = CEStr::adopt(EStrNewFromQsText(units.get()));
         CEStr encoded = EntityEncode(source, false);
-        return gESHFT->setString(result, EStrGetBytes(encoded), EStrGetLen(encoded));
+        CES::setResult(result, Val(EStrGetBytes(encoded), EStrGetLen(encoded), Context(context)));
+        return true;
     });
 }
 
 bool JSSOAPStreamFilter(ESContext context, ESObject, ESArgs args, ESVal result) {
     return CES::scriptBoundary([&] {
         Context scope(context);
-        Val source(scope);
-        Val encoder(scope);
-        ESVal slots[] = {source.slot(), encoder.slot()};
-        if (!gESHFT->parseArgs(args, kStreamEncoderParams, 2, slots))
+        CES::Arguments a(context, args, {{"oStream", true}, {"cEncoder", false}});
+        if (!a.ok())
             return false;
-        std::string name = gESHFT->methodName(args);
-        std::string coding = given(encoder) ? encoder.text().getString() : std::string();
+        std::string name = a.methodName();
+        std::string coding = a.text("cEncoder");
         if (name == "streamDigest")
-            return digestStream(result, scope, source, coding);
-        if (!given(source))
+            return digestStream(result, scope, a["oStream"], a.has("oStream"), coding);
+        if (!a.has("oStream"))
             return true;
-        return codeStream(result, scope, source, coding, name == "streamEncode");
+        return codeStream(result, scope, a["oStream"], coding, name == "streamEncode");
     });
 }

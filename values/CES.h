@@ -4,20 +4,17 @@
 // property not yet read; CES::Context pairs a context with the handler that keeps its last script
 // error. Failures of the wrappers are thrown as CES::Val, the script-level exception of the
 // system; at the boundary back into the engine a native method catches it and calls
-// raiseException. Beside the wrappers stand the converters between script values and CAgg,
-// script objects over streams, guarded calls, safe strings, times, and the small routines for
-// rectangles, colours and typed text.
+// raiseException. Around the wrappers, one header a concept: CESConvert.h (script values and
+// CAgg), CESStreams.h (script objects over streams), CESCalls.h (guarded calls, safe strings),
+// CESTime.h, CESUtil.h (rectangles, colours, typed text), CESArguments.h (reading a native
+// method's arguments), CESEventScope.h (events and value scopes) and CESGlobalObject.h (the
+// global objects a module defines). Only the bridge touches the engine table itself.
 #pragma once
 
 #include "frame/HostError.h"
 #include "frame/QsText.h"
 #include "frame/host/IScriptEngine.h"
-#include "frame/host/QsStmRec.h"
-#include "frame/host/QsTimeRec.h"
 #include "frame/host/ViewerHandles.h"
-#include "values/CAgg.h"
-#include "values/EStr.h"
-#include "values/QsFixed.h"
 
 #include <cstdint>
 #include <memory>
@@ -90,6 +87,8 @@ public:
     bool hasException() const { return m_handler->pending(); }
     /// Takes the waiting error.
     Val popException() const;
+    /// Drops the engine's own record of the context's last script exception.
+    void clearException() const;
 
     /// Text that the engine handed out; it goes back when the buffer goes.
     class Buffer {
@@ -129,6 +128,8 @@ public:
     Val(double value, const Context& context);
     /// Host-encoded bytes, or marked UCS ending in a zero unit.
     Val(const char* text, const Context& context);
+    /// The same for text of that length in bytes, which may hold zero units.
+    Val(const char* text, long length, const Context& context);
     Val(const QsTextRec* text, const Context& context);
     /// The object, in its own context.
     Val(ESObject object);
@@ -302,6 +303,13 @@ Val newObject(const Context& context, const char* className);
 Val newObject(const Context& context, const char* className, const Val& value);
 /// A new empty array.
 Val newArray(const Context& context);
+/// The name of the object's class ("Object", "Array", "SOAPService"...); empty for null.
+std::string className(ESObject object);
+/// Whether the native side of the object is gone: its hidden "Dead" flag is set. Methods of a
+/// dead object do nothing and answer true.
+bool isDead(ESObject object);
+/// Sets the object's hidden "Dead" flag.
+void markDead(ESObject object);
 /// An error object of that name and message in the object's context; a code other than 0 is the
 /// host error that raiseException raises for it.
 Val errorObject(ESObject object, const char* name, const char* message, int32_t code);
@@ -330,95 +338,3 @@ template <class Fn> bool scriptBoundary(Fn&& body) {
 }
 
 } // namespace CES
-
-// Converters between script values and CAgg.
-
-/// Reads a script value into out. Objects already met in this conversion are skipped, which
-/// cuts cycles; with useTextKeys objects become maps of UCS keys, else atom maps.
-void ESValToCAgg(CAgg& out, ESVal value, unsigned short useTextKeys);
-/// Sets value to the script form of in (which is converted to a script-ready type first).
-void CAggToESVal(ESVal value, CAgg& in);
-/// Converts in place to one of the types that have a script form.
-void CAggConvertToESValType(CAgg& agg);
-/// Sets a property of the object for each entry of the map.
-void ESSetObjectProps(ESObject object, CAgg& map);
-/// Deletes every own enumerable property of the object.
-void ESClearObjectProps(ESObject object);
-
-// Script objects over streams.
-
-/// The stream an object reads from: its own (shouldClose false) or a new one that calls its
-/// "read" method (shouldClose true).
-QsStm ESObjectToRdQsStm(ESObject object, bool* shouldClose);
-/// The same for writing, through the "write" method.
-QsStm ESObjectToWrQsStm(ESObject object, bool* shouldClose);
-/// True when the object holds no stream of its own.
-bool ESObjectStreamShouldClose(ESObject object);
-/// A new object with "read" and "write" over the stream; with closeWithObject set the stream
-/// closes when the last object holding it goes.
-ESObject QsStmToESObject(ESContext context, QsStm stream, bool closeWithObject);
-/// Tells the objects holding the object's stream that somebody else closed it.
-void ESObjectQsStmGotClosed(ESObject object);
-/// A read stream object over the stream form of a low-level object, in a temporary file.
-ESObject LobObjToStreamESObject(ESContext context, LobObj object);
-/// A write stream object over a temporary file, whose method "getLobObj" reads back what was
-/// written as the stream form of an object.
-ESObject WrStreamToLobObjESObjectCreate(ESContext context);
-/// Reads any stream object to its end as the stream form of an object and copies that object
-/// into the document; the null object when the form holds none.
-LobObj StreamESObjectToLobObj(ESObject object, LobDoc doc);
-
-// Guarded calls.
-
-/// Calls a method of the object for an internal event aimed at the document; a host error is
-/// raised again once the event is closed. False when there is no such method.
-bool ESObjectSafeCallWithDkDoc(ESObject object, DkDoc doc, const char* name, int32_t argc,
-                               const ESVal* argv, ESVal result);
-/// The same without a document; a failure is kept from the caller and answers false.
-bool ESObjectSafeCall(ESObject object, const char* name, int32_t argc, const ESVal* argv,
-                      ESVal result);
-/// The object's "toSource" text, or null.
-CEStr ESObjectSafeToSource(ESObject object);
-
-// Safe strings: texts that the plug-in made, told apart from texts that a script made.
-
-/// Whether the value is a string object that the plug-in made with this text.
-bool ESValIsSafeString(ESVal value);
-/// A new string object of the text, marked as made by the plug-in.
-CES::Val ESValCreateSafeString(ESContext context, const _EStrRec* text);
-
-// Times.
-
-/// Reads a script Date; false for any other value.
-bool ESValGetTime(ESVal value, QsTimeRec* out);
-/// Sets value to a new script Date of the record.
-void ESValSetTime(ESVal value, const QsTimeRec* rec);
-
-// Rectangles, colours and typed text.
-
-/// Sets the colour's space by its name: "G", "RGB", "CMYK"; anything else gives no space (127).
-void VESUtilInitDkColorValue(DkColorValueRec* colour, const char* name);
-/// The colour as an array: the space's name, then its components.
-CES::Val VESUtilNewColor(ESContext context, const DkColorValueRec* colour);
-/// Reads a colour array; false for a value that is no array.
-bool VESUtilUnloadColor(ESContext context, ESVal value, DkColorValueRec* out);
-/// The rectangle as an array of four numbers.
-CES::Val VESObjectFromFixedRect(ESContext context, const QsFixedRect* rect);
-/// Reads elements 0 to 3 into the rectangle; false at the first one missing.
-bool VESValueToFixedRect(ESContext context, ESVal value, QsFixedRect* out);
-
-/// Kinds of typed text.
-enum VESValueType : int32_t {
-    kVESString = 0,
-    kVESInteger = 1,
-    kVESReal = 2,
-    kVESDate = 3,
-    kVESBoolean = 4,
-};
-/// What a text typed into a field holds: a string, an integer, a real, a date or a boolean.
-VESValueType VESUtilGetValueType(const char* text);
-/// The same for a zero-ended text of host-order units.
-VESValueType VESUtilGetValueTypeUCS(const uint16_t* units);
-/// The text as a script value of its type.
-CES::Val VESUtilStringToValue(ESContext context, const char* text);
-CES::Val VESUtilStringToValueUCS(ESContext context, const uint16_t* units);

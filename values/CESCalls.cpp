@@ -1,4 +1,6 @@
 // Guarded calls into script, and safe strings.
+#include "values/CESCalls.h"
+#include "values/CESEventScope.h"
 #include "values/CESInternal.h"
 
 #include "frame/QsCore.h"
@@ -9,24 +11,6 @@
 using namespace CES;
 using CES::detail::engine;
 
-namespace {
-
-/// Closes an event on every way out.
-class OpenEvent {
-public:
-    OpenEvent(IScriptEngine& es, ESEvent event) : m_es(es), m_event(event) {}
-    ~OpenEvent() { m_es.closeEvent(m_event); }
-    OpenEvent(const OpenEvent&) = delete;
-    OpenEvent& operator=(const OpenEvent&) = delete;
-    ESEvent get() const { return m_event; }
-
-private:
-    IScriptEngine& m_es;
-    ESEvent m_event;
-};
-
-} // namespace
-
 bool ESObjectSafeCallWithDkDoc(ESObject object, DkDoc doc, const char* name, int32_t argc,
                                const ESVal* argv, ESVal result) {
     IScriptEngine& es = engine();
@@ -36,15 +20,15 @@ bool ESObjectSafeCallWithDkDoc(ESObject object, DkDoc doc, const char* name, int
     int32_t code = 0;
     bool called = false;
     {
-        OpenEvent event(es, es.openEvent(context, "Internal", "Exec"));
-        es.setEventAs(event.get(), "Internal", "Exec");
+        EventScope event(context, "Internal", "Exec");
+        event.actAs("Internal", "Exec");
         HostFrame frame;
         code = frame.run([&] {
             ESObject target = doc ? es.documentObject(doc) : nullptr;
-            ESObject eventObject = es.eventObject(event.get());
-            if (target && eventObject) {
+            Val eventObject = event.object();
+            if (target && eventObject.object()) {
                 Val targetValue(target);
-                es.setProperty(eventObject, "target", targetValue.slot());
+                es.setProperty(eventObject.object(), "target", targetValue.slot());
             }
             called = es.callMethod(object, name, argv, argc, result);
         });

@@ -1,9 +1,13 @@
 // The converters between script values and CAgg.
+#include "values/CESConvert.h"
+#include "values/CESEventScope.h"
 #include "values/CESInternal.h"
 
 #include "frame/HostTables.h"
 #include "frame/QsCore.h"
 #include "frame/host/VxIconBundle.h"
+#include "values/CESStreams.h"
+#include "values/CESTime.h"
 
 #include <exception>
 #include <set>
@@ -356,7 +360,7 @@ void ESValToCAgg(CAgg& out, ESVal value, unsigned short useTextKeys) {
     ESContext context = engine().valueContext(value);
     if (!context)
         throwInternalException();
-    detail::ValueScope scope(context);
+    ValueScope scope(context);
     ToCAgg(context).convert(out, value, useTextKeys != 0, 0);
 }
 
@@ -369,7 +373,7 @@ void CAggToESVal(ESVal value, CAgg& in) {
     ESContext context = engine().valueContext(value);
     if (!context)
         throwInternalException();
-    detail::ValueScope scope(context);
+    ValueScope scope(context);
     ToScript(context).convert(value, in, 0);
 }
 
@@ -377,7 +381,7 @@ void ESSetObjectProps(ESObject object, CAgg& map) {
     ESContext context = engine().objectContext(object);
     if (!context)
         throwInternalException();
-    detail::ValueScope scope(context);
+    ValueScope scope(context);
     map.toMap();
     ToScript(context).setProperties(object, map, 0);
 }

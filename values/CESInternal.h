@@ -33,18 +33,6 @@ std::string markedName(const std::u16string& units);
 /// A name from a host-encoded or marked text of the caller, with the terminator it needs.
 std::string nameFromText(const char* text);
 
-/// Brackets a value scope of a context: objects handed out inside stay rooted until it ends.
-class ValueScope {
-public:
-    explicit ValueScope(ESContext context) : m_context(context) { engine().beginScope(context); }
-    ~ValueScope() { engine().endScope(m_context); }
-    ValueScope(const ValueScope&) = delete;
-    ValueScope& operator=(const ValueScope&) = delete;
-
-private:
-    ESContext m_context;
-};
-
 /// Bytes as lower-case hexadecimal text, two digits a byte.
 std::string hexFromBytes(const char* bytes, size_t count);
 /// Hexadecimal text as bytes: characters that are no digits are skipped, so that a pair may be

@@ -1,8 +1,10 @@
 // Stream objects over the stream form of low-level objects, kept in temporary files.
 #include "values/CESInternal.h"
+#include "values/CESStreams.h"
 
 #include "frame/HostTables.h"
 #include "frame/host/IFileSystem.h"
+#include "values/CESConvert.h"
 #include "values/CLobObjShadow.h"
 #include "values/LobObjStream.h"
 #include "values/QsFileStm.h"

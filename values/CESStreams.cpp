@@ -5,6 +5,7 @@
 // objects may hold one stream (a stream that went out as a value and came back), and it is closed
 // once, when the last object that owns it goes. A stream that somebody else closed leaves the
 // table, and the objects holding it read nothing from then on.
+#include "values/CESStreams.h"
 #include "values/CESInternal.h"
 
 #include "frame/HostTables.h"

@@ -1,6 +1,8 @@
 // Script dates to and from time records.
+#include "values/CESTime.h"
 #include "values/CESInternal.h"
 
+#include "values/CESCalls.h"
 #include "values/miTime.h"
 
 #include <string_view>

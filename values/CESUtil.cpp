@@ -1,4 +1,5 @@
 // Small script routines: rectangles, colours, and text typed into fields.
+#include "values/CESUtil.h"
 #include "values/CESInternal.h"
 
 #include "frame/miString.h"

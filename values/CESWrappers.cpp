@@ -196,6 +196,11 @@ Val Context::popException() const {
     return m_handler->pop();
 }
 
+void Context::clearException() const {
+    if (m_context)
+        engine().clearException(m_context);
+}
+
 // Values: construction.
 
 void Val::adopt(ESVal slot, ESContext context) {
@@ -250,6 +255,11 @@ Val::Val(double value, const Context& context) : Val(context) {
 
 Val::Val(const char* text, const Context& context) : Val(context) {
     *this = text;
+}
+
+Val::Val(const char* text, long length, const Context& context) : Val(context) {
+    if (!guarded([&] { return engine().setString(m_slot, text, length); }))
+        throwInternalException();
 }
 
 Val::Val(const QsTextRec* text, const Context& context) : Val(context) {
@@ -676,6 +686,21 @@ Val newArray(const Context& context) {
     if (!array)
         detail::throwPending(context);
     return Val(array);
+}
+
+std::string className(ESObject object) {
+    const char* name = object ? engine().className(object) : nullptr;
+    return name ? name : "";
+}
+
+bool isDead(ESObject object) {
+    void* dead = nullptr;
+    return object && engine().getPrivate(object, "Dead", &dead) && dead;
+}
+
+void markDead(ESObject object) {
+    if (object)
+        engine().setPrivate(object, "Dead", reinterpret_cast<void*>(1));
 }
 
 Val getOrCreateGlobalObject(const Context& context, const char* name) {

@@ -5,6 +5,9 @@
 //
 // Encodings: 0 the host's, 1 PDFDocEncoding, 2 UCS (0xFE 0xFF then big-endian units), 3 automatic
 // (a request only), 4 to 16 the named script encodings, 17 best (a request only), 18 UCS-shaped.
+//
+// Text stays a UTF-8 std::string only where it crosses into a library that speaks UTF-8 (Expat,
+// curl, GLib) or a protocol's bytes are built; EStrFromUTF8 and EStrToUTF8 are the two doors.
 #pragma once
 
 #include "frame/QsText.h"
@@ -14,6 +17,7 @@
 
 #include <cstdarg>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 struct _EStrRec {
@@ -200,3 +204,17 @@ public:
 private:
     EStr m_s = nullptr;
 };
+
+// UTF-8, at the boundaries with libraries and protocols.
+
+/// UTF-8 bytes as a CEStr: PDFDocEncoding when every byte is ASCII, else UCS. Malformed sequences
+/// read as U+FFFD.
+CEStr EStrFromUTF8(const char* text, long length);
+/// The same for a zero-ended text; null gives the empty text.
+CEStr EStrFromUTF8(const char* text);
+CEStr EStrFromUTF8(const std::string& text);
+/// The text of any encoding as UTF-8; null gives the empty text.
+std::string EStrToUTF8(const _EStrRec* text);
+/// Appends the UTF-8 form of a UCS string's units from unit `from` on; a surrogate pair is one
+/// character, a lone surrogate gives U+FFFD.
+void EStrAppendUCSAsUTF8(std::string& out, const _EStrRec* text, long from = 0);

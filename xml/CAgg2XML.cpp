@@ -125,7 +125,7 @@ void appendRaw(std::string& out, const _EStrRec* text, long from = 0) {
             out.append(EStrGetBytes(text) + from, static_cast<size_t>(length - from));
         return;
     }
-    AppendUCSAsUTF8(out, text, from);
+    EStrAppendUCSAsUTF8(out, text, from);
 }
 
 // What an ASCII character becomes in escaped text: null for itself, "" for nothing (control

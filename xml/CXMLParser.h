@@ -10,6 +10,7 @@
 #pragma once
 
 #include "frame/host/QsStmRec.h"
+#include "values/EStr.h"
 #include "xml/XMLString.h"
 
 #include <exception>

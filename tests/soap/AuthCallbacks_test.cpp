@@ -40,7 +40,7 @@ class AuthCallbacksTest : public ::testing::Test {
 protected:
     void SetUp() override {
         host.installScriptEngine().registerStringProvider("SOAPString", soapStrings);
-        context = gESHFT->newContext("App", nullptr);
+        context = host.scriptEngine().newContext("App", nullptr);
         run(soapTestData("exec-dialog-stub.js"));
     }
     void TearDown() override {
@@ -53,7 +53,7 @@ protected:
     /// Runs script in the test's context; its value as UTF-8 text.
     std::string run(const std::string& source) {
         int32_t code = 0;
-        std::string text = evaluateScript(context, source, code);
+        std::string text = evaluateScript(host.scriptEngine(), context, source, code);
         EXPECT_EQ(code, 0) << source;
         return text;
     }

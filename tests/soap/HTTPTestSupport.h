@@ -110,18 +110,18 @@ inline std::optional<std::pair<std::string, std::string>> storedCredentials(cons
     return found;
 }
 
-/// Evaluates script in the context: the text of its value, and in code the error it raised (0
-/// for none).
-inline std::string evaluateScript(ESContext context, const std::string& source, int32_t& code) {
-    ESVal result = gESHFT->newVal(context);
+/// Evaluates script in the context, as the host does: the text of its value, and in code the
+/// error it raised (0 for none).
+inline std::string evaluateScript(IScriptEngine& es, ESContext context, const std::string& source,
+                                  int32_t& code) {
+    ESVal result = es.newVal(context);
     HostFrame frame;
     frame.run([&] {
-        gESHFT->evaluate(context, nullptr, source.c_str(), static_cast<long>(source.size()),
-                         result);
+        es.evaluate(context, nullptr, source.c_str(), static_cast<long>(source.size()), result);
     });
     code = frame.code();
     CQsText text;
-    gESHFT->readQsText(result, text.get());
-    gESHFT->freeVal(result);
+    es.readQsText(result, text.get());
+    es.freeVal(result);
     return text.getString();
 }

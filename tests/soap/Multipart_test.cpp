@@ -30,13 +30,13 @@ std::string readParts(CMultipartReader& reader, const std::string& body,
     for (const CEStr& name : reader.getPartNames()) {
         CAgg* record = reader.getPartRecord(name);
         std::string type = record->has("Content-Type")
-                               ? SOAPUTF8(SOAPValueText((*record)["Content-Type"]))
+                               ? EStrToUTF8(CAggValueText((*record)["Content-Type"]))
                                : std::string();
         QsStm part = reader.getPart(name);
-        text += SOAPUTF8(name) + " [" + type + "] " + QsStmReadAll(part) + "\n";
+        text += EStrToUTF8(name) + " [" + type + "] " + QsStmReadAll(part) + "\n";
         QsStmClose(part);
     }
-    return text + "root " + SOAPUTF8(reader.getRootPartName());
+    return text + "root " + EStrToUTF8(reader.getRootPartName());
 }
 
 std::string readAll(CRequestWriter& writer) {
@@ -55,7 +55,7 @@ TEST(Multipart, WritesAnAttachmentRequestByteForByte) {
     std::string bytes("\x00\x01\x02\xff--not a boundary\r\n", 22);
     CEStr id = writer.addPart(CEStr("photo name", kEStrPDFDoc), "application/octet-stream",
                               "binary", QsMemStmRdOpen(bytes.data(), bytes.size()));
-    std::string href = "cid:" + SOAPUTF8(id);
+    std::string href = "cid:" + EStrToUTF8(id);
     CAgg request =
         map({{"urn:photos:upload",
               map({{"photo", map({{"soapHREF", CAgg(href.c_str())}})}, {"title", "sunset"}})}});
@@ -65,7 +65,7 @@ TEST(Multipart, WritesAnAttachmentRequestByteForByte) {
     writer.setDefaultPart(root);
 
     EXPECT_EQ(readAll(writer), readData("multipart-attachment-request.txt"));
-    EXPECT_EQ(SOAPUTF8(writer.getContentType()),
+    EXPECT_EQ(EStrToUTF8(writer.getContentType()),
               "multipart/related; type=\"text/xml\"; start=\"<00000000000040008000000000000003>\"; "
               "boundary=\"----=00000000000040008000000000000001\"");
     EXPECT_EQ(readAll(writer), "") << "a body is read once";
@@ -75,7 +75,7 @@ TEST(Multipart, WritesAnAttachmentRequestByteForByte) {
     std::string xml = "<a/>";
     QsStm stream = QsMemStmRdOpen(xml.data(), xml.size());
     dynamic_cast<CSinglePartWriter&>(*single).setContent("text/xml; charset=UTF-8", stream);
-    EXPECT_EQ(SOAPUTF8(single->getContentType()), "text/xml; charset=UTF-8");
+    EXPECT_EQ(EStrToUTF8(single->getContentType()), "text/xml; charset=UTF-8");
     EXPECT_EQ(readAll(*single), xml);
 }
 
@@ -151,18 +151,18 @@ TEST(Multipart, WrittenPartsReadBackAndBindIntoTheReply) {
     std::string reply = "<?xml version=\"1.0\"?><s:Envelope "
                         "xmlns:s=\"http://schemas.xmlsoap.org/soap/envelope/\"><s:Body><m:r "
                         "xmlns:m=\"urn:r\"><image href=\"cid:" +
-                        SOAPUTF8(photo) +
+                        EStrToUTF8(photo) +
                         "\"/><missing href=\"cid:nothing\"/></m:r></s:Body>"
                         "</s:Envelope>";
     CEStr root = writer.addPart("text/xml", "binary", QsMemStmRdOpen(reply.data(), reply.size()));
     writer.setDefaultPart(root);
 
     CMultipartReader reader;
-    CAgg headers = contentTypeHeader(SOAPUTF8(writer.getContentType()));
+    CAgg headers = contentTypeHeader(EStrToUTF8(writer.getContentType()));
     QsStm body = writer.getStream();
     reader.process(headers, body);
     QsStmClose(body);
-    ASSERT_EQ(SOAPUTF8(reader.getRootPartName()), "<" + SOAPUTF8(root) + ">");
+    ASSERT_EQ(EStrToUTF8(reader.getRootPartName()), "<" + EStrToUTF8(root) + ">");
     QsStm rootPart = reader.getPart(reader.getRootPartName());
     CAgg document = parse(QsStmReadAll(rootPart));
     QsStmClose(rootPart);

@@ -21,7 +21,7 @@ protected:
         host.installScriptEngine();
         ASSERT_TRUE(host.network().initialize());
         ASSERT_TRUE(module.init());
-        context = gESHFT->newContext("App", nullptr);
+        context = host.scriptEngine().newContext("App", nullptr);
         serve("http://wsdl.test/calculator.wsdl", "connect-calculator-rpc-encoded.wsdl");
         serve("http://wsdl.test/orders.wsdl", "connect-orders-document-literal.wsdl");
         serve("http://wsdl.test/quotes.wsdl", "connect-quote-in-soap-action.wsdl");
@@ -36,8 +36,8 @@ protected:
     /// Runs script in the test's context: its value as text, or "throws" when it threw.
     std::string run(const std::string& source) {
         int32_t code = 0;
-        std::string text = evaluateScript(context, source, code);
-        gESHFT->clearException(context);
+        std::string text = evaluateScript(host.scriptEngine(), context, source, code);
+        host.scriptEngine().clearException(context);
         return code ? "throws" : text;
     }
 

@@ -93,9 +93,9 @@ TEST(SOAPReader, TakesFaultsOutOfTheBody) {
     CAgg result = reader->readBody(nullptr);
     EXPECT_EQ(dump(result), R"({"urn:err:before":"1"})") << "the child after the fault is unread";
     EXPECT_TRUE(reader->hasFault());
-    EXPECT_EQ(SOAPUTF8(reader->getFaultString()), "It broke");
-    EXPECT_EQ(SOAPUTF8(reader->getFaultCode()), "soap:Server");
-    EXPECT_EQ(SOAPUTF8(reader->getFaultActor()), "http://example.org/actor");
+    EXPECT_EQ(EStrToUTF8(reader->getFaultString()), "It broke");
+    EXPECT_EQ(EStrToUTF8(reader->getFaultCode()), "soap:Server");
+    EXPECT_EQ(EStrToUTF8(reader->getFaultActor()), "http://example.org/actor");
     EXPECT_EQ(dump(reader->getFaultDetail()), R"({"detail":{"urn:err:info":{"code":42}}})");
     EXPECT_FALSE(reader->hasError());
 

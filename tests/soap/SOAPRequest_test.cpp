@@ -3,6 +3,7 @@
 #include "soap/AuthCallbacks.h"
 #include "soap/WireDump.h"
 #include "tests/soap/SOAPScriptSupport.h"
+#include "values/CES.h"
 
 using namespace soaptest;
 
@@ -73,10 +74,7 @@ TEST_F(SOAPRequestTest, WireDumpIsASwitchUntilTheObjectIsDead) {
     EXPECT_EQ(run("SOAP.wireDump = true; SOAP.wireDump"), "true");
     EXPECT_EQ(getEnableWireDump(), 1);
     EXPECT_EQ(run("SOAP.wireDump = false; SOAP.wireDump"), "false");
-    ESVal soap = gESHFT->newVal(context);
-    gESHFT->getProperty(gESHFT->globalObject(context), "SOAP", soap);
-    gESHFT->setPrivate(gESHFT->readObject(soap), "Dead", reinterpret_cast<void*>(1));
-    gESHFT->freeVal(soap);
+    CES::markDead(CES::Context(context).global()["SOAP"].get().object());
     EXPECT_EQ(run("SOAP.wireDump = true; typeof SOAP.wireDump"), "undefined");
     EXPECT_EQ(getEnableWireDump(), 0);
 }

@@ -30,7 +30,7 @@ protected:
         host.installScriptEngine().registerStringProvider("SOAPString", soapStrings);
         module = std::make_unique<CSoapModule>();
         module->init();
-        context = gESHFT->newContext("App", nullptr);
+        context = host.scriptEngine().newContext("App", nullptr);
         run(soapTestData("script-helpers.js"));
     }
     void TearDown() override {
@@ -43,7 +43,7 @@ protected:
     /// fails the test.
     std::string run(const std::string& source) {
         int32_t code = 0;
-        std::string text = evaluateScript(context, source, code);
+        std::string text = evaluateScript(host.scriptEngine(), context, source, code);
         EXPECT_EQ(code, 0) << source;
         return text;
     }

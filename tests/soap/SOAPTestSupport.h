@@ -2,8 +2,8 @@
 // serialising an element tree, and a compact text form of a value to compare against.
 #pragma once
 
-#include "soap/SOAPText.h"
 #include "values/CAgg.h"
+#include "values/CAggWalk.h"
 #include "values/QsStm.h"
 #include "xml/CAgg2XML.h"
 #include "xml/CXML2CAgg.h"
@@ -66,8 +66,8 @@ inline void ownStreams(CAgg& value) {
     else if (value.getType() == CAgg::eVector)
         for (CAgg& item : value.toVector())
             ownStreams(item);
-    else if (SOAPIsMap(value))
-        SOAPForEachEntry(value, [](const CEStr&, CAgg& item) { ownStreams(item); });
+    else if (CAggIsMap(value))
+        CAggForEachEntry(value, [](const CEStr&, CAgg& item) { ownStreams(item); });
 }
 
 /// The text of an element tree as CAgg2XML writes it.
@@ -93,7 +93,7 @@ inline std::string dump(CAgg& value) {
     case CAgg::eVoid:
         return "null";
     case CAgg::eEStr:
-        return quoted(SOAPUTF8(value.toEStr()));
+        return quoted(EStrToUTF8(value.toEStr()));
     case CAgg::eQsInt32:
         return std::to_string(value.toQsInt32());
     case CAgg::eQsBool:
@@ -121,8 +121,8 @@ inline std::string dump(CAgg& value) {
     case CAgg::eMap:
     case CAgg::eQsAtomMap: {
         std::string text = "{";
-        SOAPForEachEntry(value, [&](const CEStr& key, CAgg& item) {
-            text += (text.size() > 1 ? "," : "") + quoted(SOAPUTF8(key)) + ":" + dump(item);
+        CAggForEachEntry(value, [&](const CEStr& key, CAgg& item) {
+            text += (text.size() > 1 ? "," : "") + quoted(EStrToUTF8(key)) + ":" + dump(item);
         });
         return text + "}";
     }

@@ -40,7 +40,7 @@ std::string write(const WriteCase& c) {
     if (code != 0) {
         EXPECT_EQ(code, -1);
         EXPECT_TRUE(writer->hasError());
-        return "error: " + SOAPUTF8(writer->getError());
+        return "error: " + EStrToUTF8(writer->getError());
     }
     EXPECT_FALSE(writer->hasError());
     return serialize(tree);
@@ -334,7 +334,8 @@ TEST(SOAPWriter, RefusesARequestNestedTooDeep) {
         std::unique_ptr<CSOAPWriter> writer = getSOAPWriter(none, request, encoded ? 1 : 0);
         HostFrame frame;
         EXPECT_EQ(frame.run([&] { writer->writeMessage(); }), -1);
-        EXPECT_EQ(SOAPUTF8(writer->getError()), "The request is nested too deeply to be written.");
+        EXPECT_EQ(EStrToUTF8(writer->getError()),
+                  "The request is nested too deeply to be written.");
         for (CAgg level = std::move(request["op"]); level.has("a");) {
             CAgg inner = std::move(level["a"]);
             level = std::move(inner);

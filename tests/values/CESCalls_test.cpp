@@ -3,6 +3,8 @@
 #include "tests/values/CaseTable.h"
 
 #include "frame/HostTables.h"
+#include "values/CESCalls.h"
+#include "values/CESTime.h"
 
 namespace {
 

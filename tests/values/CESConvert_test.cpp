@@ -5,6 +5,7 @@
 
 #include "frame/HostTables.h"
 #include "frame/host/VxIconBundle.h"
+#include "values/CESConvert.h"
 
 #include <chrono>
 

@@ -4,6 +4,8 @@
 #include "tests/values/CaseTable.h"
 
 #include "frame/HostTables.h"
+#include "values/CESConvert.h"
+#include "values/CESStreams.h"
 #include "values/LobObjStream.h"
 #include "values/QsStm.h"
 

@@ -1,6 +1,7 @@
 // The script routines for typed text, colours and rectangles, against the real engine.
 #include "tests/values/CESTestSupport.h"
 #include "tests/values/CaseTable.h"
+#include "values/CESUtil.h"
 
 namespace {
 

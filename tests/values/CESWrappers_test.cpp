@@ -3,6 +3,7 @@
 #include "tests/values/CESTestSupport.h"
 
 #include "frame/HostTables.h"
+#include "values/CESCalls.h"
 
 #include <climits>
 

@@ -1,4 +1,4 @@
-// The view on an element record, and the conversions between the forms of XML text.
+// The view on an element record, and the tags of the serialiser's plain form.
 #include "xml/CXMLElement.h"
 
 #include "tests/xml/XMLTestSupport.h"
@@ -73,39 +73,6 @@ TEST_F(XMLElement, AccessorsReadWithoutAddingAndWriteTheRecordKeys) {
     EXPECT_EQ(root.childCount(), 2);
     EXPECT_EQ(xmltest::serialise(tree, 4096, false),
               "<m:Envelope id=\"7\" xmlns:m=\"urn:env\"><Body>x</Body><?pi?>\n</m:Envelope>");
-}
-
-TEST_F(XMLElement, TextFormsKeepTheCharacters) {
-    struct Case {
-        const char* utf8;
-        const char* shown;
-    };
-    // ASCII stays single-byte; anything else becomes UCS, astral characters as surrogate pairs.
-    const Case cases[] = {
-        {"", "\"\""},
-        {"Envelope", "\"Envelope\""},
-        {"t\xC3\xA9l\xC3\xA9phone", "\"t\xC3\xA9l\xC3\xA9phone\"[ucs]"},
-        {"\xE6\x97\xA5\xF0\x9D\x84\x9E", "\"\xE6\x97\xA5\xF0\x9D\x84\x9E\"[ucs]"},
-    };
-    for (const Case& c : cases) {
-        CEStr text = XML_String2ESTR(c.utf8);
-        EXPECT_EQ(shown(text), c.shown) << c.utf8;
-        EXPECT_EQ(ESTR2UTF8(text), c.utf8);
-        EXPECT_EQ(ESTR2XML_String(text), c.utf8);
-        EXPECT_EQ(XML_String2UTF8(c.utf8), c.utf8);
-    }
-    CEStr clef = XML_String2ESTR("\xF0\x9D\x84\x9E");
-    EXPECT_EQ(std::string(EStrGetBytes(clef), static_cast<size_t>(EStrGetLen(clef))),
-              std::string("\xFE\xFF\xD8\x34\xDD\x1E", 6));
-    // Bytes that are no UTF-8, a cut sequence among them, each become U+FFFD.
-    CEStr broken = XML_String2ESTR("a\xFF\xE6\x97");
-    EXPECT_EQ(std::string(EStrGetBytes(broken), static_cast<size_t>(EStrGetLen(broken))),
-              std::string("\xFE\xFF\x00\x61\xFF\xFD\xFF\xFD\xFF\xFD", 10));
-    EXPECT_EQ(EStrGetBytes(broken)[10], '\0');
-    // A single-byte string of another encoding reaches UTF-8 through its characters.
-    EXPECT_EQ(ESTR2UTF8(CEStr("caf\xE9 \x95", kEStrPDFDoc)), "caf\xC3\xA9 \xC5\x81");
-    EXPECT_EQ(ESTR2UTF8(nullptr), "");
-    EXPECT_EQ(XML_String2UTF8(nullptr), "");
 }
 
 TEST_F(XMLElement, TagsInANamespaceTakeThePrefixM) {
