@@ -121,24 +121,25 @@ public:
     using CAggQsAtomMap = CAggAtomMap;
     using CAggVector = std::vector<CAgg>;
 
-    // Construction. Every form copies what it is given.
+    // Construction. Every form copies what it is given. The forms from a pointer are explicit,
+    // so that a stray pointer never quietly becomes a value (of any pointer, an icon).
 
     CAgg() : m_type(eVoid), m_lobDoc(nullptr) {}
     CAgg(const CAgg& other);
     /// A copy of the value pointed at; void for null.
-    CAgg(const CAgg* other);
+    explicit CAgg(const CAgg* other);
     /// Takes the other's tree; the other is left void.
     CAgg(CAgg&& other) noexcept;
     CAgg(LobObj object);
     CAgg(const CLobObjShadow& shadow);
-    CAgg(const CLobObjShadow* shadow);
+    explicit CAgg(const CLobObjShadow* shadow);
     CAgg(LobDoc doc);
     /// Acquires the page.
     CAgg(DkPage page);
     CAgg(DkDoc doc);
-    CAgg(QsStm stream, unsigned short ownsStream);
+    explicit CAgg(QsStm stream, unsigned short ownsStream);
     CAgg(const CQsText& text);
-    CAgg(const CQsText* text);
+    explicit CAgg(const CQsText* text);
     /// A copy of the string; void for null.
     CAgg(const _EStrRec* text);
     /// A string of the text, with encoding 3: UCS when it starts with the mark, else 1.
@@ -149,19 +150,19 @@ public:
     CAgg(int value) : CAgg(static_cast<long>(value)) {}
     CAgg(double value);
     CAgg(const DkColorValueRec& colour);
-    CAgg(const DkColorValueRec* colour);
+    explicit CAgg(const DkColorValueRec* colour);
     CAgg(const QsTimeRec& time);
-    CAgg(const QsTimeRec* time);
+    explicit CAgg(const QsTimeRec* time);
     CAgg(const QsFixedPoint& point);
-    CAgg(const QsFixedPoint* point);
+    explicit CAgg(const QsFixedPoint* point);
     CAgg(const QsFixedRect& rect);
-    CAgg(const QsFixedRect* rect);
+    explicit CAgg(const QsFixedRect* rect);
     CAgg(const QsFixedQuad& quad);
-    CAgg(const QsFixedQuad* quad);
+    explicit CAgg(const QsFixedQuad* quad);
     CAgg(const QsFixedMatrix& matrix);
-    CAgg(const QsFixedMatrix* matrix);
+    explicit CAgg(const QsFixedMatrix* matrix);
     /// An icon handle, or any other pointer of the viewer's.
-    CAgg(void* icon);
+    explicit CAgg(void* icon);
     ~CAgg();
     /// An empty atom map with room for `room` entries made in one piece with it, for a caller
     /// that knows how many entries are coming.

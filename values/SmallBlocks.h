@@ -23,19 +23,3 @@ void smallBlockFree(void* block, size_t bytes);
 /// that look at what a freed block still holds.
 using SmallBlockFreeObserver = void (*)(const void* block, size_t bytes);
 void smallBlockSetFreeObserver(SmallBlockFreeObserver observer);
-
-/// A standard allocator over the small blocks, for node-based containers.
-template <class T> class SmallBlockAllocator {
-public:
-    using value_type = T;
-
-    SmallBlockAllocator() noexcept = default;
-    template <class U> SmallBlockAllocator(const SmallBlockAllocator<U>&) noexcept {}
-
-    T* allocate(size_t count) { return static_cast<T*>(smallBlockAllocate(count * sizeof(T))); }
-    void deallocate(T* block, size_t count) noexcept { smallBlockFree(block, count * sizeof(T)); }
-
-    template <class U> bool operator==(const SmallBlockAllocator<U>&) const noexcept {
-        return true;
-    }
-};

@@ -13,6 +13,7 @@
 
 #include <cmath>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace {
@@ -43,6 +44,14 @@ class CAggCore : public ::testing::Test {
 protected:
     FakeHost host;
 };
+
+// A pointer becomes a value only when asked to: a stray one is never quietly an icon.
+static_assert(!std::is_convertible_v<void*, CAgg>);
+static_assert(!std::is_convertible_v<int*, CAgg>);
+static_assert(!std::is_convertible_v<const CAgg*, CAgg>);
+static_assert(!std::is_convertible_v<const QsTimeRec*, CAgg>);
+static_assert(std::is_constructible_v<CAgg, void*>);
+static_assert(std::is_convertible_v<const char*, CAgg>);
 
 TEST_F(CAggCore, MapsWalkNumbersFirstThenByEncodingAndBytes) {
     struct Case {

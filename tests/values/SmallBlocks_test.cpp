@@ -8,6 +8,7 @@
 #include <cstring>
 #include <mutex>
 #include <random>
+#include <set>
 #include <thread>
 #include <vector>
 
@@ -64,12 +65,17 @@ TEST(SmallBlocks, OtherThreadsMayGiveBlocksBack) {
     other.join();
     for (void* block : theirs)
         smallBlockFree(block, 96);
-    // What the other thread gave back is taken up again here.
+    // What the other thread gave back is taken up again here: every block of this thread that
+    // it freed comes out once more among the next allocations of the same size.
+    std::set<void*> given(mine.begin(), mine.end());
     std::vector<void*> again;
+    size_t reused = 0;
     for (int i = 0; i < 10000; ++i) {
         again.push_back(smallBlockAllocate(64));
+        reused += given.erase(again.back());
         std::memset(again.back(), 0xAB, 64);
     }
+    EXPECT_EQ(reused, mine.size());
     for (void* block : again)
         smallBlockFree(block, 64);
 }
