@@ -578,6 +578,10 @@ QsStm CAgg::toQsStm(unsigned short own) {
     return m_payload.stream->liveStream();
 }
 
+std::shared_ptr<bool> CAgg::sharedStreamClosed() const {
+    return m_type == eQsStm ? m_payload.stream->m_closed : nullptr;
+}
+
 DkActionClipboardData CAgg::toDkActionClipboardData(unsigned short addRef) {
     convert(eDkActionClipboardData);
     if (addRef)

@@ -282,6 +282,9 @@ public:
     QsStm toQsStm();
     /// The stream handle, writing own over the ownership flag.
     QsStm toQsStm(unsigned short own);
+    /// The flag that the copies of a stream value share: set once one of them, or a script
+    /// object that took the stream over, has closed the stream. Null for a value of another type.
+    std::shared_ptr<bool> sharedStreamClosed() const;
     /// The viewer's clipboard handle, raising the holder's count by one if addRef is set.
     DkActionClipboardData toDkActionClipboardData(unsigned short addRef);
 

@@ -337,9 +337,10 @@ void ToScript::convert(ESVal value, CAgg& in, int depth) {
         return;
     }
     case CAgg::eQsStm: {
-        // The object takes the stream over from the value.
+        // The object takes the stream over from the value. Copies of the value may still own
+        // it too; they share the flag that says it was closed.
         QsStm stream = in.toQsStm(0);
-        m_es.setObject(value, QsStmToESObject(m_context, stream, true));
+        m_es.setObject(value, QsStmToESObject(m_context, stream, true, in.sharedStreamClosed()));
         return;
     }
     case CAgg::eVxIcon:

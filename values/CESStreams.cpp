@@ -4,7 +4,13 @@
 // hexadecimal text. The streams handed to script objects are counted in one table: several
 // objects may hold one stream (a stream that went out as a value and came back), and it is closed
 // once, when the last object that owns it goes. A stream that somebody else closed leaves the
-// table, and the objects holding it read nothing from then on.
+// table, and the objects holding it read nothing from then on. A stream that an object took over
+// from a CAgg value may still be owned by copies of that value: object and copies share a flag
+// (the private "QsStmClosed"), so whoever closes the stream first tells the others, and it is
+// closed once; read and write on the object then fail with the dead-object error. A stream that an
+// object took over from a CAgg value may still be owned by copies of that value: object and copies
+// share a flag
+// ("QsStmClosed"), so whoever closes the stream first tells the others, and it is closed once.
 #include "values/CESStreams.h"
 #include "values/CESInternal.h"
 
@@ -15,6 +21,7 @@
 #include <algorithm>
 #include <array>
 #include <map>
+#include <memory>
 
 using namespace CES;
 using CES::detail::engine;
@@ -29,6 +36,7 @@ constexpr long kReadBlock = 65536;
 struct StreamEntry {
     int objects = 0;
     bool owned = false;
+    std::shared_ptr<bool> closed; // shared with CAgg copies; null when none own the stream
 };
 
 std::map<QsStm, StreamEntry>& streamTable() {
@@ -36,30 +44,56 @@ std::map<QsStm, StreamEntry>& streamTable() {
     return table;
 }
 
+/// Whether a CAgg copy that shared the object's stream has closed it.
+bool closedUnderObject(ESObject object) {
+    void* flag = nullptr;
+    return gESHFT && gESHFT->getPrivate(object, "QsStmClosed", &flag) && flag &&
+           **static_cast<std::shared_ptr<bool>*>(flag);
+}
+
 /// The object's stream while it is open; null when it has none or it was closed elsewhere.
 QsStm heldStream(ESObject object) {
     void* stream = nullptr;
-    if (!gESHFT || !gESHFT->getPrivate(object, "QsStm", &stream) || !stream)
+    if (!gESHFT || !gESHFT->getPrivate(object, "QsStm", &stream) || !stream ||
+        closedUnderObject(object))
         return nullptr;
     auto& table = streamTable();
     return table.count(static_cast<QsStm>(stream)) ? static_cast<QsStm>(stream) : nullptr;
 }
 
+/// Lets go of the flag the object shares with CAgg copies of its stream.
+void dropClosedFlag(ESObject object) {
+    void* flag = nullptr;
+    if (gESHFT->getPrivate(object, "QsStmClosed", &flag)) {
+        gESHFT->removePrivate(object, "QsStmClosed");
+        delete static_cast<std::shared_ptr<bool>*>(flag);
+    }
+}
+
 } // namespace
 
 void CES::detail::releaseObjectStream(ESObject object) {
+    bool closedElsewhere = closedUnderObject(object);
+    dropClosedFlag(object);
     void* held = nullptr;
     if (!gESHFT->getPrivate(object, "QsStm", &held))
         return;
     gESHFT->removePrivate(object, "QsStm");
+    // A stream closed under the object is gone, and its address may already be another
+    // stream's: the table is left alone.
+    if (closedElsewhere)
+        return;
     auto& table = streamTable();
     auto found = table.find(static_cast<QsStm>(held));
     if (found == table.end() || --found->second.objects > 0)
         return;
-    bool owned = found->second.owned;
+    StreamEntry entry = std::move(found->second);
     table.erase(found);
-    if (owned)
-        QsStmClose(static_cast<QsStm>(held));
+    if (!entry.owned)
+        return;
+    if (entry.closed)
+        *entry.closed = true;
+    QsStmClose(static_cast<QsStm>(held));
 }
 
 namespace {
@@ -92,6 +126,8 @@ bool streamRead(ESContext context, ESObject self, ESArgs args, ESVal result) {
         long wanted =
             count.type() == kESValUndefined ? kDefaultReadBytes : static_cast<long>(count);
         std::string bytes;
+        if (closedUnderObject(self))
+            raiseHostError(kESErrDeadObject);
         QsStm stream = heldStream(self);
         std::string block;
         while (stream && static_cast<long>(bytes.size()) < wanted) {
@@ -125,6 +161,8 @@ bool streamWrite(ESContext context, ESObject self, ESArgs args, ESVal result) {
             ascii += unit < 0x80 ? static_cast<char>(unit) : ' ';
         std::string bytes = detail::bytesFromHex(ascii.data(), ascii.size());
         long written = 0;
+        if (closedUnderObject(self))
+            raiseHostError(kESErrDeadObject);
         QsStm stream = heldStream(self);
         if (stream && !bytes.empty())
             written = QsStmWrite(stream, bytes.data(), static_cast<long>(bytes.size()));
@@ -265,6 +303,11 @@ std::string bytesFromHex(const char* text, size_t length) {
 } // namespace CES::detail
 
 ESObject QsStmToESObject(ESContext context, QsStm stream, bool closeWithObject) {
+    return QsStmToESObject(context, stream, closeWithObject, nullptr);
+}
+
+ESObject QsStmToESObject(ESContext context, QsStm stream, bool closeWithObject,
+                         std::shared_ptr<bool> closedElsewhere) {
     IScriptEngine& es = engine();
     Context scope(context);
     ESObject object = detail::guarded([&] { return es.newObject(context, "Object"); });
@@ -275,9 +318,16 @@ ESObject QsStmToESObject(ESContext context, QsStm stream, bool closeWithObject) 
     es.setFinalizer(object, streamFinalizer);
     if (stream) {
         StreamEntry& entry = streamTable()[stream];
+        // An entry whose stream was closed under its objects belongs to a stream that is gone.
+        if (entry.closed && *entry.closed)
+            entry = StreamEntry{};
         ++entry.objects;
         entry.owned = entry.owned || closeWithObject;
+        if (closedElsewhere && !entry.closed)
+            entry.closed = closedElsewhere;
         es.setPrivate(object, "QsStm", stream);
+        if (closedElsewhere)
+            es.setPrivate(object, "QsStmClosed", new std::shared_ptr<bool>(closedElsewhere));
     }
     return object;
 }
@@ -311,6 +361,7 @@ bool ESObjectStreamShouldClose(ESObject object) {
 void ESObjectQsStmGotClosed(ESObject object) {
     void* held = nullptr;
     IScriptEngine& es = engine();
+    dropClosedFlag(object);
     if (!es.getPrivate(object, "QsStm", &held))
         return;
     es.removePrivate(object, "QsStm");

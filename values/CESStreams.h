@@ -5,6 +5,8 @@
 #include "frame/host/QsStmRec.h"
 #include "frame/host/ViewerHandles.h"
 
+#include <memory>
+
 /// The stream an object reads from: its own (shouldClose false) or a new one that calls its
 /// "read" method (shouldClose true).
 QsStm ESObjectToRdQsStm(ESObject object, bool* shouldClose);
@@ -15,6 +17,12 @@ bool ESObjectStreamShouldClose(ESObject object);
 /// A new object with "read" and "write" over the stream; with closeWithObject set the stream
 /// closes when the last object holding it goes.
 ESObject QsStmToESObject(ESContext context, QsStm stream, bool closeWithObject);
+/// The same for a stream that copies of a CAgg value own too. They share closedElsewhere: once
+/// one of them has closed the stream the object neither reads, writes nor closes it (read and
+/// write fail with the engine's dead-object error), and when the object closes the stream it
+/// sets the flag for them.
+ESObject QsStmToESObject(ESContext context, QsStm stream, bool closeWithObject,
+                         std::shared_ptr<bool> closedElsewhere);
 /// Tells the objects holding the object's stream that somebody else closed it.
 void ESObjectQsStmGotClosed(ESObject object);
 /// A read stream object over the stream form of a low-level object, in a temporary file.

@@ -182,3 +182,57 @@ TEST_F(CESStreams, BytesThatAreNoStreamFormRaiseTheModelsError) {
 }
 
 } // namespace
+
+namespace {
+
+TEST_F(CESStreams, AStreamSharedByValueCopiesAndAScriptObjectIsClosedOnceInAnyOrder) {
+    static int closes = 0;
+    struct Counted : _t_QsStm {
+        ~Counted() override { ++closes; }
+        long read(char* buffer, long count) override {
+            if (count > 0)
+                buffer[0] = 'x';
+            return count > 0 ? 1 : 0;
+        }
+    };
+    enum Step { kOriginal, kCopy, kObject };
+    const std::vector<std::vector<Step>> orders = {
+        {kOriginal, kCopy, kObject}, {kOriginal, kObject, kCopy}, {kCopy, kOriginal, kObject},
+        {kCopy, kObject, kOriginal}, {kObject, kOriginal, kCopy}, {kObject, kCopy, kOriginal},
+    };
+    for (const std::vector<Step>& order : orders) {
+        closes = 0;
+        auto original = std::make_unique<CAgg>(new Counted, 1);
+        auto copy = std::make_unique<CAgg>(*original);
+        // The copy goes to script: the object takes the stream over from the copy only.
+        {
+            Val object(context);
+            CAggToESVal(object.slot(), *copy);
+            setGlobal("s", object);
+        }
+        EXPECT_EQ(textOf("s.read(1)"), "78");
+        bool objectGone = false;
+        for (Step step : order) {
+            if (step == kOriginal)
+                original.reset();
+            else if (step == kCopy)
+                copy.reset();
+            else {
+                run("s = undefined");
+                collect();
+                objectGone = true;
+            }
+            EXPECT_LE(closes, 1);
+            if (!objectGone && closes == 1) {
+                // Closed under the object: a read raises the engine's error, touching nothing.
+                EXPECT_EQ(textOf("try { s.read(1); 'read' } catch (e) { e.name }"),
+                          "DeadObjectError");
+            } else if (!objectGone) {
+                EXPECT_EQ(textOf("s.read(1)"), "78");
+            }
+        }
+        EXPECT_EQ(closes, 1);
+    }
+}
+
+} // namespace
