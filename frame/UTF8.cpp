@@ -88,3 +88,11 @@ std::string UTF8FromUTF16(const char16_t* units, size_t count) {
     }
     return out;
 }
+
+bool IsASCII(const char* text, size_t length) {
+    for (size_t i = 0; i < length; ++i) {
+        if (static_cast<unsigned char>(text[i]) >= 0x80)
+            return false;
+    }
+    return true;
+}

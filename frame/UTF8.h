@@ -8,6 +8,9 @@
 #include <cstdint>
 #include <string>
 
+/// Whether every byte is below 0x80: text that reads the same in UTF-8 and in any single-byte
+/// encoding the system knows.
+bool IsASCII(const char* text, size_t length);
 /// Decodes the sequence at text[i] and moves i past it, or past its first byte when it is
 /// malformed.
 char32_t DecodeUTF8(const unsigned char* text, size_t length, size_t& i);

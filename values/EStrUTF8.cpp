@@ -5,18 +5,6 @@
 
 #include <cstring>
 
-namespace {
-
-bool isASCII(const char* text, long length) {
-    for (long i = 0; i < length; ++i) {
-        if (static_cast<unsigned char>(text[i]) >= 0x80)
-            return false;
-    }
-    return true;
-}
-
-} // namespace
-
 void EStrAppendUCSAsUTF8(std::string& out, const _EStrRec* text, long from) {
     const auto* bytes = reinterpret_cast<const unsigned char*>(EStrGetBytes(text));
     long count = (EStrGetLen(text) - 2) / 2;
@@ -56,7 +44,7 @@ CEStr EStrFromUTF8(const std::string& text) {
 CEStr EStrFromUTF8(const char* text, long length) {
     if (!text || length <= 0)
         return CEStr::adopt(EStrNew(nullptr, kEStrPDFDoc));
-    if (isASCII(text, length)) {
+    if (IsASCII(text, static_cast<size_t>(length))) {
         EStr s = EStrNewSize(length, kEStrPDFDoc);
         std::memcpy(s->bytes, text, static_cast<size_t>(length));
         return CEStr::adopt(s);
@@ -97,7 +85,7 @@ std::string EStrToUTF8(const _EStrRec* text) {
     }
     const char* bytes = EStrGetBytes(text);
     long length = EStrGetLen(text);
-    if (isASCII(bytes, length))
+    if (IsASCII(bytes, static_cast<size_t>(length)))
         return out.assign(bytes, static_cast<size_t>(length));
     CEStr wide = CEStr::adopt(EStrCopySetEncoding(text, kEStrUCS));
     if (EStrGetEncoding(wide) == kEStrUCS) {

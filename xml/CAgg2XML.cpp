@@ -27,17 +27,9 @@ bool isUCS(const _EStrRec* text) {
     return encoding == kEStrUCS || encoding == kEStrUCSShaped;
 }
 
-bool isASCII(const char* bytes, long length) {
-    for (long i = 0; i < length; ++i) {
-        if (static_cast<unsigned char>(bytes[i]) >= 0x80)
-            return false;
-    }
-    return true;
-}
-
 // UCS, or single-byte text that is all ASCII: text whose characters are its bytes or its units.
 bool isPlain(const _EStrRec* text) {
-    return isUCS(text) || isASCII(EStrGetBytes(text), EStrGetLen(text));
+    return isUCS(text) || IsASCII(EStrGetBytes(text), static_cast<size_t>(EStrGetLen(text)));
 }
 
 uint32_t unitAt(const unsigned char* bytes, long i) {

@@ -1,19 +1,12 @@
 #include "xml/CXML2CAgg.h"
 
+#include "frame/UTF8.h"
 #include "frame/ZString.h"
 
 #include <cstring>
 #include <utility>
 
 namespace {
-
-bool isASCII(const XML_Char* text, size_t length) {
-    for (size_t i = 0; i < length; ++i) {
-        if (static_cast<unsigned char>(text[i]) >= 0x80)
-            return false;
-    }
-    return true;
-}
 
 // Space, tab and line feed; a carriage return counts as content.
 bool isBlank(const XML_Char* text, int len) {
@@ -28,7 +21,7 @@ bool isBlank(const XML_Char* text, int len) {
 // new string; anything else is made to measure and taken over rather than copied.
 void setText(CAgg& value, const XML_Char* text, size_t length) {
     EStr& payload = value.toEStr();
-    if (length + 2 <= static_cast<size_t>(payload->capacity) && isASCII(text, length)) {
+    if (length + 2 <= static_cast<size_t>(payload->capacity) && IsASCII(text, length)) {
         EStrSetBytesWithSize(payload, text, static_cast<long>(length), kEStrPDFDoc);
         return;
     }

@@ -13,6 +13,19 @@ namespace {
 
 using namespace CES;
 
+/// How many CountedStreams were closed.
+int closes = 0;
+
+/// A stream of endless "x" bytes that counts its closing.
+struct CountedStream : _t_QsStm {
+    ~CountedStream() override { ++closes; }
+    long read(char* buffer, long count) override {
+        if (count > 0)
+            buffer[0] = 'x';
+        return count > 0 ? 1 : 0;
+    }
+};
+
 class CESStreams : public CESTest {
 protected:
     /// A script object over the stream, as the global s.
@@ -97,17 +110,8 @@ TEST_F(CESStreams, AScriptReadThatThrowsFailsTheStreamAndKeepsTheError) {
 }
 
 TEST_F(CESStreams, AnObjectsOwnStreamIsLentAndLeftAloneOnceClosedElsewhere) {
-    static int closes = 0;
-    struct Counted : _t_QsStm {
-        ~Counted() override { ++closes; }
-        long read(char* buffer, long count) override {
-            if (count > 0)
-                buffer[0] = 'x';
-            return count > 0 ? 1 : 0;
-        }
-    };
     closes = 0;
-    auto* stream = new Counted;
+    auto* stream = new CountedStream;
     ESObject object = QsStmToESObject(context, stream, true);
     setGlobal("s", Val(object));
     bool shouldClose = true;
@@ -181,20 +185,7 @@ TEST_F(CESStreams, BytesThatAreNoStreamFormRaiseTheModelsError) {
     EXPECT_EQ(code, kHostErrBadByteForm);
 }
 
-} // namespace
-
-namespace {
-
 TEST_F(CESStreams, AStreamSharedByValueCopiesAndAScriptObjectIsClosedOnceInAnyOrder) {
-    static int closes = 0;
-    struct Counted : _t_QsStm {
-        ~Counted() override { ++closes; }
-        long read(char* buffer, long count) override {
-            if (count > 0)
-                buffer[0] = 'x';
-            return count > 0 ? 1 : 0;
-        }
-    };
     enum Step { kOriginal, kCopy, kObject };
     const std::vector<std::vector<Step>> orders = {
         {kOriginal, kCopy, kObject}, {kOriginal, kObject, kCopy}, {kCopy, kOriginal, kObject},
@@ -202,7 +193,7 @@ TEST_F(CESStreams, AStreamSharedByValueCopiesAndAScriptObjectIsClosedOnceInAnyOr
     };
     for (const std::vector<Step>& order : orders) {
         closes = 0;
-        auto original = std::make_unique<CAgg>(new Counted, 1);
+        auto original = std::make_unique<CAgg>(new CountedStream, 1);
         auto copy = std::make_unique<CAgg>(*original);
         // The copy goes to script: the object takes the stream over from the copy only.
         {
