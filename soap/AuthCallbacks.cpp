@@ -1,7 +1,10 @@
 #include "soap/AuthCallbacks.h"
 
 #include "frame/HostError.h"
+#include "frame/HostTables.h"
 #include "frame/QsCore.h"
+#include "frame/ZString.h"
+#include "frame/mdAlert.h"
 #include "soap/CCredStore.h"
 #include "values/CES.h"
 #include "values/CESEventScope.h"
@@ -175,6 +178,31 @@ struct DialogAnswer {
     }
 };
 
+/// Without a dialog manager the host asks in its own way (a terminal asks line by line): the user
+/// name, the password, and whether to keep them when there is a store to keep them in.
+DialogAnswer askOnTheHost(const char* server, const char* realm, bool credentialStore) {
+    DialogAnswer answer;
+    IUserInterface* ui = gVellViewUserInterfaceHFT;
+    if (!ui)
+        return answer;
+    const char* title = miGetMessageUTF8("IDS_SOAP_AUTHENTICATE_TITLE");
+    std::string where = std::string(server ? server : "") + "\n" + (realm ? realm : "") + "\n";
+    answer.user = ui->response((where + miGetMessageUTF8("IDS_SOAP_AUTHENTICATE_USERNAME")).c_str(),
+                               title, "", false);
+    if (!answer.user)
+        return answer;
+    answer.password =
+        ui->response(miGetMessageUTF8("IDS_SOAP_AUTHENTICATE_PASSWORD"), title, "", true);
+    if (!answer.password) {
+        answer.user.reset(); // cancelled
+        return answer;
+    }
+    answer.keep = credentialStore &&
+                  mdAlertText(0, 2, kAlertButtonsOKCancel,
+                              miGetMessageUTF8("IDS_NETWORK_ADD_TO_KEYCHAIN")) == kAlertResultOK;
+    return answer;
+}
+
 /// Runs the dialog in a Console/Exec event and reads event.result. A script that fails (no
 /// dialog manager, an error in the engine) gives nothing, as Cancel does.
 DialogAnswer runDialog(const char* server, const char* realm, bool credentialStore) {
@@ -191,6 +219,8 @@ DialogAnswer runDialog(const char* server, const char* realm, bool credentialSto
         CES::CurrentOrNewContext context("Console");
         if (!context.get())
             return answer;
+        if (!CES::Context(context.get()).global()["app"]["execDialog"].get().isFunction())
+            return askOnTheHost(server, realm, credentialStore);
         // Errors of the dialog's script go to the host's handler, as any script's do.
         ESContext scope = context.get();
         int32_t code = 0;

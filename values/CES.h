@@ -183,6 +183,8 @@ public:
 
     /// False unless it holds an array.
     bool isArray() const;
+    /// False unless it holds a function.
+    bool isFunction() const;
     /// The array's length; 0 for anything else.
     long len() const;
     long arraySize() const { return len(); }

@@ -466,6 +466,11 @@ Proxy Val::operator[](const Val& key) const {
     return Proxy(*this, std::move(name));
 }
 
+bool Val::isFunction() const {
+    ESObject held = object();
+    return held && engine().isFunction(held);
+}
+
 bool Val::isArray() const {
     ESObject held = object();
     return held && engine().isArray(held);

@@ -1,7 +1,10 @@
 #include "host/ui/CConsoleUserInterface.h"
 
 #include <gio/gio.h>
+#include <termios.h>
+#include <unistd.h>
 
+#include <iostream>
 #include <istream>
 #include <ostream>
 #include <string>
@@ -54,9 +57,38 @@ int32_t CConsoleUserInterface::alert(int32_t, const char* textUtf8, const char* 
     }
 }
 
+namespace {
+
+/// Keeps what is typed on the terminal from showing while it lives: for passwords. Does nothing
+/// when standard input is no terminal.
+class HiddenTyping {
+public:
+    HiddenTyping() {
+        m_active = isatty(STDIN_FILENO) && tcgetattr(STDIN_FILENO, &m_saved) == 0;
+        if (!m_active)
+            return;
+        termios quiet = m_saved;
+        quiet.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+        tcsetattr(STDIN_FILENO, TCSAFLUSH, &quiet);
+    }
+    ~HiddenTyping() {
+        if (m_active)
+            tcsetattr(STDIN_FILENO, TCSAFLUSH, &m_saved);
+    }
+    HiddenTyping(const HiddenTyping&) = delete;
+    HiddenTyping& operator=(const HiddenTyping&) = delete;
+    bool active() const { return m_active; }
+
+private:
+    termios m_saved{};
+    bool m_active = false;
+};
+
+} // namespace
+
 std::optional<std::string> CConsoleUserInterface::response(const char* questionUtf8,
                                                            const char* titleUtf8,
-                                                           const char* defaultUtf8, bool) {
+                                                           const char* defaultUtf8, bool password) {
     std::string fallback = defaultUtf8 ? defaultUtf8 : "";
     m_out << "\n";
     if (titleUtf8 && *titleUtf8)
@@ -70,9 +102,18 @@ std::optional<std::string> CConsoleUserInterface::response(const char* questionU
         m_out << "  -> (cancelled)\n";
         return std::nullopt;
     }
-    m_out << "[" << fallback << "] " << std::flush;
+    m_out << "[" << (password ? std::string(fallback.size(), '*') : fallback) << "] " << std::flush;
     std::string line;
-    if (!std::getline(m_in, line))
+    bool read = false;
+    if (password && &m_in == &std::cin) {
+        HiddenTyping hidden;
+        read = static_cast<bool>(std::getline(m_in, line));
+        if (hidden.active())
+            m_out << "\n";
+    } else {
+        read = static_cast<bool>(std::getline(m_in, line));
+    }
+    if (!read)
         return std::nullopt;
     return line.empty() ? fallback : line;
 }

@@ -26,6 +26,17 @@ int32_t FakeUserInterface::alert(int32_t kind, const char* textUtf8, const char*
     return answer;
 }
 
+std::optional<std::string> FakeUserInterface::response(const char* questionUtf8,
+                                                       const char* titleUtf8, const char*,
+                                                       bool password) {
+    m_questions.push_back({questionUtf8 ? questionUtf8 : "", titleUtf8 ? titleUtf8 : "", password});
+    if (m_responses.empty())
+        return std::nullopt;
+    std::optional<std::string> answer = std::move(m_responses.front());
+    m_responses.pop_front();
+    return answer;
+}
+
 std::string FakeUserInterface::labelLookup(const char* name, const char* defaultLabel) {
     std::string key = name ? name : "";
     m_labelLookups.push_back(key);

@@ -6,6 +6,7 @@
 
 #include <deque>
 #include <map>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -32,6 +33,9 @@ public:
     void unregisterNotification(int32_t kind, VxNotificationProc proc, void* data) override;
     int32_t alert(int32_t kind, const char* textUtf8, const char* button1, const char* button2,
                   const char* button3, bool beep) override;
+    /// Answers from the queue the test filled; with none left, the user cancels.
+    std::optional<std::string> response(const char* questionUtf8, const char* titleUtf8,
+                                        const char* defaultUtf8, bool password) override;
     bool hasTopLevelWindow() override { return m_hasWindow; }
     std::string labelLookup(const char* name, const char* defaultLabel) override;
     void applyStringFilter(QsTextRec* text, int32_t filter) override;
@@ -46,6 +50,17 @@ public:
     /// The button the next alert answers (from 1); without one an alert answers 1.
     void answerNext(int32_t button) { m_answers.push_back(button); }
     const std::vector<Alert>& alerts() const { return m_alerts; }
+    /// One question asked through response().
+    struct Question {
+        std::string question;
+        std::string title;
+        bool password;
+    };
+    /// The answer the next question gets; nothing for a cancelled one.
+    void respondNext(std::optional<std::string> answer) {
+        m_responses.push_back(std::move(answer));
+    }
+    const std::vector<Question>& questions() const { return m_questions; }
     void setTopLevelWindow(bool present) { m_hasWindow = present; }
     /// A label the top-level window holds under a name.
     void setLabel(const std::string& name, const std::string& label) { m_labels[name] = label; }
@@ -65,6 +80,8 @@ private:
     std::vector<Registration> m_registrations;
     std::deque<int32_t> m_answers;
     std::vector<Alert> m_alerts;
+    std::deque<std::optional<std::string>> m_responses;
+    std::vector<Question> m_questions;
     bool m_hasWindow = false;
     std::map<std::string, std::string> m_labels;
     std::vector<std::string> m_labelLookups;

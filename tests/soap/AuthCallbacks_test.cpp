@@ -13,6 +13,8 @@
 
 #include <gtest/gtest.h>
 
+#include <vector>
+
 namespace {
 
 bool soapStrings(const char* key, QsTextRec* out) {
@@ -156,6 +158,40 @@ TEST_F(AuthCallbacksTest, TheTrackerAsksOnlyAboutTheSubscriptionInView) {
         // A stored entry that failed is forgotten, whether anybody is asked or not.
         EXPECT_EQ(storedCredentials("feeds.example", "news").has_value(),
                   c.stored && c.attempt == 1);
+    }
+}
+
+TEST_F(AuthCallbacksTest, WithoutADialogManagerTheHostAsksLineByLine) {
+    run("delete app.execDialog");
+    FakeUserInterface& ui = host.ui();
+    const struct {
+        std::vector<std::optional<std::string>> responses;
+        int32_t keepButton; // 1 OK, 2 Cancel
+        Answer expected;
+        size_t questions;
+        bool stored;
+    } cases[] = {
+        {{"dave", "pw"}, 1, {1, "dave", "pw"}, 2, true},
+        {{"dave", "pw"}, 2, {1, "dave", "pw"}, 2, false},
+        {{std::nullopt}, 1, kNone, 1, false},
+        {{"dave", std::nullopt}, 1, kNone, 2, false},
+    };
+    for (const auto& c : cases) {
+        store("services.example", "vault", false);
+        size_t asked = ui.questions().size();
+        for (const auto& response : c.responses)
+            ui.respondNext(response);
+        ui.answerNext(c.keepButton);
+        EXPECT_EQ(ask(InteractiveAuthCB, "services.example", "vault", 1), c.expected);
+        ASSERT_EQ(ui.questions().size() - asked, c.questions);
+        const auto& user = ui.questions()[asked];
+        EXPECT_EQ(user.title, "Web Service Authentication");
+        EXPECT_EQ(user.question, "services.example\nvault\nUsername: ");
+        EXPECT_FALSE(user.password);
+        if (c.questions > 1) {
+            EXPECT_TRUE(ui.questions()[asked + 1].password) << "the password is not shown";
+        }
+        EXPECT_EQ(storedCredentials("services.example", "vault").has_value(), c.stored);
     }
 }
 
