@@ -4,6 +4,8 @@
 
 #include "frame/HostTables.h"
 #include "frame/QsCore.h"
+#include "frame/host/HostTableIds.h"
+#include "host/core/CBareTable.h"
 #include "tests/fakehost/FakeHost.h"
 #include "tests/fakehost/FakeNetClients.h"
 
@@ -28,7 +30,7 @@ protected:
     void SetUp() override {
         ResetHostTables();
         host.registerTables();
-        host.core().registerTable("NetSpan", 0x70000, &network);
+        host.core().registerTable(kNetSpanTable.name, kNetSpanTable.version, &network);
     }
 
     // The entry, set-up and handshake; true when all three succeeded.
@@ -247,7 +249,7 @@ TEST_F(PluginEntry, ImportStepNeedsNetworkBaseKitAndUserInterface) {
         FakeHost other;
         ResetHostTables();
         other.registerTables();
-        other.core().registerTable("NetSpan", 0x70000, &network);
+        other.core().registerTable(kNetSpanTable.name, kNetSpanTable.version, &network);
         other.core().unregisterTable(missing);
         PISDKData sdk{kHandshakeVersion, &other, &other.core(), nullptr};
         ASSERT_EQ(PISetupSDK(kHandshakeVersion, &sdk), 1);

@@ -3,6 +3,7 @@
 #include "frame/CModule.h"
 #include "frame/HostTables.h"
 #include "frame/PluginEntry.h"
+#include "frame/host/HostTableIds.h"
 #include "scriptui/JSVxViewModule.h"
 #include "soap/AuthCallbacks.h"
 #include "tests/fakehost/FakeHost.h"
@@ -49,7 +50,7 @@ protected:
     void SetUp() override {
         ResetHostTables();
         host.registerTables();
-        host.core().registerTable("NetSpan", 0x70000, &network);
+        host.core().registerTable(kNetSpanTable.name, kNetSpanTable.version, &network);
         if (!gJSVxViewModule.isLinked())
             gJSVxViewModule.add();
     }
