@@ -3,6 +3,7 @@
 //   build/bench/soap_bench
 
 #include "frame/HostTables.h"
+#include "frame/host/HostTableIds.h"
 #include "host/core/CHostCore.h"
 #include "host/encodings/CIconvEncodings.h"
 #include "host/files/CPosixFileSystem.h"
@@ -23,7 +24,7 @@ namespace {
 // The support layer, for its file system only: the disk, temporary files in the system's folder.
 class DiskSupport final : public IVellSupport {
 public:
-    int32_t hftVersion() const override { return 0x60000; }
+    int32_t hftVersion() const override { return kNewVellSupportTable.version; }
     IFileSystem* files() override { return &m_files; }
     ICabinets* cabinets() override { return nullptr; }
     IPreferences* preferences() override { return nullptr; }
@@ -35,7 +36,7 @@ private:
 // UUIDs counted up: the multipart writer asks for them.
 class CountingExtra final : public IQsExtra {
 public:
-    int32_t hftVersion() const override { return 0x50000; }
+    int32_t hftVersion() const override { return kQsExtraTable.version; }
     ISealing* sealing() override { return nullptr; }
     IDigest* digest() override { return nullptr; }
     std::string newUUID() override { return "00000000-0000-4000-8000-" + std::to_string(++m_next); }
@@ -57,7 +58,8 @@ void setUpHost() {
     gBaseKitHFT = &encodings;
     gVellSupportHFT = &support;
     gQsExtraHFT = &extra;
-    core.registerTable("VellScriptInterface", 0x70000, &encodings);
+    core.registerTable(kVellScriptInterfaceTable.name, kVellScriptInterfaceTable.version,
+                       &encodings);
 }
 
 // An array of structs; typed structs declare their type's namespace on each item.

@@ -2,6 +2,7 @@
 // hashing, and the scrub of a conversion.
 
 #include "frame/HostTables.h"
+#include "frame/host/HostTableIds.h"
 #include "host/core/CHostCore.h"
 #include "host/encodings/CIconvEncodings.h"
 #include "values/EStr.h"
@@ -18,7 +19,8 @@ public:
     Tables() {
         gCoreHFT = &m_core;
         gBaseKitHFT = &m_encodings;
-        m_core.registerTable("VellScriptInterface", 0x70000, &m_encodings);
+        m_core.registerTable(kVellScriptInterfaceTable.name, kVellScriptInterfaceTable.version,
+                             &m_encodings);
     }
     ~Tables() {
         gCoreHFT = nullptr;

@@ -4,6 +4,7 @@
 #include "frame/HostTables.h"
 #include "frame/QsCore.h"
 #include "frame/ZString.h"
+#include "frame/host/HostTableIds.h"
 #include "frame/mdLanguage.h"
 
 #include <cstring>
@@ -25,8 +26,7 @@ namespace {
 const PIProduct* gProduct = nullptr;
 
 constexpr uint32_t kNoVersion = 0xFFFFFFFF; // what HFTGetVersion's -1 reads as
-constexpr uint32_t kNewSupportVersion = 0x60000;
-constexpr uint32_t kScriptEngineVersion = 256;
+constexpr uint32_t kNewSupportVersion = kNewVellSupportTable.version;
 
 constexpr const char* kUserAgent = "Mozilla/3.0 (compatible; Vellum SOAP 7.0)";
 constexpr const char* const kAcceptTypes[] = {"*/*", nullptr};
@@ -40,6 +40,10 @@ HFT askFor(const char* name, uint32_t version) {
     return QsExtensionMgrGetHFT(QsAtomFromString(name), version);
 }
 
+HFT askFor(const HostTableId& table) {
+    return askFor(table.name, table.version);
+}
+
 // Imports a required table into its typed reference; a table of another kind counts as missing.
 template <class Table> bool importRequired(const char* name, uint32_t requested, Table*& slot) {
     uint32_t version = 0;
@@ -49,8 +53,8 @@ template <class Table> bool importRequired(const char* name, uint32_t requested,
     return found && slot;
 }
 
-template <class Table> Table* importExact(const char* name, uint32_t version) {
-    return dynamic_cast<Table*>(askFor(name, version));
+template <class Table> Table* importExact(const HostTableId& table) {
+    return dynamic_cast<Table*>(askFor(table));
 }
 
 QsCallback callbackFor(QsProc proc) {
@@ -90,32 +94,31 @@ HFT provideJSPNLHFT(HFTServer server, uint32_t version, void*) {
 }
 
 struct RequiredTable {
-    const char* name;
-    uint32_t version;
-    bool (*import)(const char* name, uint32_t version);
+    HostTableId table;
+    bool (*import)(const HostTableId& table);
 };
 
 // Imports a required table into the reference that Slot points at.
-template <auto Slot> bool importInto(const char* name, uint32_t version) {
-    return importRequired(name, version, *Slot);
+template <auto Slot> bool importInto(const HostTableId& table) {
+    return importRequired(table.name, table.version, *Slot);
 }
 
 // The tables without which the plug-in cannot run, in the order they are imported.
 const RequiredTable kRequiredTables[] = {
-    {"VellSupport", 0x50000, importInto<&gVellSupportHFT>},
-    {"Core", 0x50000, importInto<&gCoreHFT>},
-    {"Lob", 0x50000, importInto<&gLobHFT>},
-    {"DkModel", 0x50000, importInto<&gDkModelHFT>},
-    {"PDFEditWrite", 0x40000, importInto<&gPDFEditWriteHFT>},
-    {"PDFEditRead", 0x40000, importInto<&gPDFEditReadHFT>},
-    {"DkSysFont", 0x40000, importInto<&gDkSysFontHFT>},
-    {"PageDkEContent", 0x60000, importInto<&gPageDkEContentHFT>},
-    {"VellView", 0x60000, importInto<&gVellViewHFT>},
-    {"DkSWrite", 0x60000, importInto<&gDkSWriteHFT>},
-    {"DkSRead", 0x60000, importInto<&gDkSReadHFT>},
-    {"Unix", 0x80040001, importInto<&gUnixHFT>},
-    {"QsExtra", 0x50000, importInto<&gQsExtraHFT>},
-    {"VellViewPollen", 0x50000, importInto<&gVellViewPollenHFT>},
+    {kVellSupportTable, importInto<&gVellSupportHFT>},
+    {kCoreTable, importInto<&gCoreHFT>},
+    {kLobTable, importInto<&gLobHFT>},
+    {kDkModelTable, importInto<&gDkModelHFT>},
+    {kPDFEditWriteTable, importInto<&gPDFEditWriteHFT>},
+    {kPDFEditReadTable, importInto<&gPDFEditReadHFT>},
+    {kDkSysFontTable, importInto<&gDkSysFontHFT>},
+    {kPageDkEContentTable, importInto<&gPageDkEContentHFT>},
+    {kVellViewTable, importInto<&gVellViewHFT>},
+    {kDkSWriteTable, importInto<&gDkSWriteHFT>},
+    {kDkSReadTable, importInto<&gDkSReadHFT>},
+    {kUnixTable, importInto<&gUnixHFT>},
+    {kQsExtraTable, importInto<&gQsExtraHFT>},
+    {kVellViewPollenTable, importInto<&gVellViewPollenHFT>},
 };
 
 void openNetworkClients() {
@@ -196,12 +199,12 @@ int32_t PISetupSDK(uint32_t handshakeVersion, PISDKData* sdkData) {
     bool imported = false;
     frame.run([&] {
         gVellSupportVersion = 0;
-        HFT support = askFor("VellSupport", kNewSupportVersion);
+        HFT support = askFor(kNewVellSupportTable);
         gVellSupportHFT = dynamic_cast<IVellSupport*>(support);
         if (gVellSupportHFT)
             gVellSupportVersion = static_cast<uint32_t>(HFTGetVersion(support));
         for (const RequiredTable& required : kRequiredTables) {
-            if (!required.import(required.name, required.version))
+            if (!required.import(required.table))
                 return;
         }
         imported = true;
@@ -235,22 +238,23 @@ bool PluginImportReplaceAndRegister() {
     HostFrame frame;
     bool imported = false;
     frame.run([&] {
-        gNetSpanHFT = importExact<INetwork>("NetSpan", 0x70000);
+        gNetSpanHFT = importExact<INetwork>(kNetSpanTable);
         if (!gNetSpanHFT)
             return;
-        HFT baseKit = askFor("BaseKit", 0x70000);
+        HFT baseKit = askFor(kBaseKitTable);
         gBaseKitHFT = dynamic_cast<IEncodings*>(baseKit);
         if (!gBaseKitHFT)
             return;
         gBaseKitVersion = static_cast<uint32_t>(HFTGetVersion(baseKit));
         // The user-interface table belongs to the BaseKit family and is asked of it.
         gVellViewUserInterfaceHFT = dynamic_cast<IUserInterface*>(
-            gBaseKitHFT->getHFT(QsAtomFromString("VellViewUserInterface"), 0x60000));
+            gBaseKitHFT->getHFT(QsAtomFromString(kVellViewUserInterfaceTable.name),
+                                kVellViewUserInterfaceTable.version));
         if (!gVellViewUserInterfaceHFT)
             return;
-        gLinkWeaverHFT = askFor("LinkWeaver", 2);
-        gFormFlowHFT = dynamic_cast<IWsdlReader*>(askFor("FormFlow", 2));
-        gVellCrawlerHFT = askFor("VellCrawler", 0x10000);
+        gLinkWeaverHFT = askFor(kLinkWeaverTable);
+        gFormFlowHFT = dynamic_cast<IWsdlReader*>(askFor(kFormFlowTable));
+        gVellCrawlerHFT = askFor(kVellCrawlerTable);
         gVellViewUserInterfaceHFT->registerNotification(kVxNotifyAppWillQuit, gExtensionID,
                                                         miPIAppWillQuit, nullptr);
         imported = true;
@@ -260,7 +264,7 @@ bool PluginImportReplaceAndRegister() {
 
 bool ScriptHostInit() {
     if (!gESHFT)
-        gESHFT = importExact<IScriptEngine>("ESHFT", kScriptEngineVersion);
+        gESHFT = importExact<IScriptEngine>(kESHFTTable);
     return gESHFT != nullptr;
 }
 

@@ -1,7 +1,7 @@
 // The plug-in's entry: the handshake with the viewer, the negotiation of the viewer's tables,
 // the exported tables, and the four life-cycle steps.
 //
-// The loader entry PluginMain (frame/PluginMain.cpp) hands the frame the product: the steps that
+// The loader entry PluginMain (plugin/PluginMain.cpp) hands the frame the product: the steps that
 // know every module (CppInit, CppTerm), the network clients' authentication callbacks, and the
 // entries of the exported tables. Everything else of the life cycle lives here.
 #pragma once

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "frame/HostTables.h"
+#include "frame/host/HostTableIds.h"
 #include "host/core/CHostCore.h"
 #include "host/encodings/CIconvEncodings.h"
 
@@ -16,7 +17,8 @@ inline void fuzzInstallCoreAndEncodings(bool scriptTable) {
     gCoreHFT = &core;
     gBaseKitHFT = &encodings;
     if (scriptTable)
-        core.registerTable("VellScriptInterface", 0x70000, &encodings);
+        core.registerTable(kVellScriptInterfaceTable.name, kVellScriptInterfaceTable.version,
+                           &encodings);
 }
 
 /// Stops the run, so that the fuzzer keeps the input, when the condition does not hold.

@@ -2,6 +2,7 @@
 // Every part found is read to its end; nothing may crash, and a part's stream never gives more
 // than the reply held.
 
+#include "frame/host/HostTableIds.h"
 #include "fuzz/FuzzHost.h"
 #include "host/files/CPosixFileSystem.h"
 #include "soap/CMultipartReader.h"
@@ -16,7 +17,7 @@ namespace {
 // The support layer, for its file system only: the disk, temporary files in the system's folder.
 class DiskSupport final : public IVellSupport {
 public:
-    int32_t hftVersion() const override { return 0x60000; }
+    int32_t hftVersion() const override { return kNewVellSupportTable.version; }
     IFileSystem* files() override { return &m_files; }
     ICabinets* cabinets() override { return nullptr; }
     IPreferences* preferences() override { return nullptr; }

@@ -1,5 +1,7 @@
 #include "host/CReferenceHost.h"
 
+#include "frame/host/HostTableIds.h"
+
 #include <dlfcn.h>
 
 #include <algorithm>
@@ -23,27 +25,16 @@ CReferenceHost::CReferenceHost(std::istream& in, std::ostream& out,
     m_engine->setUserInterface(&m_ui);
     m_looseRoots = std::make_unique<CLooseRootsSource>(m_loop.context(), *m_engine);
 
-    m_core.registerTable("Core", 0x50000, &m_core);
-    m_core.registerTable("VellSupport", 0x60000, &m_support);
-    m_core.registerTable("VellSupport", 0x50000, &m_support);
-    m_core.registerTable("VellView", 0x60000, &m_view);
-    m_core.registerTable("QsExtra", 0x50000, &m_extra);
-    m_core.registerTable("Lob", 0x50000, &m_documents);
-    m_core.registerTable("DkModel", 0x50000, &m_documents);
-    // Tables the handshake requires but whose operations no code of the plug-in calls: served
-    // bare, with their version.
-    for (const BareTableOffer& offer : kBareTableOffers) {
-        m_bareTables.push_back(std::make_unique<CBareTable>(offer.version));
-        m_core.registerTable(offer.name, offer.version, m_bareTables.back().get());
-    }
-    m_core.registerTable("NetSpan", 0x70000, &m_network);
-    m_core.registerTable("BaseKit", 0x70000, &m_baseKit);
-    // The converter answers the best encoding of a text as this table too.
-    m_core.registerTable("VellScriptInterface", 0x70000, &m_encodings);
-    // Asked of BaseKit, which finds it here.
-    m_core.registerTable("VellViewUserInterface", 0x60000, &m_ui);
-    m_core.registerTable("FormFlow", 2, &m_wsdlReader);
-    m_core.registerTable("ESHFT", 256, m_engine.get());
+    m_core.registerTables({.support = &m_support,
+                           .view = &m_view,
+                           .extra = &m_extra,
+                           .documents = &m_documents,
+                           .network = &m_network,
+                           .baseKit = &m_baseKit,
+                           .converter = &m_encodings,
+                           .userInterface = &m_ui,
+                           .wsdlReader = &m_wsdlReader,
+                           .scriptEngine = m_engine.get()});
 }
 
 CReferenceHost::~CReferenceHost() {
@@ -121,7 +112,7 @@ void CReferenceHost::closePlugin() {
     m_core.destroyServers();
     m_looseRoots.reset();
     m_engine.reset();
-    m_core.unregisterTable("ESHFT");
+    m_core.unregisterTable(kESHFTTable.name);
     dlclose(m_library);
     m_library = nullptr;
 }

@@ -10,7 +10,6 @@
 #include "frame/host/PISDK.h"
 #include "host/basekit/CBaseKit.h"
 #include "host/cabinets/CGVariantCabinets.h"
-#include "host/core/CBareTable.h"
 #include "host/core/CHostCore.h"
 #include "host/document/CHostDocumentModel.h"
 #include "host/encodings/CIconvEncodings.h"
@@ -75,7 +74,6 @@ private:
     CWsdlReader m_wsdlReader{m_cabinets};
     std::unique_ptr<CSpiderMonkeyEngine> m_engine;
     std::unique_ptr<CLooseRootsSource> m_looseRoots;
-    std::vector<std::unique_ptr<CBareTable>> m_bareTables;
 
     void* m_library = nullptr;
     PIHandshakeData m_handshake{};

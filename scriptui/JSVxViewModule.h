@@ -10,5 +10,5 @@ public:
     bool init() override;
 };
 
-/// The static instance (frame/PluginMain.cpp).
+/// The static instance (plugin/PluginMain.cpp).
 extern JSVxViewModule gJSVxViewModule;

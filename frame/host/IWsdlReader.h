@@ -6,6 +6,7 @@
 #pragma once
 
 #include "frame/QsText.h"
+#include "frame/host/HostTableIds.h"
 #include "frame/host/ICabinets.h"
 #include "frame/host/IHostTable.h"
 #include "frame/host/QsStmRec.h"
@@ -43,7 +44,7 @@ using WsdlOperationProc = void (*)(const WsdlOperationRec& operation, void* cont
 
 class IWsdlReader : public IHostTable {
 public:
-    int32_t hftVersion() const override { return 2; }
+    int32_t hftVersion() const override { return kFormFlowTable.version; }
 
     /// Reads a WSDL document from stream to its end (the stream stays open) and calls proc for
     /// each operation of the binding it selects. Answers how many operations it delivered: none

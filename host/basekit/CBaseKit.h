@@ -2,6 +2,7 @@
 // family ("VellViewUserInterface"), which the host keeps in its core registry.
 #pragma once
 
+#include "frame/host/HostTableIds.h"
 #include "frame/host/ICore.h"
 #include "frame/host/IEncodings.h"
 
@@ -11,7 +12,7 @@ public:
     /// owned.
     CBaseKit(IEncodings& converter, ICore& core) : m_converter(converter), m_core(core) {}
 
-    int32_t hftVersion() const override { return 0x70000; }
+    int32_t hftVersion() const override { return kBaseKitTable.version; }
     const char* hostEncodingName() override { return m_converter.hostEncodingName(); }
     bool knowsEncoding(const char* name) override { return m_converter.knowsEncoding(name); }
     bool toUnicode(const char* name, const char* bytes, size_t length,

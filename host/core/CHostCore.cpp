@@ -1,5 +1,16 @@
 #include "host/core/CHostCore.h"
 
+#include "frame/host/HostTableIds.h"
+#include "frame/host/IDocumentModel.h"
+#include "frame/host/IEncodings.h"
+#include "frame/host/INetwork.h"
+#include "frame/host/IQsExtra.h"
+#include "frame/host/IScriptEngine.h"
+#include "frame/host/IUserInterface.h"
+#include "frame/host/IVellSupport.h"
+#include "frame/host/IVellView.h"
+#include "frame/host/IWsdlReader.h"
+
 #include <cstdlib>
 
 struct HFTServerRec {};
@@ -125,6 +136,36 @@ void CHostCore::hftReplaceEntry(IEntryTable* table, int32_t index, QsCallback ca
 
 void CHostCore::registerTable(const std::string& name, uint32_t version, HFT table) {
     m_tables[{name, version}] = table;
+}
+
+void CHostCore::registerTables(const HostTableSet& tables) {
+    const struct {
+        HostTableId id;
+        HFT table;
+    } served[] = {
+        {kCoreTable, this},
+        {kNewVellSupportTable, tables.support},
+        {kVellSupportTable, tables.support},
+        {kVellViewTable, tables.view},
+        {kQsExtraTable, tables.extra},
+        {kLobTable, tables.documents},
+        {kDkModelTable, tables.documents},
+        {kNetSpanTable, tables.network},
+        {kBaseKitTable, tables.baseKit},
+        {kVellScriptInterfaceTable, tables.converter},
+        // Asked of BaseKit, which finds it here.
+        {kVellViewUserInterfaceTable, tables.userInterface},
+        {kFormFlowTable, tables.wsdlReader},
+        {kESHFTTable, tables.scriptEngine},
+    };
+    for (const auto& offer : served)
+        registerTable(offer.id.name, offer.id.version, offer.table);
+    // Tables the handshake requires but whose operations no code of the plug-in calls: served
+    // bare, with their version.
+    for (const HostTableId& bare : kBareTables) {
+        m_bareTables.push_back(std::make_unique<CBareTable>(bare.version));
+        registerTable(bare.name, bare.version, m_bareTables.back().get());
+    }
 }
 
 void CHostCore::unregisterTable(const std::string& name) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "frame/host/ICore.h"
+#include "host/core/CBareTable.h"
 
 #include <cstdint>
 #include <map>
@@ -11,6 +12,32 @@
 #include <unordered_map>
 #include <utility>
 #include <vector>
+
+class IDocumentModel;
+class IEncodings;
+class INetwork;
+class IQsExtra;
+class IScriptEngine;
+class IUserInterface;
+class IVellSupport;
+class IVellView;
+class IWsdlReader;
+
+/// The tables a host serves besides its core, one object for each.
+struct HostTableSet {
+    IVellSupport* support;
+    IVellView* view;
+    IQsExtra* extra;
+    /// Served as "Lob" and as "DkModel".
+    IDocumentModel* documents;
+    INetwork* network;
+    IEncodings* baseKit;
+    /// The converter behind "VellScriptInterface".
+    IEncodings* converter;
+    IUserInterface* userInterface;
+    IWsdlReader* wsdlReader;
+    IScriptEngine* scriptEngine;
+};
 
 class CHostCore final : public ICore {
 public:
@@ -38,6 +65,9 @@ public:
 
     /// Offers a table under a name at exactly one version. The table is not owned.
     void registerTable(const std::string& name, uint32_t version, HFT table);
+    /// Offers this core, every table of the set and the bare tables the handshake requires, each
+    /// under its names and versions: what a host serves to the plug-in.
+    void registerTables(const HostTableSet& tables);
     /// Withdraws every version of a name.
     void unregisterTable(const std::string& name);
     /// The version this table reports through HFTGetVersion (default 0x20000).
@@ -68,5 +98,6 @@ private:
     std::map<std::pair<std::string, uint32_t>, HFT> m_tables;
     std::vector<std::unique_ptr<Server>> m_servers;
     std::vector<std::unique_ptr<EntryTable>> m_entryTables;
+    std::vector<std::unique_ptr<CBareTable>> m_bareTables;
     std::vector<Request> m_requests;
 };

@@ -1,5 +1,6 @@
 #include "host/demo/DemoServices.h"
 
+#include "host/demo/DemoDocuments.h"
 #include "host/wsdl/CXmlTree.h"
 
 #include <array>
@@ -16,105 +17,6 @@ constexpr const char* kEnvelope12 = "http://www.w3.org/2003/05/soap-envelope";
 constexpr const char* kEncoding11 = "http://schemas.xmlsoap.org/soap/encoding/";
 constexpr const char* kSchemaInstance = "http://www.w3.org/2001/XMLSchema-instance";
 constexpr const char* kSchema = "http://www.w3.org/2001/XMLSchema";
-
-constexpr const char* kEchoWSDL = R"(<?xml version="1.0" encoding="UTF-8"?>
-<definitions name="DemoEcho" targetNamespace="urn:vellum-demo:echo"
-    xmlns:tns="urn:vellum-demo:echo" xmlns:xsd="http://www.w3.org/2001/XMLSchema"
-    xmlns:soap="http://schemas.xmlsoap.org/wsdl/soap/" xmlns="http://schemas.xmlsoap.org/wsdl/">
-  <message name="echoStringRequest"><part name="inputString" type="xsd:string"/></message>
-  <message name="echoStringResponse"><part name="return" type="xsd:string"/></message>
-  <message name="addNumbersRequest">
-    <part name="a" type="xsd:double"/><part name="b" type="xsd:double"/>
-  </message>
-  <message name="addNumbersResponse"><part name="sum" type="xsd:double"/></message>
-  <message name="serverInfoRequest"/>
-  <message name="serverInfoResponse">
-    <part name="name" type="xsd:string"/><part name="time" type="xsd:dateTime"/>
-  </message>
-  <portType name="DemoEchoPort">
-    <operation name="echoString">
-      <input message="tns:echoStringRequest"/><output message="tns:echoStringResponse"/>
-    </operation>
-    <operation name="addNumbers" parameterOrder="a b">
-      <input message="tns:addNumbersRequest"/><output message="tns:addNumbersResponse"/>
-    </operation>
-    <operation name="serverInfo">
-      <input message="tns:serverInfoRequest"/><output message="tns:serverInfoResponse"/>
-    </operation>
-  </portType>
-  <binding name="DemoEchoBinding" type="tns:DemoEchoPort">
-    <soap:binding style="rpc" transport="http://schemas.xmlsoap.org/soap/http"/>
-    <operation name="echoString">
-      <soap:operation soapAction="urn:vellum-demo:echo#echoString"/>
-      <input><soap:body use="encoded" namespace="urn:vellum-demo:echo"
-          encodingStyle="http://schemas.xmlsoap.org/soap/encoding/"/></input>
-      <output><soap:body use="encoded" namespace="urn:vellum-demo:echo"
-          encodingStyle="http://schemas.xmlsoap.org/soap/encoding/"/></output>
-    </operation>
-    <operation name="addNumbers">
-      <soap:operation soapAction="urn:vellum-demo:echo#addNumbers"/>
-      <input><soap:body use="encoded" namespace="urn:vellum-demo:echo"
-          encodingStyle="http://schemas.xmlsoap.org/soap/encoding/"/></input>
-      <output><soap:body use="encoded" namespace="urn:vellum-demo:echo"
-          encodingStyle="http://schemas.xmlsoap.org/soap/encoding/"/></output>
-    </operation>
-    <operation name="serverInfo">
-      <soap:operation soapAction="urn:vellum-demo:echo#serverInfo"/>
-      <input><soap:body use="encoded" namespace="urn:vellum-demo:echo"
-          encodingStyle="http://schemas.xmlsoap.org/soap/encoding/"/></input>
-      <output><soap:body use="encoded" namespace="urn:vellum-demo:echo"
-          encodingStyle="http://schemas.xmlsoap.org/soap/encoding/"/></output>
-    </operation>
-  </binding>
-  <service name="DemoEchoService">
-    <port name="DemoEchoPort" binding="tns:DemoEchoBinding">
-      <soap:address location="{base}/echo"/>
-    </port>
-  </service>
-</definitions>
-)";
-
-constexpr const char* kLiteralWSDL = R"(<?xml version="1.0" encoding="UTF-8"?>
-<definitions name="DemoGreeting" targetNamespace="urn:vellum-demo:literal"
-    xmlns:tns="urn:vellum-demo:literal" xmlns:xsd="http://www.w3.org/2001/XMLSchema"
-    xmlns:soap="http://schemas.xmlsoap.org/wsdl/soap/" xmlns="http://schemas.xmlsoap.org/wsdl/">
-  <types>
-    <xsd:schema targetNamespace="urn:vellum-demo:literal" elementFormDefault="qualified">
-      <xsd:element name="greet">
-        <xsd:complexType><xsd:sequence>
-          <xsd:element name="name" type="xsd:string"/>
-        </xsd:sequence></xsd:complexType>
-      </xsd:element>
-      <xsd:element name="greetResponse">
-        <xsd:complexType><xsd:sequence>
-          <xsd:element name="greeting" type="xsd:string"/>
-          <xsd:element name="letters" type="xsd:int"/>
-        </xsd:sequence></xsd:complexType>
-      </xsd:element>
-    </xsd:schema>
-  </types>
-  <message name="greetRequest"><part name="parameters" element="tns:greet"/></message>
-  <message name="greetResponse"><part name="parameters" element="tns:greetResponse"/></message>
-  <portType name="DemoGreetingPort">
-    <operation name="greet">
-      <input message="tns:greetRequest"/><output message="tns:greetResponse"/>
-    </operation>
-  </portType>
-  <binding name="DemoGreetingBinding" type="tns:DemoGreetingPort">
-    <soap:binding style="document" transport="http://schemas.xmlsoap.org/soap/http"/>
-    <operation name="greet">
-      <soap:operation soapAction="urn:vellum-demo:literal#greet"/>
-      <input><soap:body use="literal"/></input>
-      <output><soap:body use="literal"/></output>
-    </operation>
-  </binding>
-  <service name="DemoGreetingService">
-    <port name="DemoGreetingPort" binding="tns:DemoGreetingBinding">
-      <soap:address location="{base}/literal"/>
-    </port>
-  </service>
-</definitions>
-)";
 
 std::string escapeXML(std::string_view text) {
     std::string out;
@@ -300,8 +202,7 @@ DemoHTTPReply serveDemoRequest(const DemoHTTPRequest& request, const std::string
     if (path == "/echo.wsdl" || path == "/literal.wsdl") {
         if (request.method != "GET")
             return {405, "text/plain; charset=utf-8", "Use GET for a WSDL document.\n"};
-        return {200, "text/xml; charset=utf-8",
-                withBase(path == "/echo.wsdl" ? kEchoWSDL : kLiteralWSDL, base)};
+        return {200, "text/xml; charset=utf-8", withBase(demoDocument(path.substr(1)), base)};
     }
     if (path != "/echo" && path != "/literal" && path != "/fault")
         return {404, "text/plain; charset=utf-8", "No demo service at " + path + ".\n"};

@@ -9,6 +9,7 @@
 // the handle itself and belong to no store; strings, arrays and dictionaries are nodes of a store.
 #pragma once
 
+#include "frame/host/HostTableIds.h"
 #include "frame/host/IDocumentModel.h"
 
 #include <cstddef>
@@ -25,7 +26,7 @@ public:
     CHostDocumentModel(const CHostDocumentModel&) = delete;
     CHostDocumentModel& operator=(const CHostDocumentModel&) = delete;
 
-    int32_t hftVersion() const override { return 0x50000; }
+    int32_t hftVersion() const override { return kLobTable.version; }
 
     LobObj objNull() override { return LobObj{}; }
     int32_t objCompare(LobObj a, LobObj b) override;

@@ -11,6 +11,7 @@
 //   icelandic_encoding MAC-IS         ukrainian_encoding MAC-UK
 #pragma once
 
+#include "frame/host/HostTableIds.h"
 #include "frame/host/IEncodings.h"
 
 #include <iconv.h>
@@ -25,7 +26,7 @@ public:
     CIconvEncodings(const CIconvEncodings&) = delete;
     CIconvEncodings& operator=(const CIconvEncodings&) = delete;
 
-    int32_t hftVersion() const override { return 0x70000; }
+    int32_t hftVersion() const override { return kVellScriptInterfaceTable.version; }
 
     const char* hostEncodingName() override;
     bool knowsEncoding(const char* name) override;

@@ -11,6 +11,7 @@
 // reference host's allocator. They never reach the wire trace.
 #pragma once
 
+#include "frame/host/HostTableIds.h"
 #include "frame/host/INetwork.h"
 #include "host/net/CCurlRequest.h"
 
@@ -30,7 +31,7 @@ public:
     CCurlNetwork(const CCurlNetwork&) = delete;
     CCurlNetwork& operator=(const CCurlNetwork&) = delete;
 
-    int32_t hftVersion() const override { return 0x70000; }
+    int32_t hftVersion() const override { return kNetSpanTable.version; }
 
     bool initialize() override;
     void shutdown() override;

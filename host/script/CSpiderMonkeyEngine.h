@@ -5,6 +5,7 @@
 // each CSpiderMonkeyEngine keeps its own contexts, slots and registrations on it.
 #pragma once
 
+#include "frame/host/HostTableIds.h"
 #include "frame/host/IScriptEngine.h"
 
 #include <memory>
@@ -21,7 +22,7 @@ public:
     CSpiderMonkeyEngine(const CSpiderMonkeyEngine&) = delete;
     CSpiderMonkeyEngine& operator=(const CSpiderMonkeyEngine&) = delete;
 
-    int32_t hftVersion() const override { return 256; }
+    int32_t hftVersion() const override { return kESHFTTable.version; }
 
     // Host set-up.
 

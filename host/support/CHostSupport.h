@@ -3,6 +3,7 @@
 // "Section.Key=value" each.
 #pragma once
 
+#include "frame/host/HostTableIds.h"
 #include "frame/host/IVellSupport.h"
 
 #include <map>
@@ -29,7 +30,7 @@ public:
     /// The file system and the cabinets are not owned.
     CHostSupport(IFileSystem& files, ICabinets& cabinets) : m_files(files), m_cabinets(cabinets) {}
 
-    int32_t hftVersion() const override { return 0x60000; }
+    int32_t hftVersion() const override { return kNewVellSupportTable.version; }
     IFileSystem* files() override { return &m_files; }
     ICabinets* cabinets() override { return &m_cabinets; }
     IPreferences* preferences() override { return &m_preferences; }

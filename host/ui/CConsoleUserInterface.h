@@ -3,6 +3,7 @@
 // has no plug-in window; notifications are kept and sent when the host says.
 #pragma once
 
+#include "frame/host/HostTableIds.h"
 #include "frame/host/IUserInterface.h"
 
 #include <iosfwd>
@@ -19,7 +20,7 @@ public:
 
     CConsoleUserInterface(std::istream& in, std::ostream& out, Answers answers);
 
-    int32_t hftVersion() const override { return 0x60000; }
+    int32_t hftVersion() const override { return kVellViewUserInterfaceTable.version; }
     void registerNotification(int32_t kind, ExtensionID extension, VxNotificationProc proc,
                               void* data) override;
     void unregisterNotification(int32_t kind, VxNotificationProc proc, void* data) override;

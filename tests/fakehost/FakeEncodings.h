@@ -2,13 +2,14 @@
 // or "UTF-8", between which and Unicode it converts.
 #pragma once
 
+#include "frame/host/HostTableIds.h"
 #include "frame/host/IEncodings.h"
 
 #include <string>
 
 class FakeEncodings final : public IEncodings {
 public:
-    int32_t hftVersion() const override { return 0x70000; }
+    int32_t hftVersion() const override { return kBaseKitTable.version; }
     const char* hostEncodingName() override { return m_hostEncoding.c_str(); }
     bool knowsEncoding(const char* name) override;
     bool toUnicode(const char* name, const char* bytes, size_t length,

@@ -1,6 +1,7 @@
 #include "tests/fakehost/FakeHost.h"
 
 #include "frame/HostTables.h"
+#include "frame/host/HostTableIds.h"
 
 #include <cstdio>
 
@@ -37,7 +38,7 @@ FakeHost::FakeHost() {
     gCoreHFT = &m_core;
     gCoreVersion = 0x20000;
     gVellSupportHFT = &m_support;
-    gVellSupportVersion = 0x60000;
+    gVellSupportVersion = kNewVellSupportTable.version;
     gVellViewHFT = &m_view;
     gQsExtraHFT = &m_extra;
     m_support.setFiles(&m_files);
@@ -45,12 +46,13 @@ FakeHost::FakeHost() {
     gLobHFT = &m_documents;
     gDkModelHFT = &m_documents;
     gBaseKitHFT = &m_encodings;
-    gBaseKitVersion = 0x70000;
+    gBaseKitVersion = kBaseKitTable.version;
     gVellViewUserInterfaceHFT = &m_ui;
     gNetSpanHFT = &m_network;
     gFormFlowHFT = &m_wsdlReader;
     // The converter answers the best encoding of a text as this table too, imported on use.
-    m_core.registerTable("VellScriptInterface", 0x70000, &m_encodings);
+    m_core.registerTable(kVellScriptInterfaceTable.name, kVellScriptInterfaceTable.version,
+                         &m_encodings);
 }
 
 FakeHost::~FakeHost() {
@@ -60,23 +62,16 @@ FakeHost::~FakeHost() {
 }
 
 void FakeHost::registerTables() {
-    m_core.registerTable("Core", 0x50000, &m_core);
-    m_core.registerTable("VellSupport", 0x60000, &m_support);
-    m_core.registerTable("VellSupport", 0x50000, &m_support);
-    m_core.registerTable("VellView", 0x60000, &m_view);
-    m_core.registerTable("QsExtra", 0x50000, &m_extra);
-    m_core.registerTable("Lob", 0x50000, &m_documents);
-    m_core.registerTable("DkModel", 0x50000, &m_documents);
-    // The tables the handshake requires but no code of the plug-in calls.
-    for (const BareTableOffer& offer : kBareTableOffers) {
-        m_bareTables.push_back(std::make_unique<CBareTable>(offer.version));
-        m_core.registerTable(offer.name, offer.version, m_bareTables.back().get());
-    }
-    m_core.registerTable("NetSpan", 0x70000, &m_network);
-    m_core.registerTable("BaseKit", 0x70000, &m_baseKit);
-    m_core.registerTable("VellViewUserInterface", 0x60000, &m_ui);
-    m_core.registerTable("FormFlow", 2, &m_wsdlReader);
-    m_core.registerTable("ESHFT", 256, &scriptEngine());
+    m_core.registerTables({.support = &m_support,
+                           .view = &m_view,
+                           .extra = &m_extra,
+                           .documents = &m_documents,
+                           .network = &m_network,
+                           .baseKit = &m_baseKit,
+                           .converter = &m_encodings,
+                           .userInterface = &m_ui,
+                           .wsdlReader = &m_wsdlReader,
+                           .scriptEngine = &scriptEngine()});
 }
 
 CSpiderMonkeyEngine& FakeHost::scriptEngine() {

@@ -6,11 +6,11 @@
 // and offered to a handshake by registerTables. Its end forgets every table reference.
 #pragma once
 
+#include "frame/host/HostTableIds.h"
 #include "frame/host/IQsExtra.h"
 #include "frame/host/IVellSupport.h"
 #include "frame/host/IVellView.h"
 #include "host/basekit/CBaseKit.h"
-#include "host/core/CBareTable.h"
 #include "host/core/CHostCore.h"
 #include "host/encodings/CIconvEncodings.h"
 #include "host/script/CSpiderMonkeyEngine.h"
@@ -45,7 +45,7 @@ private:
 
 class FakeVellSupport final : public IVellSupport {
 public:
-    int32_t hftVersion() const override { return 0x60000; }
+    int32_t hftVersion() const override { return kNewVellSupportTable.version; }
     IFileSystem* files() override { return m_files; }
     ICabinets* cabinets() override { return m_cabinets; }
     IPreferences* preferences() override { return &m_preferences; }
@@ -62,7 +62,7 @@ private:
 
 class FakeVellView final : public IVellView {
 public:
-    int32_t hftVersion() const override { return 0x60000; }
+    int32_t hftVersion() const override { return kVellViewTable.version; }
     IIdle* idle() override { return &m_idle; }
     FakeIdle& fakeIdle() { return m_idle; }
 
@@ -73,7 +73,7 @@ private:
 /// Unique identifiers counted up from 1, so that output that holds them is reproducible.
 class FakeQsExtra final : public IQsExtra {
 public:
-    int32_t hftVersion() const override { return 0x50000; }
+    int32_t hftVersion() const override { return kQsExtraTable.version; }
     ISealing* sealing() override { return m_sealing; }
     IDigest* digest() override { return m_digest; }
     std::string newUUID() override;
@@ -136,7 +136,6 @@ private:
     FakeUserInterface m_ui;
     FakeNetwork m_network{m_view.fakeIdle()};
     CWsdlReader m_wsdlReader{m_cabinets};
-    std::vector<std::unique_ptr<CBareTable>> m_bareTables;
     FakeScriptConsole m_scriptConsole;
     std::unique_ptr<CSpiderMonkeyEngine> m_scriptEngine;
 };

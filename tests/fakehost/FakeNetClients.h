@@ -3,6 +3,7 @@
 // every request operation refuses.
 #pragma once
 
+#include "frame/host/HostTableIds.h"
 #include "frame/host/INetwork.h"
 
 #include <deque>
@@ -30,7 +31,7 @@ public:
         bool open = true;
     };
 
-    int32_t hftVersion() const override { return 0x70000; }
+    int32_t hftVersion() const override { return kNetSpanTable.version; }
     bool initialize() override;
     void shutdown() override;
     NetClientID openClient(const char* userAgent, const char* const* acceptTypes,

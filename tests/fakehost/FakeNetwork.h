@@ -9,6 +9,7 @@
 // credentials.
 #pragma once
 
+#include "frame/host/HostTableIds.h"
 #include "frame/host/INetwork.h"
 
 #include <cstdint>
@@ -72,7 +73,7 @@ public:
     explicit FakeNetwork(FakeIdle& idle);
     ~FakeNetwork() override;
 
-    int32_t hftVersion() const override { return 0x70000; }
+    int32_t hftVersion() const override { return kNetSpanTable.version; }
 
     bool initialize() override;
     void shutdown() override;

@@ -2,6 +2,7 @@
 // filters, answers alerts as the test says, and sends notifications when the test asks.
 #pragma once
 
+#include "frame/host/HostTableIds.h"
 #include "frame/host/IUserInterface.h"
 
 #include <deque>
@@ -27,7 +28,7 @@ public:
         void* data;
     };
 
-    int32_t hftVersion() const override { return 0x60000; }
+    int32_t hftVersion() const override { return kVellViewUserInterfaceTable.version; }
     void registerNotification(int32_t kind, ExtensionID extension, VxNotificationProc proc,
                               void* data) override;
     void unregisterNotification(int32_t kind, VxNotificationProc proc, void* data) override;

@@ -1,80 +1,51 @@
+// The frame's own part of the life cycle, for a product without modules: the set-up and the
+// handshake, the negotiation of table versions, the import step and the exported tables.
 #include "frame/PluginEntry.h"
 
-#include "frame/CModule.h"
 #include "frame/HostTables.h"
 #include "frame/QsCore.h"
-#include "scriptui/JSVxViewModule.h"
-#include "soap/AuthCallbacks.h"
+#include "frame/host/HostTableIds.h"
+#include "host/core/CBareTable.h"
 #include "tests/fakehost/FakeHost.h"
 #include "tests/fakehost/FakeNetClients.h"
 
 #include <gtest/gtest.h>
 
-#include <cxxabi.h>
 #include <memory>
 #include <string>
-#include <typeinfo>
 #include <vector>
 
-extern "C" int32_t PluginMain(uint32_t appHandshakeVersion, uint32_t* handshakeVersion,
-                              PISetupSDKProc* setupProc, uint32_t handle);
-
 namespace {
-
-using Names = std::vector<std::string>;
 
 bool call(QsCallback callback) {
     return reinterpret_cast<PILifeCycleProc>(callback)();
 }
 
-std::string typeName(const CModule& module) {
-    int status = 0;
-    char* name = abi::__cxa_demangle(typeid(module).name(), nullptr, nullptr, &status);
-    std::string result = name ? name : "?";
-    std::free(name);
-    return result;
-}
+// No modules, exported entries or authentication callbacks: what the frame does on its own.
+const PIProduct kBareProduct{};
 
-Names registeredModules() {
-    Names names;
-    for (CModule* m = CModule::sm_head; m; m = m->next())
-        names.push_back(typeName(*m));
-    return names;
-}
-
-// A fresh plug-in in front of the test host: no table taken yet, the static module on the
-// registry as after loading.
-class LifeCycle : public ::testing::Test {
+// A fresh plug-in in front of the test host, no table taken yet.
+class PluginEntry : public ::testing::Test {
 protected:
     void SetUp() override {
         ResetHostTables();
         host.registerTables();
-        host.core().registerTable("NetSpan", 0x70000, &network);
-        if (!gJSVxViewModule.isLinked())
-            gJSVxViewModule.add();
-    }
-    void TearDown() override {
-        if (started)
-            call(data.unload);
+        host.core().registerTable(kNetSpanTable.name, kNetSpanTable.version, &network);
     }
 
-    // The loader entry, set-up and handshake; true when all three succeeded.
+    // The entry, set-up and handshake; true when all three succeeded.
     bool handshake() {
         uint32_t version = 0;
         PISetupSDKProc setup = nullptr;
-        EXPECT_EQ(PluginMain(kHandshakeVersion, &version, &setup, 7), 1);
+        EXPECT_EQ(PIMain(kBareProduct, kHandshakeVersion, &version, &setup, 7), 1);
         PISDKData sdk{kHandshakeVersion, &host, &host.core(), nullptr};
         if (setup(version, &sdk) != 1)
             return false;
         return reinterpret_cast<PIHandshakeProc>(sdk.handshake)(version, &data) == 1;
     }
-    // Everything up to the initialise step, which is left to the test.
+    // Everything up to the initialise step.
     bool upToInit() {
         return handshake() && call(data.exportHFTs) && call(data.importReplaceAndRegister);
-    }
-    bool start() {
-        started = upToInit() && call(data.init);
-        return started;
     }
     HFT ask(const char* name, uint32_t version) {
         return host.core().extensionMgrGetHFT(host.core().atomFromString(name), version);
@@ -83,25 +54,9 @@ protected:
     FakeHost host;
     FakeNetClients network;
     PIHandshakeData data{};
-    bool started = false;
 };
 
-TEST_F(LifeCycle, LoaderEntryAnswersTheLesserHandshakeVersion) {
-    const struct {
-        uint32_t offered;
-        uint32_t answered;
-    } cases[] = {{0x1FFFF, 0x1FFFF}, {0x20000, 0x20000}, {0x20001, 0x20000}, {0, 0}};
-    for (const auto& c : cases) {
-        uint32_t answered = 0xDEAD;
-        PISetupSDKProc setup = nullptr;
-        EXPECT_EQ(PluginMain(c.offered, &answered, &setup, 42), 1);
-        EXPECT_EQ(answered, c.answered) << std::hex << c.offered;
-        EXPECT_NE(setup, nullptr);
-        EXPECT_EQ(gHandle, 42u);
-    }
-}
-
-TEST_F(LifeCycle, SetUpAndHandshakeSpeakOnlyTheirOneVersion) {
+TEST_F(PluginEntry, SetUpAndHandshakeSpeakOnlyTheirOneVersion) {
     const struct {
         uint32_t call;
         uint32_t record;
@@ -124,7 +79,7 @@ TEST_F(LifeCycle, SetUpAndHandshakeSpeakOnlyTheirOneVersion) {
         EXPECT_NE(callback, nullptr);
 }
 
-TEST_F(LifeCycle, AMissingRequiredTableFailsTheSetUpAndKeepsWhatCameBefore) {
+TEST_F(PluginEntry, AMissingRequiredTableFailsTheSetUpAndKeepsWhatCameBefore) {
     host.core().unregisterTable("Unix");
     PISDKData sdk{kHandshakeVersion, &host, &host.core(), nullptr};
     EXPECT_EQ(PISetupSDK(kHandshakeVersion, &sdk), 0);
@@ -147,7 +102,7 @@ private:
     int32_t m_version;
 };
 
-TEST_F(LifeCycle, AnOldHostCannotServeTheTablesAskedForAt0x60000) {
+TEST_F(PluginEntry, AnOldHostCannotServeTheTablesAskedForAt0x60000) {
     OldSupport old(0x50000);
     host.core().unregisterTable("VellSupport");
     host.core().registerTable("VellSupport", 0x50000, &old);
@@ -289,12 +244,12 @@ TEST(Negotiation, VersionsByExactRequestOrByTheFallbackList) {
     }
 }
 
-TEST_F(LifeCycle, ImportStepNeedsNetworkBaseKitAndUserInterface) {
+TEST_F(PluginEntry, ImportStepNeedsNetworkBaseKitAndUserInterface) {
     for (const char* missing : {"NetSpan", "BaseKit", "VellViewUserInterface"}) {
         FakeHost other;
         ResetHostTables();
         other.registerTables();
-        other.core().registerTable("NetSpan", 0x70000, &network);
+        other.core().registerTable(kNetSpanTable.name, kNetSpanTable.version, &network);
         other.core().unregisterTable(missing);
         PISDKData sdk{kHandshakeVersion, &other, &other.core(), nullptr};
         ASSERT_EQ(PISetupSDK(kHandshakeVersion, &sdk), 1);
@@ -303,7 +258,7 @@ TEST_F(LifeCycle, ImportStepNeedsNetworkBaseKitAndUserInterface) {
     }
 }
 
-TEST_F(LifeCycle, ImportStepToleratesTheOptionalTablesAndRegistersForQuit) {
+TEST_F(PluginEntry, ImportStepToleratesTheOptionalTablesAndRegistersForQuit) {
     ASSERT_TRUE(upToInit());
     EXPECT_EQ(gBaseKitVersion, 0x70000u);
     EXPECT_EQ(gVellViewUserInterfaceHFT, &host.ui());
@@ -315,7 +270,7 @@ TEST_F(LifeCycle, ImportStepToleratesTheOptionalTablesAndRegistersForQuit) {
     EXPECT_EQ(host.ui().registrations()[0].proc, miPIAppWillQuit);
 }
 
-TEST_F(LifeCycle, ExportedTablesAreBuiltOnceForExactlyTheirVersion) {
+TEST_F(PluginEntry, ExportedTablesAreBuiltOnceForExactlyTheirVersion) {
     ASSERT_TRUE(handshake());
     ASSERT_TRUE(call(data.exportHFTs));
     EXPECT_EQ(gSOAPHFT, nullptr); // nothing is built before somebody asks
@@ -335,96 +290,6 @@ TEST_F(LifeCycle, ExportedTablesAreBuiltOnceForExactlyTheirVersion) {
     EXPECT_TRUE(call(data.unload));
     EXPECT_EQ(host.core().liveCallbacks(), live - 2);
     EXPECT_EQ(gSOAPHFT, nullptr);
-}
-
-TEST_F(LifeCycle, NetworkClientsAreOpenedWithTheirExactParameters) {
-    ASSERT_TRUE(start());
-    const auto& clients = network.clients();
-    ASSERT_EQ(clients.size(), 2u);
-    const NetAuthProc expected[2] = {InteractiveAuthCB, TrackerAuthCB};
-    for (int i = 0; i < 2; ++i) {
-        ASSERT_EQ(gEFSClientIDs[i], i + 1);
-        const FakeNetClients::Client& client = clients.at(gEFSClientIDs[i]);
-        EXPECT_EQ(client.userAgent, "Mozilla/3.0 (compatible; Vellum SOAP 7.0)");
-        EXPECT_EQ(client.acceptTypes, (Names{"*/*"}));
-        EXPECT_EQ(client.flags, 5);
-        for (const auto& authentication : client.authentication) {
-            EXPECT_EQ(authentication.mode, 1);
-            EXPECT_EQ(authentication.proc, expected[i]);
-            EXPECT_EQ(authentication.data, nullptr);
-        }
-        EXPECT_EQ(client.options, (std::vector<int32_t>{0}));
-        EXPECT_EQ(client.timeoutCount, 12);
-        EXPECT_EQ(client.timeoutPair[0], 300000);
-        EXPECT_EQ(client.timeoutPair[1], 0);
-        EXPECT_EQ(client.timeoutValue, 300000);
-    }
-    EXPECT_EQ(network.events(), (Names{"initialize", "open 1", "open 2"}));
-}
-
-TEST_F(LifeCycle, QuitClosesOnlyTheClientThatOpened) {
-    network.failNextOpen();
-    ASSERT_TRUE(start());
-    EXPECT_EQ(gEFSClientIDs[0], kNoNetClient);
-    EXPECT_EQ(gEFSClientIDs[1], 1);
-    host.ui().send(kVxNotifyAppWillQuit);
-    EXPECT_EQ(network.events(), (Names{"initialize", "open -1", "open 1", "close 1", "shutdown"}));
-    EXPECT_EQ(gNetSpanHFT, nullptr);
-    EXPECT_EQ(gEFSClientIDs[1], kNoNetClient);
-    host.ui().send(kVxNotifyAppWillQuit); // the network is gone: nothing more happens
-    EXPECT_EQ(network.events().size(), 5u);
-}
-
-TEST_F(LifeCycle, TheTenModulesComeUpInTheirOrderAndAllGoDown) {
-    ASSERT_TRUE(start());
-    // The module initialised last stands first, and is the first to go down.
-    EXPECT_EQ(registeredModules(),
-              (Names{"JSVxViewModule", "CSoapModule", "CJSPNLModule", "CJSToolButtonModule",
-                     "RSSPanel", "CVxTasksModule", "CVxURLCommandModule", "CRSSManagerModule",
-                     "CJSDiscoveryModule", "CRSSModule"}));
-    std::vector<int32_t> kinds;
-    for (const auto& registration : host.ui().registrations())
-        kinds.push_back(registration.kind);
-    EXPECT_EQ(kinds, (std::vector<int32_t>{kVxNotifyAppWillQuit, kVxNotifyAppDidInitExtensions,
-                                           kVxNotifyAppDidInit, kVxNotifyAppWillQuit}));
-    EXPECT_NE(gData, nullptr);
-    host.ui().send(kVxNotifyAppWillQuit);
-    EXPECT_TRUE(call(data.unload));
-    started = false;
-    EXPECT_EQ(CModule::sm_head, nullptr);
-    EXPECT_EQ(gData, nullptr);
-}
-
-TEST_F(LifeCycle, WithoutAScriptEngineNoModuleIsCreated) {
-    host.core().unregisterTable("ESHFT");
-    ASSERT_TRUE(upToInit());
-    EXPECT_FALSE(call(data.init));
-    EXPECT_EQ(registeredModules(), (Names{"JSVxViewModule"}));
-    EXPECT_TRUE(network.events().empty());
-    EXPECT_TRUE(call(data.unload));
-}
-
-TEST_F(LifeCycle, SOAPStringGivesMessagesToScripts) {
-    ASSERT_TRUE(start());
-    CSpiderMonkeyEngine& engine = host.scriptEngine();
-    ESContext context = engine.newContext("App", nullptr);
-    const struct {
-        const char* source;
-        const char* text;
-    } cases[] = {
-        {"SOAPString.IDS_RSS_OPEN_BUTTON", "Open"},
-        {"SOAPString.IDS_INBOX_STATUS_N_UNREAD_TIP", "{nItems} unread items"},
-        {"SOAPString.IDS_NO_SUCH_MESSAGE", ""},
-    };
-    for (const auto& c : cases) {
-        ESVal value = engine.newVal(context);
-        engine.evaluate(context, nullptr, c.source, -1, value);
-        std::string text;
-        EXPECT_TRUE(engine.readString(value, false, text)) << c.source;
-        EXPECT_EQ(text, c.text) << c.source;
-        engine.freeVal(value);
-    }
-    engine.destroyContext(context);
 }
 
 } // namespace

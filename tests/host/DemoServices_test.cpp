@@ -166,6 +166,38 @@ TEST_F(DemoServices, AnswerCallsInTheVersionTheyCameIn) {
     }
 }
 
+TEST_F(DemoServices, ServeTheWSDLFilesByteForByteWithTheirOwnAddress) {
+    for (const char* name : {"echo.wsdl", "literal.wsdl"}) {
+        std::ifstream in(std::string(VELL_TEST_DATA) + "/../../host/demo/" + name,
+                         std::ios::binary);
+        ASSERT_TRUE(in) << name;
+        std::ostringstream file;
+        file << in.rdbuf();
+        std::string expected = file.str();
+        for (size_t at; (at = expected.find("{base}")) != std::string::npos;)
+            expected.replace(at, 6, server.base());
+        Reply reply = ask(server.base() + "/" + name, nullptr);
+        EXPECT_EQ(reply.status, 200) << name;
+        EXPECT_EQ(reply.body, expected) << name;
+    }
+    const std::string body = "<x/>";
+    const struct {
+        const char* path;
+        const std::string* body;
+        long status;
+        const char* says;
+    } refusals[] = {
+        {"/echo.wsdl", &body, 405, "Use GET for a WSDL document.\n"},
+        {"/fault.wsdl", nullptr, 404, "No demo service at /fault.wsdl.\n"},
+        {"/echo.wsdl/", nullptr, 404, "No demo service at /echo.wsdl/.\n"},
+    };
+    for (const auto& r : refusals) {
+        Reply reply = ask(server.base() + r.path, r.body);
+        EXPECT_EQ(reply.status, r.status) << r.path;
+        EXPECT_EQ(reply.body, r.says) << r.path;
+    }
+}
+
 TEST_F(DemoServices, ARequestThatIsNoHTTPGetsA400) {
     for (const char* request :
          {"NONSENSE\r\n\r\n", "POST /echo HTTP/1.1\r\nContent-Length: x\r\n\r\n",

@@ -53,7 +53,7 @@ std::string host(const std::string& arguments, int* status) {
 }
 
 TEST(Product, TheReferenceHostRunsTheWholeLifeCycle) {
-    std::ifstream expected(VELL_TEST_DATA "/frame/vellum-host-info.txt");
+    std::ifstream expected(VELL_TEST_DATA "/plugin/vellum-host-info.txt");
     ASSERT_TRUE(expected);
     int status = -1;
     EXPECT_EQ(host("info", &status), std::string(std::istreambuf_iterator<char>(expected),

@@ -1,0 +1,1 @@
+#include "soap/Anything.h"

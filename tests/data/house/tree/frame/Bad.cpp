@@ -1,0 +1,2 @@
+#include "frame/Good.h"
+  #  include "values/EStr.h" // reaches up

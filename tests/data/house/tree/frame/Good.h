@@ -1,0 +1,3 @@
+#include "frame/host/ICore.h"
+#include "Beside.h"
+#include <vector>

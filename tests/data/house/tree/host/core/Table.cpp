@@ -1,0 +1,7 @@
+#include "frame/host/ICore.h"
+#include "frame/HostError.h"
+#include "frame/UTF8.h"
+#include "host/core/Other.h"
+#include "frame/HostTables.h"
+#include "frame/hostish/X.h"
+#include "values/EStr.h"

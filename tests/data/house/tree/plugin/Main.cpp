@@ -1,0 +1,3 @@
+#include "rss/Side.h"
+#include "tracker/Fine.h"
+#include "host/core/CHostCore.h"

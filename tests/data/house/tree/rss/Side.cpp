@@ -1,0 +1,2 @@
+#include "soap/CSoapModule.h"
+#include "tracker/RSSPanel.h"

@@ -1,0 +1,3 @@
+#include "frame/Good.h"
+#include "values/Up.h"
+#include "xml/CXmlParser.h"
