@@ -3,6 +3,7 @@
 
 #include "frame/HostTables.h"
 #include "frame/QsCore.h"
+#include "frame/host/HostTableIds.h"
 #include "values/EStrInternal.h"
 
 #include <cstring>
@@ -12,7 +13,6 @@ using namespace estr;
 namespace {
 
 constexpr uint32_t kBaseKitLateVersion = 0x50010;
-constexpr uint32_t kScriptInterfaceVersion = 0x70000;
 constexpr char16_t kBullet = 0x2022;
 
 // The names of the values that have one; 0 and 15 are the host's, the rest PDFDocEncoding.
@@ -51,8 +51,8 @@ bool hasName(int32_t encoding) {
 
 IEncodings* scriptInterface() {
     if (!gVellScriptInterfaceHFT && gCoreHFT) {
-        HFT table = gCoreHFT->extensionMgrGetHFT(QsAtomFromString("VellScriptInterface"),
-                                                 kScriptInterfaceVersion);
+        HFT table = gCoreHFT->extensionMgrGetHFT(
+            QsAtomFromString(kVellScriptInterfaceTable.name), kVellScriptInterfaceTable.version);
         // The table of that name is the converter by contract.
         gVellScriptInterfaceHFT = static_cast<IEncodings*>(table);
     }

@@ -8,8 +8,11 @@
 # are exempt: they put the pieces together from outside.
 #
 # Checks:
-#   layers  every folder includes only itself and the folders below it; host/ only itself and
-#           the few frame/ headers that make the host interfaces
+#   layers        every folder includes only itself and the folders below it; host/ only
+#                 itself and the few frame/ headers that make the host interfaces
+#   engine-table  only the script bridge (values/) and the host's engine (host/script/) name the
+#                 raw engine table gESHFT; frame/ only acquires it. Everything else goes through
+#                 the CES wrappers.
 
 set -u
 
@@ -100,8 +103,25 @@ check_layers() {
     done
 }
 
+check_engine_table() {
+    local top folder line
+    for top in "$root"/*/; do
+        folder=$(basename "$top")
+        [ -e "$top/CMakeCache.txt" ] && continue
+        [[ " ${exempt[*]} " == *" $folder "* ]] && continue
+        case $folder in frame | values) continue ;; esac
+        while IFS= read -r line; do
+            [[ "$line" == host/script/* ]] && continue
+            breach "${line%%:*}:$(echo "$line" | cut -d: -f2): names the raw engine table;" \
+                "use the CES wrappers of values/"
+        done < <(cd "$root" && grep -rnwE --include='*.h' --include='*.hpp' --include='*.cpp' \
+            --include='*.inc' 'gESHFT' "$folder")
+    done
+}
+
 case $check in
 layers) check_layers ;;
+engine-table) check_engine_table ;;
 *)
     echo "$0: no check named $check" >&2
     exit 2

@@ -1,0 +1,2 @@
+// A name that only contains the table's name is not the table.
+int gESHFTCount = 0;

@@ -1,0 +1,4 @@
+// Calls the engine table directly.
+void raw() {
+    gESHFT->newContext("App", nullptr);
+}

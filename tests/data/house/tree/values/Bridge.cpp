@@ -1,0 +1,4 @@
+// The bridge owns the table.
+void bridge() {
+    gESHFT->defaultContext();
+}
