@@ -106,7 +106,7 @@ void CEncodedSOAPWriter::writeMap(CAgg& value, CXMLElement& element, long depth,
         CAgg& href = value["soapHREF"];
         if (!SOAPIsString(href))
             fail("IDS_SOAP_HREF_NOT_STRING");
-        element.setAttribute(CEStr("href", kEStrPDFDoc), SOAPValueText(href));
+        element.setAttribute(CEStr("href", kEStrPDFDoc), attributeValue(SOAPValueText(href)));
     }
     if (depth == 1 && !m_parameterOrder.empty()) {
         // Parameters that the order leaves out are not written at all.
@@ -198,8 +198,8 @@ void CEncodedSOAPWriter::setArrayType(CXMLElement& element, CAgg::CAggVector& it
 
 CEStr CEncodedSOAPWriter::typeText(CXMLElement& element, const QName& type) {
     if (isEmpty(type.nameSpace))
-        return type.name;
+        return attributeValue(type.name);
     std::string prefix = SOAPUTF8(createNSPrefix());
-    element.setAttribute(SOAPEStrFromUTF8("xmlns:" + prefix), type.nameSpace);
-    return SOAPEStrFromUTF8(prefix + ":" + SOAPUTF8(type.name));
+    element.setAttribute(SOAPEStrFromUTF8("xmlns:" + prefix), attributeValue(type.nameSpace));
+    return attributeValue(SOAPEStrFromUTF8(prefix + ":" + SOAPUTF8(type.name)));
 }
