@@ -4,6 +4,9 @@
 // property names (its own and those of the objects it holds, the standard prototypes among them)
 // and a sentinel with its value. SOAP.request is a script function that answers a fixed reply,
 // so that no call goes to the network.
+//
+// Run it with -detect_leaks=0: the script engine's own memory belongs to its collector, which
+// the leak checker takes for leaks.
 #include "fuzz/FuzzHost.h"
 #include "host/cabinets/CMemoryCabinets.h"
 #include "host/files/CPosixFileSystem.h"

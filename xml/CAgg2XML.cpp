@@ -636,7 +636,15 @@ bool CAgg2XML::prefixAttribute(size_t mark, size_t start) {
                 prefix = candidate;
         }
         bind(CEStr(prefix.c_str(), kEStrPDFDoc), uriText);
-        declaration = "xmlns:" + prefix + "=\"" + uri + "\" ";
+        // The URI is the serialiser's own value here, so it is escaped as text is.
+        declaration = "xmlns:" + prefix + "=\"";
+        for (unsigned char c : uri) {
+            if (c >= 0x80)
+                declaration.push_back(static_cast<char>(c));
+            else
+                appendEscaped(declaration, c);
+        }
+        declaration += "\" ";
     }
     m_buffer.resize(mark);
     m_buffer += declaration + prefix + ":" + local;
