@@ -190,7 +190,7 @@ void toWritingTree(CAgg& node, CAgg& out) {
         element.setNameSpace(ns);
     if (node.has(kXMLKeyAttr)) {
         for (auto& [key, value] : node[kXMLKeyAttr].toMap()) {
-            std::string name = EStrToUTF8(key);
+            std::string name = ESTR2UTF8(key);
             size_t colon = name.rfind(':');
             if (colon != std::string::npos) {
                 std::string uri = name.substr(0, colon);

@@ -106,7 +106,7 @@ void CEncodedSOAPWriter::writeMap(CAgg& value, CXMLElement& element, long depth,
         CAgg& href = value["soapHREF"];
         if (!CAggIsString(href))
             fail("IDS_SOAP_HREF_NOT_STRING");
-        element.setAttribute(CEStr("href", kEStrPDFDoc), CAggValueText(href));
+        element.setAttribute(CEStr("href", kEStrPDFDoc), attributeValue(CAggValueText(href)));
     }
     if (depth == 1 && !m_parameterOrder.empty()) {
         // Parameters that the order leaves out are not written at all.
@@ -198,8 +198,8 @@ void CEncodedSOAPWriter::setArrayType(CXMLElement& element, CAgg::CAggVector& it
 
 CEStr CEncodedSOAPWriter::typeText(CXMLElement& element, const QName& type) {
     if (isEmpty(type.nameSpace))
-        return type.name;
+        return attributeValue(type.name);
     std::string prefix = EStrToUTF8(createNSPrefix());
-    element.setAttribute(EStrFromUTF8("xmlns:" + prefix), type.nameSpace);
-    return EStrFromUTF8(prefix + ":" + EStrToUTF8(type.name));
+    element.setAttribute(EStrFromUTF8("xmlns:" + prefix), attributeValue(type.nameSpace));
+    return attributeValue(EStrFromUTF8(prefix + ":" + EStrToUTF8(type.name)));
 }

@@ -59,7 +59,8 @@ void CLiteralSOAPWriter::writeMap(CAgg& value, CXMLElement& element, long depth,
         addHeader(value, element, depth);
     if (value.has("soapAttributes")) {
         CAggForEachEntry(value["soapAttributes"], [&](const CEStr& key, CAgg& attribute) {
-            element.attributes()[key] = CAgg(CAggValueText(attribute).get());
+            checkAttributeName(key);
+            element.attributes()[key] = CAgg(attributeValue(CAggValueText(attribute)).get());
         });
     }
     if (writeRawValue(value, element, depth, isHeader))
@@ -71,7 +72,7 @@ void CLiteralSOAPWriter::writeMap(CAgg& value, CXMLElement& element, long depth,
         // An attachment goes out as a binary inclusion, in place of the element it stands for.
         setName(element,
                 QName{CEStr("Inclusion", kEStrPDFDoc), CEStr(kSOAPBinaryInclusionNS, kEStrPDFDoc)});
-        element.setAttribute(CEStr("href", kEStrPDFDoc), CAggValueText(href));
+        element.setAttribute(CEStr("href", kEStrPDFDoc), attributeValue(CAggValueText(href)));
         return;
     }
     CAggForEachEntry(value, [&](const CEStr& key, CAgg& item) {
@@ -110,7 +111,7 @@ void CLiteralSOAPWriter::writeChild(const CEStr& key, CAgg& item, CXMLElement& e
                                     unsigned short isHeader) {
     CXMLElement child(element.appendElement(""));
     if (depth == 0 && !m_defaultNS.isNull() && EStrGetCharLen(m_defaultNS) > 0)
-        child.setAttribute(CEStr("xmlns", kEStrPDFDoc), m_defaultNS);
+        child.setAttribute(CEStr("xmlns", kEStrPDFDoc), attributeValue(m_defaultNS));
     setName(child, key);
     writeNode(item, child, depth + 1, isHeader);
 }

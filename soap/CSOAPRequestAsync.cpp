@@ -30,7 +30,13 @@ CSOAPRequestAsync::~CSOAPRequestAsync() {
 }
 
 bool CSOAPRequestAsync::startRequest() {
-    m_body = SOAPWriteRequest(m_command);
+    try {
+        m_body = SOAPWriteRequest(m_command);
+    } catch (...) {
+        // A request refused before it started (a wrong argument) tells no one and is gone.
+        delete this;
+        throw;
+    }
     if (!m_body) {
         complete(false);
         return false;

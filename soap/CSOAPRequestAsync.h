@@ -29,7 +29,8 @@ public:
 
     /// Writes and posts the request; from here the object owns itself. True when the request is
     /// under way. False when it could not start: notify has been told why, and the object is
-    /// deleted.
+    /// deleted. A request with a name that cannot be written raises the bad-argument error
+    /// instead, without telling notify; the object is deleted all the same.
     bool startRequest();
 
     /// Receives the outcome: url is null, header and extra are void after a failure. Called

@@ -7,6 +7,12 @@
 #include "values/QsCab.h"
 
 #include <cstdio>
+#include <cstring>
+#include <set>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
 
 const char* const CSOAPServiceProxy::sm_RPCTemplate =
     "event.result = function({param_list}){\tvar p =\t{\t\tcURL: \"{cURL}\",\t\toRequest: {},"
@@ -40,38 +46,187 @@ const char* const CSOAPServiceProxy::sm_ParameterTemplate = "\"{param}\": {value
 
 namespace {
 
-// ASCII text as UCS, so that whatever is put into it keeps every character.
-CEStr ucsText(const char* ascii) {
-    CEStr text(ascii, kEStrPDFDoc);
-    return CEStr::adopt(EStrCopySetEncoding(text.get(), kEStrUCS));
+using Units = std::u16string;
+
+Units unitsOf(const CEStr& text) {
+    if (text.isNull())
+        return {};
+    QsTextRec units;
+    QsTextFromEStr(text.get(), &units);
+    return units.units;
 }
 
-// Replaces every mark in text. The value goes in as it is: a name or URL holding a quote breaks
-// the function's text, and the engine's failure then leaves the operation out.
-void replaceAll(CEStr& text, const char* mark, const CEStr& value) {
-    CEStr from(mark, kEStrPDFDoc);
-    CEStr to = value.isNull() ? CEStr("", kEStrPDFDoc) : value;
-    EStrReplace(text.get(), from.get(), to.get());
+Units unitsOf(std::string_view ascii) {
+    return Units(ascii.begin(), ascii.end());
 }
 
-// The items of a blank-separated list, each in double quotes, joined by ", ", in brackets.
-CEStr parameterOrderArray(const CEStr& order) {
-    CEStr array = ucsText("[");
+bool isHighSurrogate(char16_t unit) {
+    return unit >= 0xD800 && unit < 0xDC00;
+}
+
+bool isLowSurrogate(char16_t unit) {
+    return unit >= 0xDC00 && unit < 0xE000;
+}
+
+// Units that a script string literal cannot hold as they stand, or that would read as something
+// else: control characters, the two line terminators past ASCII, and halves of a pair.
+bool needsUnitEscape(const Units& text, size_t i) {
+    char16_t unit = text[i];
+    if (unit < 0x20 || (unit >= 0x7F && unit <= 0x9F) || unit == 0x2028 || unit == 0x2029)
+        return true;
+    if (isHighSurrogate(unit))
+        return i + 1 >= text.size() || !isLowSurrogate(text[i + 1]);
+    if (isLowSurrogate(unit))
+        return i == 0 || !isHighSurrogate(text[i - 1]);
+    return false;
+}
+
+// The text as the inside of a double-quoted script string that reads back as exactly the text.
+// Ordinary text is its own literal: nothing in it changes.
+Units scriptStringBody(const Units& text) {
+    static const char kHex[] = "0123456789abcdef";
+    Units out;
+    out.reserve(text.size());
+    for (size_t i = 0; i < text.size(); ++i) {
+        char16_t unit = text[i];
+        switch (unit) {
+        case u'"':
+            out += u"\\\"";
+            continue;
+        case u'\\':
+            out += u"\\\\";
+            continue;
+        case u'\n':
+            out += u"\\n";
+            continue;
+        case u'\r':
+            out += u"\\r";
+            continue;
+        case u'\t':
+            out += u"\\t";
+            continue;
+        default:
+            break;
+        }
+        if (!needsUnitEscape(text, i)) {
+            out.push_back(unit);
+            continue;
+        }
+        out += u"\\u";
+        for (int shift = 12; shift >= 0; shift -= 4)
+            out.push_back(static_cast<char16_t>(kHex[(unit >> shift) & 0xF]));
+    }
+    return out;
+}
+
+// Words a script cannot take as the name of a parameter.
+constexpr std::string_view kReservedWords[] = {
+    "await",     "break",  "case",     "catch",  "class",      "const",   "continue",  "debugger",
+    "default",   "delete", "do",       "else",   "enum",       "export",  "extends",   "false",
+    "finally",   "for",    "function", "if",     "implements", "import",  "in",        "instanceof",
+    "interface", "let",    "new",      "null",   "package",    "private", "protected", "public",
+    "return",    "static", "super",    "switch", "this",       "throw",   "true",      "try",
+    "typeof",    "var",    "void",     "while",  "with",       "yield",
+};
+
+// Names the method's own text relies on: a parameter of one of them would take its place.
+// "p" is overwritten by the request before the parameters are read into it.
+constexpr std::string_view kMethodNames[] = {"p", "SOAP", "undefined"};
+
+// Whether the text is a script identifier name of ASCII letters, digits, "_" and "$". Names past
+// ASCII are not told apart here; they take the quoted forms, which serve any name.
+bool isIdentifierName(const Units& text) {
+    if (text.empty() || (text[0] >= u'0' && text[0] <= u'9'))
+        return false;
+    for (char16_t unit : text) {
+        bool letter = (unit >= u'a' && unit <= u'z') || (unit >= u'A' && unit <= u'Z');
+        bool digit = unit >= u'0' && unit <= u'9';
+        if (!letter && !digit && unit != u'_' && unit != u'$')
+            return false;
+    }
+    return true;
+}
+
+bool isAmong(const Units& text, std::span<const std::string_view> words) {
+    for (std::string_view word : words) {
+        if (text == unitsOf(word))
+            return true;
+    }
+    return false;
+}
+
+// A parameter of an rpc method: the name it goes under in the request, and the name of the
+// function's argument that holds it. The argument takes the part's name when that can stand as
+// one; otherwise it gets a name of its own ("$1" for the first parameter), which no other
+// argument has. Arguments are passed by position, so the argument's name is never seen.
+struct Parameter {
+    Units key;
+    Units argument;
+};
+
+std::vector<Parameter> parametersOf(const std::vector<CEStr>& names) {
+    std::vector<Parameter> parameters;
+    std::vector<size_t> unnamed;
+    std::set<Units> taken;
+    for (const CEStr& name : names) {
+        Units key = unitsOf(name);
+        if (key.empty())
+            continue;
+        bool usable =
+            isIdentifierName(key) && !isAmong(key, kReservedWords) && !isAmong(key, kMethodNames);
+        if (usable)
+            taken.insert(key);
+        else
+            unnamed.push_back(parameters.size());
+        parameters.push_back({key, usable ? key : Units()});
+    }
+    for (size_t index : unnamed) {
+        Units argument = unitsOf("$" + std::to_string(index + 1));
+        while (taken.count(argument))
+            argument.insert(argument.begin(), u'$');
+        taken.insert(argument);
+        parameters[index].argument = argument;
+    }
+    return parameters;
+}
+
+// Fills every {mark} of a template in one pass: what goes in is never searched for marks, so a
+// value holding the text of a mark stays as it is. fillMark appends the value of a known mark
+// and answers true; a brace that opens no known mark is copied.
+template <class FillMark> Units fillTemplate(const char* text, FillMark fillMark) {
+    Units out;
+    for (const char* at = text; *at;) {
+        if (*at == '{') {
+            if (const char* close = std::strchr(at + 1, '}')) {
+                std::string_view mark(at + 1, static_cast<size_t>(close - at - 1));
+                if (fillMark(mark, out)) {
+                    at = close + 1;
+                    continue;
+                }
+            }
+        }
+        out.push_back(static_cast<unsigned char>(*at++));
+    }
+    return out;
+}
+
+// The items of a blank-separated list, each as a script string, joined by ", ", in brackets.
+Units parameterOrderArray(const CEStr& order) {
+    Units array = u"[";
     bool first = true;
     if (!order.isNull() && EStrGetCharLen(order.get()) > 0) {
         CEStr blank(" ", kEStrPDFDoc);
         for (const CEStr& item : EStrSplit(order.get(), blank.get())) {
-            if (item.isNull() || EStrGetCharLen(item.get()) == 0)
+            Units name = unitsOf(item);
+            if (name.empty())
                 continue;
             if (!first)
-                array += CEStr(", ", kEStrPDFDoc);
-            array += CEStr("\"", kEStrPDFDoc);
-            array += item;
-            array += CEStr("\"", kEStrPDFDoc);
+                array += u", ";
+            array += u"\"" + scriptStringBody(name) + u"\"";
             first = false;
         }
     }
-    array += CEStr("]", kEStrPDFDoc);
+    array += u"]";
     return array;
 }
 
@@ -81,35 +236,57 @@ CEStr textOf(const QsTextRec& text) {
 
 } // namespace
 
+// Every value from the WSDL document is put in where the template has it, in the form that
+// place needs: in a string, as a script string; as a property after ".", as an identifier when it
+// is one and in brackets otherwise; as an argument, under a name that can stand as one. A
+// document can thus name its operations and parts as it likes without its text becoming script.
 CEStr CSOAPServiceProxy::methodText(const Operation& operation) {
-    CEStr text =
-        ucsText(operation.style == kWsdlStyleRPCEncoded ? sm_RPCTemplate : sm_DocumentTemplate);
-    replaceAll(text, "{methodName}", operation.methodName);
-    replaceAll(text, "{methodNS}", operation.methodNS);
-
-    CEStr paramList = ucsText("");
-    CEStr methodParamList = ucsText("");
-    bool first = true;
-    for (const CEStr& name : operation.parameters) {
-        if (name.isNull() || EStrGetCharLen(name.get()) == 0)
-            continue;
-        CEStr member = ucsText(sm_ParameterTemplate);
-        replaceAll(member, "{param}", name);
-        replaceAll(member, "{value}", name);
-        if (!first) {
-            paramList += CEStr(", ", kEStrPDFDoc);
-            methodParamList += CEStr(",\n", kEStrPDFDoc);
+    Units methodName = unitsOf(operation.methodName);
+    std::vector<Parameter> parameters = parametersOf(operation.parameters);
+    auto fillMark = [&](std::string_view mark, Units& out) {
+        if (mark == "methodName") {
+            if (!out.empty() && out.back() == u'.' && !isIdentifierName(methodName)) {
+                out.back() = u'[';
+                out += u"\"" + scriptStringBody(methodName) + u"\"]";
+            } else {
+                out += scriptStringBody(methodName);
+            }
+        } else if (mark == "methodNS") {
+            out += scriptStringBody(unitsOf(operation.methodNS));
+        } else if (mark == "cURL") {
+            out += scriptStringBody(unitsOf(operation.url));
+        } else if (mark == "cAction") {
+            out += scriptStringBody(unitsOf(operation.soapAction));
+        } else if (mark == "param_list") {
+            for (size_t i = 0; i < parameters.size(); ++i)
+                out += (i ? u", " : u"") + parameters[i].argument;
+        } else if (mark == "method_param_list") {
+            for (size_t i = 0; i < parameters.size(); ++i) {
+                const Parameter& parameter = parameters[i];
+                if (i)
+                    out += u",\n";
+                out +=
+                    fillTemplate(sm_ParameterTemplate, [&](std::string_view inner, Units& member) {
+                        if (inner == "param")
+                            member += scriptStringBody(parameter.key);
+                        else if (inner == "value")
+                            member += parameter.argument;
+                        else
+                            return false;
+                        return true;
+                    });
+            }
+        } else if (mark == "parameter_order") {
+            out += parameterOrderArray(operation.parameterOrder);
+        } else {
+            return false;
         }
-        paramList += name;
-        methodParamList += member;
-        first = false;
-    }
-    replaceAll(text, "{param_list}", paramList);
-    replaceAll(text, "{cURL}", operation.url);
-    replaceAll(text, "{method_param_list}", methodParamList);
-    replaceAll(text, "{cAction}", operation.soapAction);
-    replaceAll(text, "{parameter_order}", parameterOrderArray(operation.parameterOrder));
-    return text;
+        return true;
+    };
+    Units text = fillTemplate(
+        operation.style == kWsdlStyleRPCEncoded ? sm_RPCTemplate : sm_DocumentTemplate, fillMark);
+    QsTextRec units{std::move(text)};
+    return textOf(units);
 }
 
 bool CSOAPServiceProxy::addOperation(const Operation& operation) {
@@ -134,9 +311,10 @@ bool CSOAPServiceProxy::addOperation(const Operation& operation) {
         std::fprintf(stderr, "EXCEPTION: %d\n", code);
         return false;
     }
-    CEStr name = CEStr::adopt(EStrCopySetEncoding(operation.methodName.get(), kEStrUCS));
+    // Under the name's units as they are, whatever characters it holds.
+    QsTextRec name{unitsOf(operation.methodName)};
     CES::Val proxy(m_proxy);
-    proxy[EStrGetBytes(name.get())] = function;
+    proxy[&name] = function;
     return true;
 }
 

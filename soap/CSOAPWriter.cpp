@@ -2,12 +2,14 @@
 
 #include "frame/HostError.h"
 #include "frame/ZString.h"
+#include "frame/host/IScriptEngine.h"
 #include "soap/CEncodedSOAPWriter.h"
 #include "soap/CLiteralSOAPWriter.h"
 #include "soap/SOAPNamespaces.h"
 #include "soap/SOAPText.h"
 #include "values/CAggWalk.h"
 #include "values/miTime.h"
+#include "xml/XMLName.h"
 
 #include <cstdio>
 #include <string_view>
@@ -89,7 +91,7 @@ void CSOAPWriter::addHeader(CAgg& value, CXMLElement& element, long depth) {
         if (EStrGetCharLen(text) == 0)
             fail("IDS_SOAP_ACTOR_EMPTY");
         // SOAP 1.2 calls it a role, but the attribute keeps its 1.1 name in both versions.
-        element.setAttribute(CEStr("SOAP-ENV:actor", kEStrPDFDoc), text);
+        element.setAttribute(CEStr("SOAP-ENV:actor", kEStrPDFDoc), attributeValue(text));
     }
     if (value.has("soapMustUnderstand")) {
         if (depth != 1)
@@ -116,12 +118,14 @@ void CSOAPWriter::setName(CXMLElement& element, const _EStrRec* name) {
 
 void CSOAPWriter::setName(CXMLElement& element, const QName& name) {
     if (EStrGetCharLen(name.nameSpace) == 0) {
+        checkName(EStrToUTF8(name.name), false);
         element.setName(name.name.get());
         return;
     }
+    checkName(EStrToUTF8(name.name), true);
     // Every name in a namespace declares a fresh prefix, even for a namespace declared before.
     std::string prefix = EStrToUTF8(createNSPrefix());
-    element.setAttribute(EStrFromUTF8("xmlns:" + prefix), name.nameSpace);
+    element.setAttribute(EStrFromUTF8("xmlns:" + prefix), attributeValue(name.nameSpace));
     element.setName(EStrFromUTF8(prefix + ":" + EStrToUTF8(name.name)).get());
 }
 
@@ -145,6 +149,24 @@ bool CSOAPWriter::isReservedKey(const _EStrRec* key) {
             return true;
     }
     return false;
+}
+
+CEStr CSOAPWriter::attributeValue(const _EStrRec* text) {
+    std::string value = EStrToUTF8(text);
+    if (value.find_first_of("&<\"") == std::string::npos)
+        return CEStr(text);
+    std::string escaped;
+    for (char c : value) {
+        if (c == '&')
+            escaped += "&amp;";
+        else if (c == '<')
+            escaped += "&lt;";
+        else if (c == '"')
+            escaped += "&quot;";
+        else
+            escaped += c;
+    }
+    return EStrFromUTF8(escaped);
 }
 
 CAgg CSOAPWriter::writeEnvelope(bool withEncodingNS) {
@@ -176,6 +198,29 @@ CAgg CSOAPWriter::writeEnvelope(bool withEncodingNS) {
 void CSOAPWriter::fail(const char* messageKey) {
     m_error = CEStr::adopt(EStrNewFromID(miGetZStringID(messageKey)));
     raiseHostError(-1);
+}
+
+void CSOAPWriter::checkName(const std::string& name, bool local) {
+    // A local name goes behind a prefix of the writer's; any other name stands whole, perhaps
+    // behind a prefix of its own ("xsd:int").
+    size_t colon = name.find(':');
+    bool valid = local || colon == std::string::npos
+                     ? XMLIsNCName(name)
+                     : XMLIsNCName(std::string_view(name).substr(0, colon)) &&
+                           XMLIsNCName(std::string_view(name).substr(colon + 1));
+    if (valid)
+        return;
+    m_error = EStrFromUTF8("The name \"" + name + "\" is not an XML name.");
+    raiseHostError(kESErrBadArgument);
+}
+
+void CSOAPWriter::checkAttributeName(const _EStrRec* key) {
+    std::string name = EStrToUTF8(key);
+    size_t colon = name.rfind(':');
+    if (colon != std::string::npos && colon > 0 &&
+        XMLIsNCName(std::string_view(name).substr(colon + 1)))
+        return;
+    checkName(name, false);
 }
 
 void CSOAPWriter::checkDepth(long depth) {

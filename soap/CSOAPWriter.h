@@ -16,6 +16,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <vector>
 
 /// The SOAP version of a message.
@@ -64,6 +65,9 @@ public:
 
     /// Whether a key of a map steers the writer instead of naming a child element.
     static bool isReservedKey(const _EStrRec* key);
+    /// The text as the value of an attribute: "&", "<" and the double quote as references, so
+    /// that no value of a request ends its attribute or starts markup. Other text is unchanged.
+    static CEStr attributeValue(const _EStrRec* text);
 
     /// The deepest nesting of values written. A deeper request or header is refused, without
     /// being copied or walked by recursion; no service takes parameters a thousand levels deep.
@@ -74,6 +78,12 @@ protected:
     CAgg writeEnvelope(bool withEncodingNS);
     /// Keeps the text of the message of that key and raises the host error -1.
     [[noreturn]] void fail(const char* messageKey);
+    /// Refuses a name that cannot stand as an element or attribute name: no request may turn
+    /// into markup through its keys. Raises the script engine's bad-argument error.
+    void checkName(const std::string& name, bool local);
+    /// The same for an attribute key, which may also be URI, ":", local name, as the keys of
+    /// a reply read as a message are: the serialiser gives such a key a prefix.
+    void checkAttributeName(const _EStrRec* key);
     /// Refuses a value nested deeper than kMaxDepth.
     void checkDepth(long depth);
     /// The SOAP encoding namespace of the message's version.

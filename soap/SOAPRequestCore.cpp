@@ -4,6 +4,7 @@
 #include "frame/PluginEntry.h"
 #include "frame/QsCore.h"
 #include "frame/ZString.h"
+#include "frame/host/IScriptEngine.h"
 #include "soap/CMultipartWriter.h"
 #include "soap/CSOAPReader.h"
 #include "soap/CSOAPWriter.h"
@@ -98,6 +99,9 @@ std::unique_ptr<CRequestWriter> SOAPWriteRequest(CAgg& command) {
     CAgg message;
     HostFrame frame;
     if (int32_t code = frame.run([&] { message = writer->writeMessage(); })) {
+        // A name that cannot be written is a wrong argument of the call, not a SOAP failure.
+        if (code == kESErrBadArgument)
+            raiseHostError(kESErrBadArgument);
         SOAPSetFailure(command, kSOAPErrorName, CAgg(static_cast<long>(code)), writer->getError());
         return nullptr;
     }

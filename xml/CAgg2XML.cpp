@@ -2,11 +2,14 @@
 
 #include "frame/QsCore.h"
 #include "frame/UTF8.h"
+#include "xml/XMLName.h"
 #include "xml/XMLString.h"
 
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <string>
+#include <string_view>
 #include <utility>
 
 namespace {
@@ -273,6 +276,8 @@ QsStm CAgg2XML::openStream(CAgg&& document, bool withDeclaration) {
 }
 
 long CAgg2XML::readProc(char* buffer, long count) {
+    if (m_failed)
+        return -1;
     if (m_finished)
         return 0;
     if (!buffer || count < 0)
@@ -300,8 +305,13 @@ long CAgg2XML::readProc(char* buffer, long count) {
         m_wroteDeclaration = 1;
     }
     while (static_cast<long>(m_buffer.size()) < count) {
-        if (serializeNodes())
+        if (serializeNodes() || m_failed)
             break;
+    }
+    if (m_failed) {
+        m_buffer.clear();
+        m_offset = -1;
+        return -1;
     }
     long copied = std::min(static_cast<long>(m_buffer.size()), count);
     if (copied > 0)
@@ -416,8 +426,8 @@ bool CAgg2XML::serializeValue() {
 void CAgg2XML::serializePI() {
     Entries& entries = m_states.back().entries;
     write("<?", false);
-    getTagName(entries);
-    getTagAttr(entries);
+    writeTagName(entries, "processing instruction");
+    getTagAttr(entries, false);
     write("?>\n", false);
 }
 
@@ -463,15 +473,15 @@ CAgg2XML::Entries CAgg2XML::entriesOf(CAgg& node) const {
 void CAgg2XML::doOpenTag(Entries& entries, Tag& tag) {
     pushNSScope(entries);
     write("<", false);
-    getTagName(entries, &tag); // before the attributes: it may add a declaration to them
-    getTagAttr(entries);
+    writeTagName(entries, "element", &tag); // before the attributes: it may declare in them
+    getTagAttr(entries, true);
     write(">", false);
 }
 
 void CAgg2XML::doCloseTag(Entries& entries, const Tag& tag) {
     write("</", false);
     if (!tag.kept)
-        getTagName(entries);
+        writeTagName(entries, "element");
     else if (isEmpty(tag.prefix))
         appendRaw(m_buffer, tag.name);
     else
@@ -486,18 +496,26 @@ void CAgg2XML::doCloseTag(Entries& entries, const Tag& tag) {
 void CAgg2XML::doEmptyTag(Entries& entries) {
     pushNSScope(entries);
     write("<", false);
-    getTagName(entries);
-    getTagAttr(entries);
+    writeTagName(entries, "element");
+    getTagAttr(entries, true);
     write("/>\n", false);
     popNSScope();
 }
 
-void CAgg2XML::getTagAttr(Entries& entries) {
+void CAgg2XML::getTagAttr(Entries& entries, bool element) {
     bool declaring = m_declaring;
     m_declaring = false;
     auto writeOne = [&](const _EStrRec* key, const _EStrRec* value) {
         m_buffer += ' ';
+        size_t start = m_buffer.size();
         appendRaw(m_buffer, key);
+        // A key may begin with blanks of its own (" xsi:type"); the name is what follows them.
+        while (start < m_buffer.size() && m_buffer[start] == ' ')
+            ++start;
+        // A parsed tree keys its namespaced attributes URI, ":", local name, and they go out as
+        // they stand, which is not well-formed XML; that is intended.
+        if (!element || !isURIKeyed(start))
+            checkName(start, "attribute");
         m_buffer += "=\"";
         // Values are not escaped: whoever fills "attr" answers for what is in it, and a value
         // with a double quote gives malformed XML. That is intended.
@@ -584,6 +602,36 @@ void CAgg2XML::getTagName(Entries& entries, Tag* keep) {
     if (keep && keep->kept)
         keep->prefix = prefix;
     writeTag(prefix, name, split.local);
+}
+
+bool CAgg2XML::isURIKeyed(size_t start) const {
+    std::string_view key = std::string_view(m_buffer).substr(start);
+    size_t colon = key.rfind(':');
+    if (colon == std::string_view::npos || colon == 0 || !XMLIsNCName(key.substr(colon + 1)))
+        return false;
+    // The URI may hold what a name may not (slashes, a second colon), but nothing that would
+    // end the name and begin markup.
+    for (unsigned char c : key.substr(0, colon)) {
+        if (c <= ' ' || c == '"' || c == '\'' || c == '<' || c == '>' || c == '=' || c == '&' ||
+            c == 0x7f)
+            return false;
+    }
+    return true;
+}
+
+void CAgg2XML::writeTagName(Entries& entries, const char* kind, Tag* keep) {
+    size_t mark = m_buffer.size();
+    getTagName(entries, keep);
+    checkName(mark, kind);
+}
+
+void CAgg2XML::checkName(size_t mark, const char* kind) {
+    std::string_view name = std::string_view(m_buffer).substr(mark);
+    if (m_failed || XMLIsName(name))
+        return;
+    m_failed = true;
+    m_error =
+        std::string("The ") + kind + " name \"" + std::string(name) + "\" is not an XML name.";
 }
 
 // Enters the prefix into the scope and declares it on the node.

@@ -23,8 +23,14 @@ public:
     CAgg2XML& operator=(const CAgg2XML&) = delete;
 
     /// Up to count bytes of the text into buffer; 0 once everything has been delivered. A call
-    /// may deliver fewer bytes than asked for while more remain.
+    /// may deliver fewer bytes than asked for while more remain. -1, from then on, once the
+    /// tree has turned out to hold an element or attribute name that is not an XML name: such
+    /// a name is never written, and what was made but not yet read is dropped with it.
     long readProc(char* buffer, long count);
+    /// Whether the tree held a name that is not an XML name.
+    bool failed() const { return m_failed; }
+    /// What the failure was, with the name; empty while there is none.
+    const std::string& error() const { return m_error; }
 
     /// The read callback of the stream: readProc of the serialiser in data.
     static long ReadProc(char* buffer, long count, void* data);
@@ -97,7 +103,15 @@ private:
     void getTagName(Entries& entries, Tag* keep = nullptr);
     void declare(Entries& entries, const _EStrRec* prefix, const _EStrRec* ns);
     void writeTag(const _EStrRec* prefix, const _EStrRec* name, long local);
-    void getTagAttr(Entries& entries);
+    /// The attributes of a tag; those of an element may be keyed by URI (see isURIKeyed).
+    void getTagAttr(Entries& entries, bool element);
+    /// Whether what was written from start on is a key of the form URI, ":", local name whose
+    /// URI holds nothing that begins markup.
+    bool isURIKeyed(size_t start) const;
+    /// The name of a tag, checked to be an XML name.
+    void writeTagName(Entries& entries, const char* kind, Tag* keep = nullptr);
+    /// Fails the serialiser unless what was written from mark on is an XML name.
+    void checkName(size_t mark, const char* kind);
     void doOpenTag(Entries& entries, Tag& tag);
     void doCloseTag(Entries& entries, const Tag& tag);
     void doEmptyTag(Entries& entries);
@@ -144,4 +158,6 @@ private:
     bool m_declaring = false;
     CEStr m_declarationKey;
     CEStr m_declarationValue;
+    bool m_failed = false;
+    std::string m_error;
 };

@@ -25,7 +25,7 @@ void setText(CAgg& value, const XML_Char* text, size_t length) {
         EStrSetBytesWithSize(payload, text, static_cast<long>(length), kEStrPDFDoc);
         return;
     }
-    CEStr made = EStrFromUTF8(text, static_cast<long>(length));
+    CEStr made = XML_String2ESTR(text, static_cast<long>(length));
     EStrDelete(payload);
     payload = made.release();
 }
@@ -92,9 +92,10 @@ void CXML2CAgg::startElementHandler(const XML_Char* tag, const XML_Char** atts) 
         } else {
             m_key.assign(att[0]);
         }
-        CAgg& value = attr.insert_or_assign(
-                              EStrFromUTF8(m_key.data(), static_cast<long>(m_key.size())), CAgg())
-                          .first->second;
+        CAgg& value =
+            attr.insert_or_assign(XML_String2ESTR(m_key.data(), static_cast<long>(m_key.size())),
+                                  CAgg())
+                .first->second;
         const XML_Char* text = att[1] ? att[1] : "";
         setText(value, text, std::strlen(text));
     }
@@ -149,7 +150,7 @@ void CXML2CAgg::flushText() {
         return;
     }
     CEStr joined(found->second.toEStr());
-    joined += EStrFromUTF8(m_text.data(), static_cast<long>(m_text.size()));
+    joined += XML_String2ESTR(m_text.data(), static_cast<long>(m_text.size()));
     m_text.clear();
     found->second = CAgg(joined.get());
 }
@@ -157,7 +158,7 @@ void CXML2CAgg::flushText() {
 void CXML2CAgg::startNamespaceDeclHandler(const XML_Char* prefix, const XML_Char* uri) {
     // Declarations are never taken out of the pending dictionary: a prefix declared on an
     // element that has closed still shows in the nsDict of every later element.
-    m_pendingNSDict[EStrFromUTF8(prefix)] = CAgg(EStrFromUTF8(uri).get());
+    m_pendingNSDict[XML_String2ESTR(prefix)] = CAgg(XML_String2ESTR(uri).get());
 }
 
 void CXML2CAgg::endNamespaceDeclHandler(const XML_Char*) {}
@@ -165,11 +166,11 @@ void CXML2CAgg::endNamespaceDeclHandler(const XML_Char*) {}
 int CXML2CAgg::unknownEncodingHandler(const XML_Char* name, XML_Encoding*) {
     std::string message = miGetMessageUTF8("IDS_SERVICE_UNKNOWN_ENCODING");
     const std::string placeholder = "{ENCODING}";
-    std::string encoding = name ? name : "";
+    std::string encoding = XML_String2UTF8(name);
     for (size_t at = message.find(placeholder); at != std::string::npos;
          at = message.find(placeholder, at + encoding.size()))
         message.replace(at, placeholder.size(), encoding);
-    m_errorString = EStrFromUTF8(message.c_str());
+    m_errorString = XML_String2ESTR(message.c_str());
     m_unknownEncoding = 1;
     return 0;
 }

@@ -141,7 +141,7 @@ int CXMLParser::unknownEncodingHandler(const XML_Char*, XML_Encoding*) {
 CEStr CXMLParser::getErrorString() {
     if (getErrorCode() == XML_ERROR_NONE)
         return CEStr::adopt(EStrNew(nullptr, kEStrPDFDoc));
-    return EStrFromUTF8(miGetMessageUTF8("IDS_SOAP_PARSE_PROBLEM"));
+    return XML_String2ESTR(miGetMessageUTF8("IDS_SOAP_PARSE_PROBLEM"));
 }
 
 // Parsing.

@@ -1,7 +1,7 @@
 #include "xml/XMLString.h"
 
 std::string Tag2UTF8AndNS(const XML_Char* tag, bool withNamespace) {
-    std::string text = tag ? tag : "";
+    std::string text = XML_String2UTF8(tag);
     size_t colon = text.rfind(':');
     if (colon == std::string::npos)
         return text;

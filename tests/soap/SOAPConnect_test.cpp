@@ -24,7 +24,8 @@ protected:
         context = host.scriptEngine().newContext("App", nullptr);
         serve("http://wsdl.test/calculator.wsdl", "connect-calculator-rpc-encoded.wsdl");
         serve("http://wsdl.test/orders.wsdl", "connect-orders-document-literal.wsdl");
-        serve("http://wsdl.test/quotes.wsdl", "connect-quote-in-soap-action.wsdl");
+        serve("http://wsdl.test/hostile-rpc.wsdl", "connect-script-in-rpc-values.wsdl");
+        serve("http://wsdl.test/hostile-document.wsdl", "connect-script-in-document-values.wsdl");
         run(soapTestData("connect-request-recorder.js"));
     }
     void TearDown() override { module.term(); }
@@ -60,7 +61,11 @@ CSOAPServiceProxy::Operation operation(const char* name, std::vector<const char*
     return op;
 }
 
-TEST(SOAPServiceProxyText, TheRPCTemplateIsFilledExactly) {
+TEST(SOAPServiceProxyText, OrdinaryValuesFillTheTemplatesExactly) {
+    CSOAPServiceProxy::Operation document =
+        operation("placeOrder", {"ignored"}, 1, "urn:example:orders#placeOrder", "");
+    document.methodNS = CEStr("urn:example:orders", kEStrPDFDoc);
+    document.url = CEStr("http://wsdl.test/orders", kEStrPDFDoc);
     const struct {
         CSOAPServiceProxy::Operation op;
         const char* expected;
@@ -69,6 +74,7 @@ TEST(SOAPServiceProxyText, TheRPCTemplateIsFilledExactly) {
                    "urn:example:calculator#subtract", "subtrahend minuend"),
          "proxy-rpc-two-parameters.js"},
         {operation("ping", {}, kWsdlStyleRPCEncoded, "", ""), "proxy-rpc-no-parameters.js"},
+        {document, "proxy-document-ordinary.js"},
     };
     for (const auto& c : cases) {
         CEStr text = CSOAPServiceProxy::methodText(c.op);
@@ -178,14 +184,69 @@ TEST_F(SOAPConnectTest, AStreamArgumentIsSentAsAnyOtherObject) {
               "object false");
 }
 
-TEST_F(SOAPConnectTest, ATextTheEngineRefusesLeavesItsOperationOut) {
+TEST_F(SOAPConnectTest, NothingOfAHostileRPCDocumentRuns) {
     testing::internal::CaptureStderr();
-    run("var quotes = realSOAP.connect('http://wsdl.test/quotes.wsdl');");
-    std::string debug = testing::internal::GetCapturedStderr();
-    EXPECT_EQ(run("Object.keys(quotes).join()"), "working");
-    EXPECT_NE(debug.find("EXCEPTION: "), std::string::npos) << debug;
-    // The failure stays with connect: the context has no exception left over.
-    EXPECT_EQ(run("typeof quotes.working"), "function");
+    run("var hostile = realSOAP.connect('http://wsdl.test/hostile-rpc.wsdl');");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(run("typeof pwned"), "undefined");
+    // Every operation is a method, under its name as the document spells it.
+    EXPECT_EQ(run(R"(JSON.stringify(Object.keys(hostile)) === JSON.stringify(
+                  ["x;pwned=1;var q", "get-Quote", "line\u2028break", "{method_param_list}"]))"),
+              "true");
+
+    const char* const address = R"("http://wsdl.test/hostile?\"+(pwned=5)+\"")";
+    const struct {
+        const char* call;
+        const char* method;     // the key of oRequest, as script
+        const char* action;     // cAction, as script
+        const char* parameters; // the method's parameters as JSON, as script
+        const char* order;      // soapParameterOrder as JSON, as script
+    } cases[] = {
+        {R"(hostile["x;pwned=1;var q"]())", R"("\"+(pwned=3)+\":x;pwned=1;var q")",
+         R"("\"+(pwned=2)+\"")", "'{}'", "'[]'"},
+        // A backslash at the end of a value does not swallow the quote behind it.
+        {R"(hostile["get-Quote"]())", R"("urn:example:hostile\\:get-Quote")",
+         R"("urn:example:hostile#quote\\")", "'{}'", "'[]'"},
+        {R"(hostile["line\u2028break"]())", R"("urn:example:hostile:line\u2028break")",
+         R"("one\ntwo\rthree\u2028pwned=4\u2029\tend")", "'{}'", "'[]'"},
+        // Parts named like script, like the template's own names and like its marks go by
+        // position under their own names.
+        {R"(hostile["{method_param_list}"]("v1", "v2", "v3", "v4", "v5"))",
+         R"("urn:example:hostile:{method_param_list}")", R"("{cAction}")",
+         R"('{"+(pwned=11)+":"v1","a){pwned=12}//":"v2","p":"v3","$1":"v4","{cURL}":"v5"}')",
+         R"('["\\"+(pwned=13)+\\"","p"]')"},
+    };
+    for (const auto& c : cases) {
+        run("requestsSeen = []; replies = [({r: {a: 1, b: 2}})];");
+        EXPECT_EQ(run(std::string("JSON.stringify(") + c.call + ")"), "{\"a\":1,\"b\":2}")
+            << c.call;
+        std::string check = std::string("var q = JSON.parse(requestsSeen[0]), o = q.oRequest;") +
+                            "var keys = Object.keys(o);" + "[q.cURL === " + address +
+                            ", q.cAction === " + c.action +
+                            ", keys.length == 2, keys[0] === " + c.method +
+                            ", JSON.stringify(o[keys[0]]) === " + c.parameters +
+                            ", JSON.stringify(o.soapParameterOrder) === " + c.order + "].join()";
+        EXPECT_EQ(run(check), "true,true,true,true,true,true") << c.call;
+    }
+    EXPECT_EQ(run("typeof pwned"), "undefined");
+}
+
+TEST_F(SOAPConnectTest, NothingOfAHostileDocumentStyleDocumentRuns) {
+    run("var hostile = realSOAP.connect('http://wsdl.test/hostile-document.wsdl');");
+    EXPECT_EQ(
+        run(R"(Object.keys(hostile).length + " " + typeof hostile["order\"]=1;pwned=21;//"])"),
+        "1 function");
+    // The namespace reaches the request and the stripping of the reply as it is.
+    run(R"(requestsSeen = [];
+           replies = [{r: {'urn:x");pwned=22;(":total': 3, 'urn:x");pwned=22;(":unit': 'EUR'}}];)");
+    EXPECT_EQ(run(R"(JSON.stringify(hostile["order\"]=1;pwned=21;//"]({item: "tea"})))"),
+              R"({"total":3,"unit":"EUR"})");
+    EXPECT_EQ(run(R"(var q = JSON.parse(requestsSeen[0]);
+                     [q.cNamespace === 'urn:x");pwned=22;("',
+                      JSON.stringify(q.oRequest) === '{"order\\"]=1;pwned=21;//":{"item":"tea"}}'
+                     ].join())"),
+              "true,true");
+    EXPECT_EQ(run("typeof pwned"), "undefined");
 }
 
 TEST_F(SOAPConnectTest, DocumentsThatOfferNothingGiveANullOrEmptyProxy) {

@@ -38,9 +38,10 @@ std::string write(const WriteCase& c) {
     HostFrame frame;
     int32_t code = frame.run([&] { tree = writer->writeMessage(); });
     if (code != 0) {
-        EXPECT_EQ(code, -1);
         EXPECT_TRUE(writer->hasError());
-        return "error: " + EStrToUTF8(writer->getError());
+        // A bad name is the script engine's bad-argument error; the rest fail with -1.
+        std::string kind = code == -1 ? "error: " : "error " + std::to_string(code) + ": ";
+        return kind + EStrToUTF8(writer->getError());
     }
     EXPECT_FALSE(writer->hasError());
     return serialize(tree);
@@ -286,8 +287,8 @@ TEST(SOAPWriter, KeepsItsQuietCases) {
           [] {
               return map({{"op", map({{"p", map({{"soapName", 5}, {"v", "x"}})}})}});
           }},
-         "<5><v>x</v></5>",
-         "error"},
+         "error 5: The name \"5\" is not an XML name.",
+         "<v>"},
         {{"the encoded writer ignores soapAttributes", true, kSOAPVersion11, nullptr,
           [] {
               return map({{"op", map({{"p", map({{"soapAttributes", map({{"k", "v"}})}})}})}});
@@ -320,6 +321,119 @@ TEST(SOAPWriter, KeepsItsQuietCases) {
         std::string text = write(c.write);
         EXPECT_NE(text.find(c.present), std::string::npos) << c.write.what << "\n" << text;
         EXPECT_EQ(text.find(c.absent), std::string::npos) << c.write.what << "\n" << text;
+    }
+}
+
+TEST(SOAPWriter, RefusesNamesThatAreNotXMLNames) {
+    FakeHost host;
+    const char* const markup = "x><evil>injected</evil><y";
+    auto operation = [](CAgg parameter) {
+        return [parameter] { return map({{"urn:t:op", parameter}}); };
+    };
+    auto body = [] { return map({{"urn:t:op", map({})}}); };
+    struct Case {
+        const char* what;
+        std::function<CAgg()> header;
+        std::function<CAgg()> request;
+        std::string name; // as the error tells it
+    };
+    const Case cases[] = {
+        {"a parameter's key holding markup", nullptr, operation(map({{markup, "v"}})), markup},
+        {"an operation's key holding markup", nullptr,
+         [&] {
+             return map({{markup, map({})}});
+         },
+         markup},
+        {"a member's key, deeper down", nullptr, operation(map({{"p", map({{"a b", 1}})}})), "a b"},
+        {"a local name with a blank", nullptr, operation(map({{"urn:a:b c", 1}})), "b c"},
+        {"an empty local name", nullptr, operation(map({{"urn:a:", 1}})), ""},
+        {"a number", nullptr, operation(map({{"p", map({{"1st", 1}})}})), "1st"},
+        {"a tab", nullptr, operation(map({{"a\tb", 1}})), "a\tb"},
+        {"soapName", nullptr, operation(map({{"p", map({{"soapName", "<evil/>"}})}})), "<evil/>"},
+        {"soapQName", nullptr,
+         operation(map({{"p", map({{"soapQName", vec({"urn:q", "x\"y"})}})}})), "x\"y"},
+        {"a header block's key",
+         [&] {
+             return map({{markup, map({})}});
+         },
+         body, markup},
+        {"a key that uses xsd as a prefix", nullptr, operation(map({{"xsd:a b", 1}})), "xsd:a b"},
+    };
+    for (const Case& c : cases) {
+        for (bool encoded : {true, false}) {
+            WriteCase one{c.what, encoded, kSOAPVersion11, c.header, c.request};
+            EXPECT_EQ(write(one), "error 5: The name \"" + c.name + "\" is not an XML name.")
+                << c.what << (encoded ? ", encoded" : ", literal");
+        }
+    }
+    // The parameter order names the parameters the encoded writer writes: those are checked.
+    WriteCase ordered{"ordered",
+                      true,
+                      kSOAPVersion11,
+                      nullptr,
+                      operation(map({{"a", 1}, {markup, 2}})),
+                      {CAgg("a"), CAgg(markup)}};
+    EXPECT_EQ(write(ordered),
+              "error 5: The name \"" + std::string(markup) + "\" is not an XML name.");
+
+    // Attribute keys of the literal writer: a name, a prefixed name or URI, ":", local name.
+    auto attributes = [](CAgg keys) {
+        return [keys] { return map({{"op", map({{"p", map({{"soapAttributes", keys}})}})}}); };
+    };
+    const struct {
+        CAgg keys;
+        const char* expected; // a piece of the text, or the error
+    } attributeCases[] = {
+        {map({{"id", "1"}}), "<p id=\"1\"/>"},
+        {map({{"xml:lang", "en"}}), "<p xml:lang=\"en\"/>"},
+        {map({{"http://example.org/x:a", "1"}}), "<p http://example.org/x:a=\"1\"/>"},
+        {map({{"a b", "1"}}), "error 5: The name \"a b\" is not an XML name."},
+        {map({{"x=\"1\"><evil/><y", "1"}}),
+         "error 5: The name \"x=\"1\"><evil/><y\" is not an XML name."},
+        {map({{"http://example.org/x:a b", "1"}}),
+         "error 5: The name \"http://example.org/x:a b\" is not an XML name."},
+    };
+    for (const auto& c : attributeCases) {
+        WriteCase one{"attributes", false, kSOAPVersion11, nullptr, attributes(c.keys)};
+        std::string text = write(one);
+        EXPECT_NE(text.find(c.expected), std::string::npos) << c.expected << "\n" << text;
+    }
+}
+
+TEST(SOAPWriter, ValuesOfAttributesCannotEndThem) {
+    FakeHost host;
+    const struct {
+        const char* what;
+        bool encoded;
+        std::function<CAgg()> request;
+        const char* present;
+    } cases[] = {
+        {"a namespace in a key", true,
+         [] {
+             return map({{"op", map({{"x\"><evil/>:p", 1}})}});
+         },
+         "<ns1:p xmlns:ns1=\"x&quot;>&lt;evil/>\" xsi:type=\"xsd:int\">1</ns1:p>"},
+        {"a soapType", true,
+         [] {
+             return map({{"op", map({{"p", map({{"soapType", "t\"<&"}})}})}});
+         },
+         "xsi:type=\"t&quot;&lt;&amp;\""},
+        {"a soapHREF", false,
+         [] {
+             return map({{"op", map({{"p", map({{"soapHREF", "cid:a?b=1&c=\"2\""}})}})}});
+         },
+         "href=\"cid:a?b=1&amp;c=&quot;2&quot;\""},
+        {"a value of soapAttributes", false,
+         [] {
+             return map(
+                 {{"op", map({{"p", map({{"soapAttributes", map({{"id", "\"><evil/>"}})}})}})}});
+         },
+         "<p id=\"&quot;>&lt;evil/>\"/>"},
+    };
+    for (const auto& c : cases) {
+        WriteCase one{c.what, c.encoded, kSOAPVersion11, nullptr, c.request};
+        std::string text = write(one);
+        EXPECT_NE(text.find(c.present), std::string::npos) << c.what << "\n" << text;
     }
 }
 

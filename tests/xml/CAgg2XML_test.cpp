@@ -28,6 +28,7 @@ const char* const kWrittenTrees[] = {
     "hidden-prefixes",
     "declaration-among-attributes",
     "attribute-order-and-raw-values",
+    "attributes-keyed-by-uri",
     "processing-instructions",
     "processing-root",
     "soap-message",
@@ -74,13 +75,57 @@ TEST_F(Agg2XML, WritesAFragmentWithoutTheDeclaration) {
 }
 
 TEST_F(Agg2XML, AParsedTreeGoesBackOutWithItsRecordKeysAsTheyStand) {
-    // Attribute keys in a namespace are URI, ":", local name, and are written so; that is not
-    // well-formed, and intended: only trees built for writing carry prefixed keys.
+    // Attribute keys in a namespace are URI, ":", local name, which is no XML name: they go out
+    // as they stand, and the text is not well-formed. That is intended.
     std::string reply = readData("parse/soap-encoded-reply.xml");
     CXML2CAgg parser;
     ASSERT_EQ(parser.parse(reply.data(), static_cast<int>(reply.size()), 1), 1);
     xmltest::markEncoded(parser.getRoot());
     EXPECT_EQ(serialise(parser.getRoot()), readData("write/parsed-soap-reply.xml"));
+}
+
+TEST_F(Agg2XML, ANameThatIsNoXMLNameFailsTheText) {
+    const struct {
+        const char* tree;
+        const char* error;
+    } cases[] = {
+        {"element-name-holding-markup",
+         "The element name \"x><evil>injected</evil><y\" is not an XML name."},
+        {"attribute-key-holding-markup",
+         "The attribute name \"b c><evil/><d\" is not an XML name."},
+        {"attribute-key-a-number", "The attribute name \"9\" is not an XML name."},
+        {"element-name-empty", "The element name \"\" is not an XML name."},
+        {"prefix-holding-a-blank", "The element name \"p q:a\" is not an XML name."},
+        {"processing-target-holding-markup",
+         "The processing instruction name \"x?><evil/\" is not an XML name."},
+        {"uri-keyed-attribute-local-name-not-a-name",
+         "The attribute name \"http://example.org/x:b c\" is not an XML name."},
+        {"uri-keyed-attribute-holding-markup",
+         "The attribute name \"http://example.org/\"><evil/>:e\" is not an XML name."},
+        {"element-name-line-separator", "The element name \"\xE2\x80\xA8x\" is not an XML name."},
+    };
+    for (const auto& c : cases) {
+        for (long count : {1L, 7L, 4096L}) {
+            CAgg tree = readTree(std::string("write/not-names/") + c.tree + ".tree");
+            CAgg2XML serialiser(tree);
+            std::string text = readAll(serialiser, count);
+            // Nothing of the name is delivered, and reads go on failing.
+            EXPECT_EQ(text.find("evil"), std::string::npos) << c.tree;
+            EXPECT_TRUE(std::string(kDeclaration).starts_with(text) ||
+                        text.starts_with(kDeclaration))
+                << c.tree;
+            char byte;
+            EXPECT_EQ(serialiser.readProc(&byte, 1), -1) << c.tree << " read by " << count;
+            EXPECT_TRUE(serialiser.failed()) << c.tree;
+            EXPECT_EQ(serialiser.error(), c.error) << c.tree;
+        }
+    }
+    // As a stream the failure is a failed read.
+    CAgg tree = readTree("write/not-names/element-name-holding-markup.tree");
+    QsStm stream = CAgg2XML::openStream(std::move(tree));
+    char buffer[4096];
+    EXPECT_EQ(QsStmRead(stream, buffer, sizeof buffer), -1);
+    QsStmClose(stream);
 }
 
 TEST_F(Agg2XML, WorksOnACopyOfTheTree) {

@@ -100,7 +100,7 @@ TEST_F(XML2CAgg, LeadingWhitespaceDeliveredAloneIsLost) {
         ASSERT_EQ(parser.parse(nullptr, 0, 1), 1);
         CAgg::CAggVector& children = CXMLElement(parser.getRoot()).children();
         ASSERT_FALSE(children.empty());
-        EXPECT_EQ(EStrToUTF8(CXMLElement(children.back()).record()[kXMLKeyText].toEStr()), c.text)
+        EXPECT_EQ(ESTR2UTF8(CXMLElement(children.back()).record()[kXMLKeyText].toEStr()), c.text)
             << c.chunks.front();
     }
 }
@@ -109,7 +109,7 @@ TEST_F(XML2CAgg, TheTreeHoldsEverythingFedSoFar) {
     CXML2CAgg parser;
     ASSERT_EQ(parser.parse("<r>ab", 5, 0), 1);
     CXMLElement root(parser.getRoot());
-    EXPECT_EQ(EStrToUTF8(root.getValue()), "ab");
+    EXPECT_EQ(ESTR2UTF8(root.getValue()), "ab");
     ASSERT_EQ(parser.parse("c\xC3\xA9</r>", 7, 1), 1);
     EXPECT_EQ(xmltest::shown(root.getValue()), "\"abc\xC3\xA9\"[ucs]");
     EXPECT_EQ(root.childCount(), 1);
@@ -150,10 +150,10 @@ TEST_F(XML2CAgg, BadInputFailsWithAMessage) {
         std::string text = readData(std::string("bad/") + c.file + ".xml");
         CXML2CAgg parser;
         EXPECT_EQ(parser.parse(text.data(), static_cast<int>(text.size()), 1), 0) << c.file;
-        EXPECT_EQ(EStrToUTF8(parser.getErrorString()), c.message) << c.file;
+        EXPECT_EQ(ESTR2UTF8(parser.getErrorString()), c.message) << c.file;
         bool unknownEncoding = c.message != kParseProblem;
         EXPECT_EQ(parser.hasUnknownEncoding(), unknownEncoding) << c.file;
-        EXPECT_EQ(EStrToUTF8(parser.ownErrorString()), unknownEncoding ? c.message : "") << c.file;
+        EXPECT_EQ(ESTR2UTF8(parser.ownErrorString()), unknownEncoding ? c.message : "") << c.file;
         // A failed parser stays failed.
         EXPECT_EQ(parser.parse("<x/>", 4, 1), 0) << c.file;
     }
@@ -173,7 +173,7 @@ TEST_F(XML2CAgg, NestingIsBoundedAndNeverRunsTheStackOut) {
         std::string text = nested(c.depth);
         CXML2CAgg parser;
         EXPECT_EQ(parser.parse(text.data(), static_cast<int>(text.size()), 1), c.result) << c.depth;
-        EXPECT_EQ(EStrToUTF8(parser.getErrorString()), c.result ? "" : kParseProblem) << c.depth;
+        EXPECT_EQ(ESTR2UTF8(parser.getErrorString()), c.result ? "" : kParseProblem) << c.depth;
         if (c.result) {
             // The deepest accepted tree can be copied and compared, which recurse.
             CAgg copy(parser.getRoot());
@@ -202,7 +202,7 @@ TEST_F(XML2CAgg, LongEntityChainsAreRefused) {
         CXML2CAgg parser;
         EXPECT_EQ(parser.parse(text.data(), static_cast<int>(text.size()), 1), c.result) << c.chain;
         if (c.result) {
-            EXPECT_EQ(EStrToUTF8(CXMLElement(parser.getRoot()).getValue()), "x");
+            EXPECT_EQ(ESTR2UTF8(CXMLElement(parser.getRoot()).getValue()), "x");
         }
     }
 }
@@ -213,7 +213,7 @@ TEST_F(XML2CAgg, ExternalEntitiesAreNeverFetched) {
                        "/xml/parse/empty-root.xml\">]><r>before&ext;after</r>";
     CXML2CAgg parser;
     ASSERT_EQ(parser.parse(text.data(), static_cast<int>(text.size()), 1), 1);
-    EXPECT_EQ(EStrToUTF8(CXMLElement(parser.getRoot()).getValue()), "beforeafter");
+    EXPECT_EQ(ESTR2UTF8(CXMLElement(parser.getRoot()).getValue()), "beforeafter");
 }
 
 } // namespace

@@ -39,7 +39,7 @@ inline std::string readData(const std::string& name) {
 
 /// An EStr's characters as UTF-8, with "[ucs]" behind them when the string is UCS.
 inline std::string shown(const _EStrRec* s) {
-    std::string text = EStrToUTF8(s);
+    std::string text = ESTR2UTF8(s);
     std::string out = "\"";
     for (char c : text) {
         switch (c) {
