@@ -13,8 +13,10 @@ struct CommandText {
 
 // The text after "Exit status:" is shared by the commands that run scripts.
 constexpr const char* kScriptStatuses =
-    "Exit status: 0; 1 after an uncaught exception; 2 when the script or the plug-in cannot be\n"
-    "loaded; 3 when --timeout ends the wait.\n";
+    "--timeout bounds the script and the wait together, and Ctrl-C stops both; either way the\n"
+    "script ends where it is (no catch or finally of its own runs) and the plug-in still shuts\n"
+    "down in order. Exit status: 0; 1 after an uncaught exception; 2 when the script or the\n"
+    "plug-in cannot be loaded; 3 when --timeout ends the run; 130 when Ctrl-C does.\n";
 
 constexpr CommandText kCommands[] = {
     {"info", "info", "print the plug-in's name and each table it asked for",
@@ -29,8 +31,9 @@ constexpr CommandText kCommands[] = {
     {"console", "console", "read script a line at a time and print the value of each piece",
      "Reads script from standard input a line at a time; lines are joined while a bracket,\n"
      "string or comment is open. Each piece runs as run runs a file, its value is printed, and\n"
-     "errors do not end the session, which ends with the input. Exit status: 0, or 2 when the\n"
-     "plug-in cannot be loaded.\n"},
+     "errors do not end the session, which ends with the input. --timeout bounds each piece\n"
+     "with its wait; Ctrl-C stops the running piece, or drops the line being typed, and the\n"
+     "session goes on. Exit status: 0, or 2 when the plug-in cannot be loaded.\n"},
     {"demo", "demo [FILE]", "serve sample SOAP services on 127.0.0.1 and run a script on them",
      "Serves two WSDL documents, an rpc/encoded echo service, a document/literal service and\n"
      "one that always faults on a free port of 127.0.0.1, and runs examples/demo.js (or FILE)\n"
@@ -47,7 +50,7 @@ constexpr OptionText kOptions[] = {
     {"--plugin PATH", "the plug-in to load (default: SOAP.so beside vellum-host)"},
     {"--pref SECTION.KEY=VALUE", "set a viewer preference; may be given more than once"},
     {"--yes, --no", "answer every alert with its first button, or with No or Cancel"},
-    {"--timeout SECONDS", "how long run, console and demo wait for work (default 60, 0: no limit)"},
+    {"--timeout SECONDS", "end a script and its wait after this long (default 60, 0: no limit)"},
     {"-h, --help", "this text; after a command, that command's help"},
 };
 

@@ -72,7 +72,9 @@ TEST_F(HostCommandLine, EachCommandHasItsOwnHelp) {
     };
     const Case cases[] = {
         {{"info", "--help"}, "usage: vellum-host [options] info", "version granted"},
-        {{"run", "--help"}, "usage: vellum-host [options] run FILE", "3 when --timeout"},
+        {{"run", "--help"},
+         "usage: vellum-host [options] run FILE",
+         "3 when --timeout ends the run"},
         {{"--help", "run"}, "usage: vellum-host [options] run FILE", "uncaught exception"},
         {{"console", "-h"}, "usage: vellum-host [options] console", "a line at a time"},
         {{"demo", "--help"}, "usage: vellum-host [options] demo [FILE]", "demoServer"},
