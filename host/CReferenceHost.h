@@ -49,6 +49,8 @@ public:
     CSpiderMonkeyEngine& engine() { return *m_engine; }
     /// The main loop.
     CMainLoop& loop() { return m_loop; }
+    /// The network layer, for the command line's settings before start.
+    CCurlNetwork& network() { return m_network; }
 
     /// The plug-in's name, as its handshake gave it.
     std::string pluginName();

@@ -92,6 +92,7 @@ int main(int argc, char** argv) {
         if (!host.preferences().set(preference))
             return usageError("a preference is SECTION.KEY=VALUE, not " + preference);
     }
+    host.network().readWaitBounds(host.preferences());
     if (line.command == "info")
         return info(host, plugin);
     if (line.command == "demo")

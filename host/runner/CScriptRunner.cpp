@@ -133,7 +133,8 @@ bool CScriptRunner::evaluate(const std::string& source, std::string* result) {
         ok = false;
     }
     m_evaluating = false;
-    if (!ok && m_loop.stopRequest().raised()) {
+    // A stop raised while the script ran ended it, whether or not it got to its end.
+    if (m_loop.stopRequest().raised()) {
         m_engine.clearException(m_context);
         m_scriptStopped = true;
         return false;
@@ -192,8 +193,10 @@ CScriptRunner::Status CScriptRunner::console(std::istream& in, bool prompt, int 
     while (true) {
         if (prompt)
             m_out << (piece.empty() ? "> " : "... ") << std::flush;
-        if (!std::getline(in, line)) {
-            if (!m_watchdog.takeInterrupt())
+        // At a terminal, Ctrl-C may come before the read has begun.
+        bool interrupted = prompt && m_watchdog.catching() && !m_watchdog.waitForInput(0);
+        if (interrupted || !std::getline(in, line)) {
+            if (!interrupted && !m_watchdog.takeInterrupt())
                 break;
             // Ctrl-C at the prompt drops what was typed. The read it broke left the error mark
             // on standard input's stdio stream as well as on the stream.

@@ -15,6 +15,7 @@ namespace {
 
 // What the handler of Ctrl-C reaches: one watchdog catches it at a time.
 int gInterruptPipe = -1;
+int gPromptPipe = -1;
 pthread_t gMainThread;
 std::atomic<int> gInterrupts{0};
 struct sigaction gPreviousAction;
@@ -28,8 +29,10 @@ void onInterrupt(int) {
     int saved = errno;
     gInterrupts.fetch_add(1);
     char byte = 'i';
-    if (gInterruptPipe >= 0 && write(gInterruptPipe, &byte, 1) < 0) {
-        // The pipe is full: the watchdog has wake-ups enough to read.
+    for (int fd : {gInterruptPipe, gPromptPipe}) {
+        if (fd >= 0 && write(fd, &byte, 1) < 0) {
+            // The pipe is full: its reader has wake-ups enough.
+        }
     }
     errno = saved;
 }
@@ -39,6 +42,8 @@ void onInterrupt(int) {
 CWatchdog::CWatchdog(CStopRequest& stop) : m_stop(stop) {
     if (pipe2(m_pipe, O_CLOEXEC | O_NONBLOCK) != 0)
         m_pipe[0] = m_pipe[1] = -1;
+    if (pipe2(m_promptPipe, O_CLOEXEC | O_NONBLOCK) != 0)
+        m_promptPipe[0] = m_promptPipe[1] = -1;
     m_thread = std::thread([this] { watch(); });
 }
 
@@ -46,10 +51,11 @@ CWatchdog::~CWatchdog() {
     if (m_catching) {
         sigaction(SIGINT, &gPreviousAction, nullptr);
         gInterruptPipe = -1;
+        gPromptPipe = -1;
     }
     poke('q');
     m_thread.join();
-    for (int fd : m_pipe) {
+    for (int fd : {m_pipe[0], m_pipe[1], m_promptPipe[0], m_promptPipe[1]}) {
         if (fd >= 0)
             close(fd);
     }
@@ -60,6 +66,7 @@ void CWatchdog::catchInterrupts() {
         return;
     gMainThread = pthread_self();
     gInterruptPipe = m_pipe[1];
+    gPromptPipe = m_promptPipe[1];
     gInterrupts = 0;
     struct sigaction action = {};
     action.sa_handler = onInterrupt;
@@ -92,6 +99,21 @@ void CWatchdog::disarm() {
 
 bool CWatchdog::takeInterrupt() {
     return m_catching && gInterrupts.exchange(0) > 0;
+}
+
+bool CWatchdog::waitForInput(int fd) {
+    while (!takeInterrupt()) {
+        pollfd fds[2] = {{fd, POLLIN, 0}, {m_promptPipe[0], POLLIN, 0}};
+        if (poll(fds, m_promptPipe[0] >= 0 ? 2 : 1, -1) < 0 && errno != EINTR)
+            return true; // the read tells what is wrong
+        if (fds[0].revents)
+            return true;
+        char bytes[64];
+        while (fds[1].revents && read(m_promptPipe[0], bytes, sizeof bytes) > 0) {
+            // Only a wake-up: the count says what happened.
+        }
+    }
+    return false;
 }
 
 void CWatchdog::poke(char what) {

@@ -30,6 +30,11 @@ public:
     void disarm();
     /// Whether Ctrl-C was pressed since the last call.
     bool takeInterrupt();
+    /// Whether interrupts are caught.
+    bool catching() const { return m_catching; }
+    /// Waits until fd has input (true) or Ctrl-C is pressed (false). A read that merely blocks
+    /// would miss a Ctrl-C that comes just before it starts.
+    bool waitForInput(int fd);
 
 private:
     void watch();
@@ -39,7 +44,8 @@ private:
     std::mutex m_mutex;
     bool m_armed = false;
     std::optional<std::chrono::steady_clock::time_point> m_deadline;
-    int m_pipe[2] = {-1, -1};
+    int m_pipe[2] = {-1, -1};       // wakes the watchdog's thread
+    int m_promptPipe[2] = {-1, -1}; // wakes the main thread's waitForInput
     bool m_catching = false;
     std::thread m_thread;
 };

@@ -1,6 +1,7 @@
 // Stopping vellum-host's scripts as a user does: --timeout on a script that never ends, and
 // Ctrl-C typed at a terminal (a pseudo-terminal here, whose line discipline turns it into SIGINT
 // for the program in front) during run and console.
+#include "tests/support/CLoopbackHTTPServer.h"
 #include "tests/support/HostProcess.h"
 
 #include <gtest/gtest.h>
@@ -130,6 +131,51 @@ TEST_F(HostStop, TheTimeOutEndsAnEndlessScript) {
     EXPECT_EQ(outcome.err, "vellum-host: stopped the script after 1 seconds\n");
     EXPECT_GE(took, std::chrono::seconds(1));
     EXPECT_LT(took, std::chrono::seconds(6));
+}
+
+TEST_F(HostStop, ACallToAServerThatNeverAnswersEndsInANetworkErrorOrTheTimeOut) {
+    CLoopbackHTTPServer server;
+    LoopbackReply silent;
+    silent.neverAnswer = true;
+    server.route("/silent", silent);
+    std::ofstream(m_scratch / "call.js")
+        << "try {\n"
+           "  SOAP.request({cURL: '"
+        << server.url("/silent")
+        << "', oRequest: {'urn:test:ping': {}},\n"
+           "                cAction: 'urn:test#ping'});\n"
+           "  console.println('answered');\n"
+           "} catch (e) {\n"
+           "  console.println(e.name + ' ' + e.statusCode + ' ' + e.message);\n"
+           "}\n";
+    struct Case {
+        std::vector<std::string> arguments;
+        int status;
+        const char* out;
+        const char* err;
+    };
+    const Case cases[] = {
+        {{"--timeout", "20", "--pref", "Network.SyncIdleSeconds=1", "run", "call.js"},
+         0,
+         "NetworkError -5 The network connection timed out trying to reach the server.\n",
+         ""},
+        {{"--timeout", "1", "run", "call.js"},
+         3,
+         nullptr,
+         "vellum-host: stopped the script after 1 seconds\n"},
+    };
+    for (const Case& c : cases) {
+        auto started = Clock::now();
+        ProgramOutcome outcome = runVellumHost(c.arguments, m_scratch);
+        auto took = Clock::now() - started;
+        EXPECT_EQ(outcome.status, c.status) << outcome.err;
+        if (c.out) {
+            EXPECT_EQ(outcome.out, c.out);
+        }
+        EXPECT_EQ(outcome.err, c.err);
+        EXPECT_GE(took, std::chrono::seconds(1));
+        EXPECT_LT(took, std::chrono::seconds(6));
+    }
 }
 
 TEST_F(HostStop, CtrlCEndsARun) {
