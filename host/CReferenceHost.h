@@ -74,7 +74,7 @@ private:
     CIconvEncodings m_encodings;
     CBaseKit m_baseKit{m_encodings, m_core};
     CCurlNetwork m_network{m_loop};
-    CWsdlReader m_wsdlReader{m_cabinets};
+    CWsdlReader m_wsdlReader{m_cabinets, &m_network};
     std::unique_ptr<CSpiderMonkeyEngine> m_engine;
     std::unique_ptr<CLooseRootsSource> m_looseRoots;
     std::vector<std::unique_ptr<CBareTable>> m_bareTables;
