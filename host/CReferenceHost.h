@@ -48,6 +48,8 @@ public:
     CSpiderMonkeyEngine& engine() { return *m_engine; }
     /// The main loop.
     CMainLoop& loop() { return m_loop; }
+    /// The network layer, for the command line's settings before start.
+    CCurlNetwork& network() { return m_network; }
 
     /// The plug-in's name, as its handshake gave it.
     std::string pluginName();
@@ -71,7 +73,7 @@ private:
     CIconvEncodings m_encodings;
     CBaseKit m_baseKit{m_encodings, m_core};
     CCurlNetwork m_network{m_loop};
-    CWsdlReader m_wsdlReader{m_cabinets};
+    CWsdlReader m_wsdlReader{m_cabinets, &m_network};
     std::unique_ptr<CSpiderMonkeyEngine> m_engine;
     std::unique_ptr<CLooseRootsSource> m_looseRoots;
 

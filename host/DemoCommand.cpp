@@ -50,6 +50,7 @@ int RunDemo(CReferenceHost& host, const std::string& plugin, const std::string& 
     int status = CScriptRunner::kRunCannotStart;
     {
         CScriptRunner runner(host.engine(), host.loop(), out, errors);
+        runner.catchInterrupts();
         if (runner.open() && runner.evaluate("var demoServer = \"" + server.base() + "\";"))
             status = runner.run(source, timeoutSeconds);
     }

@@ -332,9 +332,24 @@ void CSOAPServiceProxy::operationProc(const WsdlOperationRec& record, void* cont
         operation.url = textOf(record.url);
         operation.soapAction = textOf(record.soapAction);
         operation.parameterOrder = textOf(record.parameterOrder);
+        proxy.m_serviceName = record.serviceName;
+        proxy.m_portName = record.portName;
         proxy.addOperation(operation);
     } catch (const CES::Val&) {
         // The proxy could not take the method: the operation is left out, as a failing text is.
     } catch (const HostError&) {
     }
+}
+
+void CSOAPServiceProxy::addPortProperty() {
+    if (m_portName.units.empty() || CES::Val(m_proxy)["wsdlPort"].Known())
+        return;
+    CES::Context context(m_context);
+    CES::Val port = CES::newObject(context, "Object");
+    port["service"] = CES::Val(&m_serviceName, context);
+    port["port"] = CES::Val(&m_portName, context);
+    CES::Val descriptor = CES::newObject(context, "Object");
+    descriptor["value"] = port;
+    CES::Val proxy(m_proxy);
+    context.global()["Object"]["defineProperty"](proxy, CES::Val("wsdlPort", context), descriptor);
 }

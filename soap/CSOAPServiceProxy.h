@@ -48,7 +48,14 @@ public:
     /// The WSDL reader's per-operation callback; context is a CSOAPServiceProxy.
     static void operationProc(const WsdlOperationRec& record, void* context);
 
+    /// Tells on the proxy which port of which service its methods call, as the non-enumerable
+    /// property wsdlPort ({service, port}), so that enumerating the proxy still gives only its
+    /// methods. Nothing when the reader named no port, or a method is named wsdlPort.
+    void addPortProperty();
+
 private:
     ESContext m_context;
     ESObject m_proxy;
+    QsTextRec m_serviceName;
+    QsTextRec m_portName;
 };

@@ -135,7 +135,9 @@ bool JSSOAPConnect(ESContext context, ESObject, ESArgs args, ESVal result) {
         if (gFormFlowHFT) {
             QsStm stream = QsMemStmRdOpen(buffer.data, static_cast<size_t>(buffer.used));
             CSOAPServiceProxy filler(context, proxy.object());
-            gFormFlowHFT->readWsdl(stream, CSOAPServiceProxy::operationProc, &filler);
+            gFormFlowHFT->readWsdlFrom(stream, address.c_str(), CSOAPServiceProxy::operationProc,
+                                       &filler);
+            filler.addPortProperty();
             QsStmClose(stream);
         }
         CES::setResult(result, proxy);

@@ -1,8 +1,9 @@
 // "FormFlow": the viewer's WSDL reader, an optional table (version 2).
 //
-// The reader takes a WSDL 1.1 document from a stream, picks one SOAP binding of it, and calls
-// back once per operation of that binding with a record that says how to call the operation.
-// Nothing of the record outlives the call: texts and the parameter cabinet belong to the reader.
+// The reader takes a WSDL 1.1 document from a stream (with the documents it imports), picks one
+// SOAP binding of it, and calls back once per operation of that binding with a record that says how
+// to call the operation. Nothing of the record outlives the call: texts and the parameter cabinet
+// belong to the reader.
 #pragma once
 
 #include "frame/QsText.h"
@@ -37,6 +38,10 @@ struct WsdlOperationRec {
     QsTextRec soapAction;
     /// The operation's parameterOrder: part names separated by blanks; empty when absent.
     QsTextRec parameterOrder;
+    /// The service, and the port of it, whose binding was selected: the same in every record of
+    /// one reading.
+    QsTextRec serviceName;
+    QsTextRec portName;
 };
 
 /// Called once per operation; context is what the caller handed to readWsdl.
@@ -50,4 +55,11 @@ public:
     /// each operation of the binding it selects. Answers how many operations it delivered: none
     /// for a document that is not XML, not WSDL, or offers no SOAP binding.
     virtual int32_t readWsdl(QsStm stream, WsdlOperationProc proc, void* context) = 0;
+    /// readWsdl for a document fetched from url, so that the documents it imports can be found
+    /// where relative locations point. A reader that reads no imports ignores the URL.
+    virtual int32_t readWsdlFrom(QsStm stream, const char* url, WsdlOperationProc proc,
+                                 void* context) {
+        (void)url;
+        return readWsdl(stream, proc, context);
+    }
 };

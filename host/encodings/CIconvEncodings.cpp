@@ -53,6 +53,24 @@ const Named* findEncoding(const char* name) {
 
 const iconv_t kNoHandle = reinterpret_cast<iconv_t>(-1);
 
+/// One iconv call that decodes into buffer after its first `produced` units, growing the buffer
+/// while it is too small. With no input it flushes what the converter holds and resets it.
+/// Returns 0, or the errno of a byte iconv could not take (EILSEQ, EINVAL).
+int decodeInto(iconv_t cd, char** in, size_t* inLeft, std::u16string& buffer, size_t& produced) {
+    while (true) {
+        char* outPtr = reinterpret_cast<char*>(buffer.data() + produced);
+        size_t outLeft = (buffer.size() - produced) * sizeof(char16_t);
+        size_t result = iconv(cd, in, inLeft, &outPtr, &outLeft);
+        int error = errno;
+        produced = buffer.size() - outLeft / sizeof(char16_t);
+        if (result != static_cast<size_t>(-1))
+            return 0;
+        if (error != E2BIG)
+            return error;
+        buffer.resize(buffer.size() * 2 + 8);
+    }
+}
+
 } // namespace
 
 CIconvEncodings::~CIconvEncodings() {
@@ -108,37 +126,26 @@ bool CIconvEncodings::toUnicode(const char* name, const char* bytes, size_t leng
     if (cd == kNoHandle)
         return false;
 
-    // One byte gives at most one unit in these sets; the loop still grows on E2BIG.
+    // One byte gives at most one unit in these sets; decodeInto still grows the buffer on E2BIG.
     std::u16string buffer(length + 4, u'\0');
+    size_t produced = 0;
     char* in = const_cast<char*>(bytes);
     size_t inLeft = length;
-    size_t produced = 0;
-    while (true) {
-        char* outPtr = reinterpret_cast<char*>(buffer.data() + produced);
-        size_t outLeft = (buffer.size() - produced) * sizeof(char16_t);
-        size_t result =
-            iconv(cd, inLeft ? &in : nullptr, inLeft ? &inLeft : nullptr, &outPtr, &outLeft);
-        produced = buffer.size() - outLeft / sizeof(char16_t);
-        if (result != static_cast<size_t>(-1)) {
-            if (inLeft == 0)
-                break;
+    while (inLeft > 0) {
+        if (decodeInto(cd, &in, &inLeft, buffer, produced) == 0)
             continue;
-        }
-        if (errno == E2BIG) {
-            buffer.resize(buffer.size() * 2 + 8);
-            continue;
-        }
-        // A byte with no meaning here, or a sequence cut off at the end: a replacement
-        // character for that byte, and on with the next one.
+        // A byte with no meaning here, or a sequence cut off at the end: what the converter
+        // held back before it, then a replacement character for that byte, and on with the next.
+        decodeInto(cd, nullptr, nullptr, buffer, produced);
         if (produced == buffer.size())
             buffer.resize(buffer.size() * 2 + 8);
         buffer[produced++] = u'\uFFFD';
         ++in;
         --inLeft;
-        iconv(cd, nullptr, nullptr, nullptr, nullptr);
-        if (inLeft == 0)
-            break;
     }
+    // The input is used up, but a set may still hold its last character back: CP1255 keeps a
+    // letter until it knows no combining mark follows. Flushing emits it.
+    decodeInto(cd, nullptr, nullptr, buffer, produced);
     buffer.resize(produced);
     out.swap(buffer);
     return true;

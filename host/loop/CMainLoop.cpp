@@ -15,9 +15,14 @@ struct CMainLoop::Entry {
 
 CMainLoop::CMainLoop()
     : m_context(g_main_context_ref(g_main_context_default())),
-      m_startMicros(g_get_monotonic_time()) {}
+      m_startMicros(g_get_monotonic_time()) {
+    // A stop ends the wait of an iteration at once.
+    GMainContext* context = m_context;
+    m_stopWaker = m_stop.addWaker([context] { g_main_context_wakeup(context); });
+}
 
 CMainLoop::~CMainLoop() {
+    m_stop.removeWaker(m_stopWaker);
     std::vector<Entry*> entries;
     entries.swap(m_entries);
     for (Entry* entry : entries) {

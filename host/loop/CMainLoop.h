@@ -5,6 +5,7 @@
 #pragma once
 
 #include "frame/host/IIdle.h"
+#include "host/loop/CStopRequest.h"
 
 #include <glib.h>
 
@@ -43,6 +44,9 @@ public:
     void beginWork();
     void endWork();
 
+    /// The request to stop what runs on this loop; raising it wakes the loop.
+    CStopRequest& stopRequest() { return m_stop; }
+
     /// The GLib context the loop runs; sources of other host pieces go here.
     GMainContext* context() const { return m_context; }
 
@@ -62,4 +66,6 @@ private:
     std::vector<Entry*> m_entries;
     int m_work = 0;
     bool m_quit = false;
+    CStopRequest m_stop;
+    int m_stopWaker = 0;
 };

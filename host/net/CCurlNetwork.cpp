@@ -4,6 +4,8 @@
 #include "host/net/AcceptLanguage.h"
 #include "host/net/ISO8601Date.h"
 
+#include "frame/host/IVellSupport.h"
+
 #include <glib-unix.h>
 
 #include <algorithm>
@@ -22,6 +24,7 @@ struct CCurlNetwork::Entry {
     bool closed = false;
     bool finalSent = false;
     bool working = false; // holds the main loop's work count
+    int stopWaker = 0;    // wakes the synchronous road's poll when the loop is stopped
 };
 
 // A socket curl asked to be watched.
@@ -140,6 +143,17 @@ void CCurlNetwork::setTimeouts(NetClientID client, const NetTimeoutRec& timeouts
     settings.headerWaitMs = timeouts.value;
 }
 
+void CCurlNetwork::setWaitBounds(int32_t connectSeconds, int32_t idleSeconds) {
+    m_waitConnectSeconds = std::max(connectSeconds, 0);
+    m_waitIdleSeconds = std::max(idleSeconds, 0);
+}
+
+void CCurlNetwork::readWaitBounds(IPreferences& preferences) {
+    setWaitBounds(
+        preferences.getInt("Network", "SyncConnectSeconds").value_or(kDefaultConnectSeconds),
+        preferences.getInt("Network", "SyncIdleSeconds").value_or(kDefaultIdleSeconds));
+}
+
 // Requests.
 
 CCurlNetwork::Entry* CCurlNetwork::find(NetRequest request) {
@@ -218,6 +232,7 @@ void CCurlNetwork::destroy(NetRequest handle) {
         return;
     Entry& entry = *found->second;
     if (entry.syncMulti) {
+        m_loop.stopRequest().removeWaker(entry.stopWaker);
         detachSync(entry);
         curl_multi_cleanup(entry.syncMulti);
         entry.syncMulti = nullptr;
@@ -278,6 +293,12 @@ void CCurlNetwork::driveSync(Entry& entry, int timeoutMs) {
     if (r.pending() == 0 && r.takePaused())
         curl_easy_pause(r.easy(), CURLPAUSE_CONT);
     curl_multi_poll(entry.syncMulti, nullptr, 0, std::max(timeoutMs, 0), nullptr);
+    if (m_loop.stopRequest().raised()) {
+        // What waits for the request is being stopped: the transfer ends here.
+        detachSync(entry);
+        r.fail(kNetErrAborted);
+        return;
+    }
     int running = 0;
     curl_multi_perform(entry.syncMulti, &running);
     int queued = 0;
@@ -294,6 +315,7 @@ bool CCurlNetwork::sendAndWait(NetRequest request) {
     if (!entry || entry->busy || entry->request->isAsync() || entry->request->started())
         return false;
     CCurlRequest& r = *entry->request;
+    r.setWaitBounds(m_waitConnectSeconds, m_waitIdleSeconds);
     if (!r.start())
         return false;
     entry->syncMulti = curl_multi_init();
@@ -301,6 +323,8 @@ bool CCurlNetwork::sendAndWait(NetRequest request) {
         r.fail(kNetErrGeneral);
         return false;
     }
+    CURLM* multi = entry->syncMulti;
+    entry->stopWaker = m_loop.stopRequest().addWaker([multi] { curl_multi_wakeup(multi); });
     entry->busy = true;
     for (;;) {
         curl_multi_add_handle(entry->syncMulti, r.easy());

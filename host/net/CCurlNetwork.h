@@ -7,6 +7,11 @@
 // sockets and timer, and its consumer is called from an idle moment of the loop, never from
 // inside curl. Either way only a bounded window of a reply is held.
 //
+// A synchronous request also has bounds of the host's own, since its caller (a script) can do
+// nothing until it ends: connecting, and a server that stops answering or only trickles, end it
+// with kNetErrTimeout long before the plug-in's five minutes. A stop of the main loop (the
+// watchdog's time-out or Ctrl-C) ends it at once with kNetErrAborted.
+//
 // Credentials handed back by an authentication callback are wiped and released with free(), the
 // reference host's allocator. They never reach the wire trace.
 #pragma once
@@ -23,6 +28,7 @@
 #include <set>
 
 class CMainLoop;
+class IPreferences;
 
 class CCurlNetwork final : public INetwork {
 public:
@@ -60,6 +66,15 @@ public:
 
     bool parseDate(const char* text, QsTimeRec& out) override;
     std::optional<std::string> acceptLanguage() override;
+
+    /// The host's bounds on a synchronous request, in seconds (0: none of ours); see
+    /// CCurlRequest::setWaitBounds. Applies to requests sent afterwards.
+    void setWaitBounds(int32_t connectSeconds, int32_t idleSeconds);
+    /// The bounds from the preferences Network.SyncConnectSeconds and Network.SyncIdleSeconds,
+    /// the defaults for those not set.
+    void readWaitBounds(IPreferences& preferences);
+    static constexpr int32_t kDefaultConnectSeconds = 30;
+    static constexpr int32_t kDefaultIdleSeconds = 60;
 
     /// Sends every request's header lines (credentials hidden) and curl's notes to sink; an
     /// empty sink turns the trace off. Applies to requests opened afterwards.
@@ -105,4 +120,6 @@ private:
     guint m_timer = 0;
     std::set<SocketWatch*> m_watches;
     CurlTraceSink m_trace;
+    int32_t m_waitConnectSeconds = kDefaultConnectSeconds;
+    int32_t m_waitIdleSeconds = kDefaultIdleSeconds;
 };

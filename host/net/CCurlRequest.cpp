@@ -5,6 +5,8 @@
 
 #include <glib.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <strings.h>
@@ -94,6 +96,27 @@ void CCurlRequest::setClient(const CurlClientSettings& client, int32_t flags) {
     m_flags = flags;
 }
 
+namespace {
+
+/// The tighter of a time-out and a bound, where 0 or less means none.
+int32_t tighter(int32_t timeout, int64_t bound) {
+    if (bound <= 0)
+        return timeout;
+    return timeout > 0 ? static_cast<int32_t>(std::min<int64_t>(timeout, bound))
+                       : static_cast<int32_t>(std::min<int64_t>(bound, INT32_MAX));
+}
+
+} // namespace
+
+void CCurlRequest::setWaitBounds(int32_t connectSeconds, int32_t idleSeconds) {
+    // Silence is caught by the stall watch and the header wait, to the millisecond; a trickle by
+    // curl's speed check, which averages over the last seconds and so may take a few more.
+    m_client.connectSeconds = tighter(m_client.connectSeconds, connectSeconds);
+    m_client.stallMs = tighter(m_client.stallMs, int64_t{idleSeconds} * 1000);
+    m_client.headerWaitMs = tighter(m_client.headerWaitMs, int64_t{idleSeconds} * 1000);
+    m_boundIdleSeconds = std::max(idleSeconds, 0);
+}
+
 bool CCurlRequest::setAuthenticationData(void* data) {
     if (m_started)
         return false;
@@ -164,6 +187,11 @@ void CCurlRequest::configure() {
         curl_easy_setopt(easy, CURLOPT_USERAGENT, client.userAgent.c_str());
     if (client.connectSeconds > 0)
         curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, long{client.connectSeconds} * 1000);
+    // A transfer paused for a slow reader is exempt from curl's speed check.
+    if (m_boundIdleSeconds > 0) {
+        curl_easy_setopt(easy, CURLOPT_LOW_SPEED_LIMIT, kLowSpeedBytes);
+        curl_easy_setopt(easy, CURLOPT_LOW_SPEED_TIME, long{m_boundIdleSeconds});
+    }
     // curl's own low-speed check averages over seconds, so a burst followed by silence goes
     // unnoticed for a while; the progress callback watches for silence itself.
     m_lastMoveMs = g_get_monotonic_time() / 1000;

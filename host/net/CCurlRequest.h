@@ -64,6 +64,14 @@ public:
     int32_t mode() const { return m_mode; }
 
     void setClient(const CurlClientSettings& client, int32_t flags);
+    /// The host's own bounds, on top of the client's time-outs, for a request someone waits for:
+    /// connecting within connectSeconds, and moving at least kLowSpeedBytes a second over any
+    /// idleSeconds (waiting for the headers included), each tightening the client's time-outs.
+    /// 0 leaves a bound out. Set before start.
+    void setWaitBounds(int32_t connectSeconds, int32_t idleSeconds);
+    /// The slowest transfer that the idle bound lets go on, in bytes a second: a server that
+    /// trickles a byte now and then is as good as silent.
+    static constexpr long kLowSpeedBytes = 16;
     const CurlClientSettings& client() const { return m_client; }
     /// Data for the authentication callbacks in place of the client's; false once started.
     bool setAuthenticationData(void* data);
@@ -132,6 +140,7 @@ private:
     void* m_userData;
     CurlClientSettings m_client;
     int32_t m_flags = 0;
+    int32_t m_boundIdleSeconds = 0; // of the speed check
     void* m_authData = nullptr;
     bool m_hasAuthData = false;
     std::vector<std::pair<std::string, std::string>> m_requestHeaders;

@@ -6,10 +6,12 @@
 #include "host/script/CSpiderMonkeyEngine.h"
 #include "host/script/SMText.h"
 
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <utility>
 
 namespace {
 
@@ -35,18 +37,19 @@ std::string markedSource(const std::string& utf8) {
     return SMTextFromUnits(units.data(), units.size(), true, nullptr);
 }
 
-gboolean markLimitReached(gpointer data) {
-    *static_cast<bool*>(data) = true;
-    return G_SOURCE_REMOVE;
-}
-
 } // namespace
 
 CScriptRunner::CScriptRunner(CSpiderMonkeyEngine& engine, CMainLoop& loop, std::ostream& out,
                              std::ostream& errors)
-    : m_engine(engine), m_loop(loop), m_out(out), m_errors(errors) {}
+    : m_engine(engine), m_loop(loop), m_out(out), m_errors(errors), m_watchdog(loop.stopRequest()) {
+    CStopRequest& stop = loop.stopRequest();
+    m_engine.setStopCheck([&stop] { return stop.raised(); });
+    m_stopWaker = stop.addWaker([&engine] { engine.requestInterrupt(); });
+}
 
 CScriptRunner::~CScriptRunner() {
+    m_loop.stopRequest().removeWaker(m_stopWaker);
+    m_engine.setStopCheck(nullptr);
     if (!m_context)
         return;
     m_engine.closeEvent(m_event);
@@ -67,6 +70,11 @@ void CScriptRunner::errorHandler(ESContext, int32_t, int32_t, const char*, void*
     // Errors inside a run of ours are told when it returns, if the script did not catch them.
     if (self->m_describing || self->m_evaluating)
         return;
+    // A callback that a stop ended has nothing to tell; the stop is told.
+    if (self->m_loop.stopRequest().raised()) {
+        self->m_engine.clearException(self->m_context);
+        return;
+    }
     self->m_errors << self->describeException() << std::endl;
     self->m_callbackFailed = true;
     g_main_context_wakeup(self->m_loop.context());
@@ -125,6 +133,12 @@ bool CScriptRunner::evaluate(const std::string& source, std::string* result) {
         ok = false;
     }
     m_evaluating = false;
+    // A stop raised while the script ran ended it, whether or not it got to its end.
+    if (m_loop.stopRequest().raised()) {
+        m_engine.clearException(m_context);
+        m_scriptStopped = true;
+        return false;
+    }
     if (!ok) {
         m_errors << describeException() << std::endl;
         return false;
@@ -134,36 +148,41 @@ bool CScriptRunner::evaluate(const std::string& source, std::string* result) {
     return true;
 }
 
-CScriptRunner::Status CScriptRunner::waitForWork(int timeoutSeconds) {
-    bool limitReached = false;
-    GSource* limit = nullptr;
-    if (timeoutSeconds > 0) {
-        limit = g_timeout_source_new_seconds(static_cast<guint>(timeoutSeconds));
-        g_source_set_callback(limit, markLimitReached, &limitReached, nullptr);
-        g_source_attach(limit, m_loop.context());
-    }
-    while (!m_callbackFailed && !limitReached && m_loop.hasWork())
+CScriptRunner::Status CScriptRunner::waitForWork() {
+    CStopRequest& stop = m_loop.stopRequest();
+    while (!m_callbackFailed && !stop.raised() && m_loop.hasWork())
         g_main_context_iteration(m_loop.context(), TRUE);
-    if (limit) {
-        g_source_destroy(limit);
-        g_source_unref(limit);
+    return m_callbackFailed ? kRunFailed : kRunOK;
+}
+
+CScriptRunner::Status CScriptRunner::endOfRun(Status status, int timeoutSeconds) {
+    m_watchdog.disarm();
+    CStopRequest& stop = m_loop.stopRequest();
+    CStopRequest::Reason reason = stop.reason();
+    bool scriptStopped = std::exchange(m_scriptStopped, false);
+    if (reason == CStopRequest::Reason::None)
+        return status;
+    // What the plug-in does from here on (its notifications, its unload) runs again.
+    stop.clear();
+    if (reason == CStopRequest::Reason::Interrupted) {
+        m_errors << "vellum-host: interrupted" << std::endl;
+        return kRunInterrupted;
     }
-    if (m_callbackFailed)
-        return kRunFailed;
-    if (limitReached) {
+    if (scriptStopped)
+        m_errors << "vellum-host: stopped the script after " << timeoutSeconds << " seconds"
+                 << std::endl;
+    else
         m_errors << "vellum-host: gave up after " << timeoutSeconds
                  << " seconds with work still pending" << std::endl;
-        return kRunTimedOut;
-    }
-    return kRunOK;
+    return kRunTimedOut;
 }
 
 CScriptRunner::Status CScriptRunner::run(const std::string& source, int timeoutSeconds) {
     if (!m_context && !open())
         return kRunCannotStart;
-    if (!evaluate(source))
-        return kRunFailed;
-    return waitForWork(timeoutSeconds);
+    m_watchdog.arm(timeoutSeconds);
+    Status status = evaluate(source) ? waitForWork() : kRunFailed;
+    return endOfRun(status, timeoutSeconds);
 }
 
 CScriptRunner::Status CScriptRunner::console(std::istream& in, bool prompt, int timeoutSeconds) {
@@ -174,26 +193,47 @@ CScriptRunner::Status CScriptRunner::console(std::istream& in, bool prompt, int 
     while (true) {
         if (prompt)
             m_out << (piece.empty() ? "> " : "... ") << std::flush;
-        if (!std::getline(in, line))
-            break;
+        // At a terminal, Ctrl-C may come before the read has begun.
+        bool interrupted = prompt && m_watchdog.catching() && !m_watchdog.waitForInput(0);
+        if (interrupted || !std::getline(in, line)) {
+            if (!interrupted && !m_watchdog.takeInterrupt())
+                break;
+            // Ctrl-C at the prompt drops what was typed. The read it broke left the error mark
+            // on standard input's stdio stream as well as on the stream.
+            in.clear();
+            clearerr(stdin);
+            piece.clear();
+            if (prompt)
+                m_out << std::endl;
+            continue;
+        }
         piece += line + "\n";
         if (!isComplete(piece))
             continue;
-        std::string value;
-        if (evaluate(piece, &value) && !value.empty())
-            m_out << value << std::endl;
+        runPiece(piece, true, timeoutSeconds);
         piece.clear();
-        m_callbackFailed = false;
-        waitForWork(timeoutSeconds);
     }
     if (!piece.empty()) {
         // The input ended inside an open bracket: what there is runs, and fails as it will.
-        evaluate(piece);
-        waitForWork(timeoutSeconds);
+        runPiece(piece, false, timeoutSeconds);
     }
     if (prompt)
         m_out << std::endl;
     return kRunOK;
+}
+
+void CScriptRunner::runPiece(const std::string& piece, bool showValue, int timeoutSeconds) {
+    m_callbackFailed = false;
+    m_watchdog.arm(timeoutSeconds);
+    std::string value;
+    Status status = kRunFailed;
+    if (evaluate(piece, &value)) {
+        if (showValue && !value.empty())
+            m_out << value << std::endl;
+        status = waitForWork();
+    }
+    endOfRun(status, timeoutSeconds);
+    m_watchdog.takeInterrupt();
 }
 
 bool CScriptRunner::isComplete(const std::string& source) {
@@ -243,11 +283,13 @@ int RunScriptFile(CSpiderMonkeyEngine& engine, CMainLoop& loop, const std::strin
         return CScriptRunner::kRunCannotStart;
     }
     CScriptRunner runner(engine, loop, out, errors);
+    runner.catchInterrupts();
     return runner.run(source, timeoutSeconds);
 }
 
 int RunScriptConsole(CSpiderMonkeyEngine& engine, CMainLoop& loop, std::istream& in, bool prompt,
                      int timeoutSeconds, std::ostream& out, std::ostream& errors) {
     CScriptRunner runner(engine, loop, out, errors);
+    runner.catchInterrupts();
     return runner.console(in, prompt, timeoutSeconds);
 }

@@ -4,6 +4,7 @@
 
 #include <js/GlobalObject.h>
 #include <js/Initialization.h>
+#include <js/Interrupt.h>
 #include <js/Realm.h>
 #include <js/Stack.h>
 #include <js/WeakMap.h>
@@ -47,6 +48,20 @@ void updateEngines(JSTracer* trc, void*) {
             CSpiderMonkeyEngine::Impl::updateWeakRecords(trc, impl);
 }
 
+// Script stops at an interrupt check while any engine's stop check says so. The check is asked
+// again at the next one, so that script the plug-in runs while the stop unwinds ends too.
+bool interruptEngines(JSContext* cx) {
+    if (!gEngines)
+        return true;
+    for (auto* impl : *gEngines) {
+        if (impl->stopCheck && impl->stopCheck()) {
+            JS_RequestInterruptCallback(cx);
+            return false;
+        }
+    }
+    return true;
+}
+
 } // namespace
 
 JSContext* SMProcessContext() {
@@ -65,6 +80,7 @@ JSContext* SMProcessContext() {
     JS_SetGCParameter(cx, JSGC_INCREMENTAL_GC_ENABLED, 0);
     JS_AddExtraGCRootsTracer(cx, traceEngines, nullptr);
     JS_AddWeakPointerZonesCallback(cx, updateEngines, nullptr);
+    JS_AddInterruptCallback(cx, interruptEngines);
     gProcessContext = cx;
     gEngines = new std::vector<CSpiderMonkeyEngine::Impl*>();
     JS::RealmOptions options;
@@ -131,6 +147,14 @@ void CSpiderMonkeyEngine::setUserInterface(IUserInterface* ui) {
 }
 void CSpiderMonkeyEngine::setConsole(IScriptConsole* console) {
     m_impl->console = console;
+}
+
+void CSpiderMonkeyEngine::setStopCheck(std::function<bool()> check) {
+    m_impl->stopCheck = std::move(check);
+}
+
+void CSpiderMonkeyEngine::requestInterrupt() {
+    JS_RequestInterruptCallback(m_impl->cx);
 }
 
 void CSpiderMonkeyEngine::collectGarbage() {

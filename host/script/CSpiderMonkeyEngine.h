@@ -8,6 +8,7 @@
 #include "frame/host/HostTableIds.h"
 #include "frame/host/IScriptEngine.h"
 
+#include <functional>
 #include <memory>
 
 class ICore;
@@ -42,6 +43,12 @@ public:
     /// kept until their context goes. The host calls it when it is idle; while anything runs it
     /// does nothing.
     void dropLooseRoots();
+
+    /// What the engine asks when it checks for interrupts: while the answer is true, running
+    /// script ends with an uncatchable termination (no catch or finally of the script runs).
+    void setStopCheck(std::function<bool()> check);
+    /// Makes the engine check for interrupts soon. Safe to call from any thread.
+    void requestInterrupt();
 
     // The table.
 

@@ -104,6 +104,7 @@ struct CSpiderMonkeyEngine::Impl {
     IEncodings* encodings = nullptr;
     IUserInterface* ui = nullptr;
     IScriptConsole* console = nullptr;
+    std::function<bool()> stopCheck;
 
     // Slots.
     std::vector<std::unique_ptr<_s_ESValRec[]>> chunks;

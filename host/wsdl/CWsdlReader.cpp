@@ -2,7 +2,9 @@
 
 #include "host/wsdl/CXmlTree.h"
 #include "host/wsdl/WsdlDefinitions.h"
+#include "host/wsdl/WsdlLocation.h"
 
+#include <set>
 #include <string>
 
 namespace {
@@ -74,9 +76,69 @@ int32_t styleOf(const WsdlOperation& operation) {
     return operation.encoded ? kWsdlStyleRPCEncoded : kWsdlStyleRPCLiteral;
 }
 
+// The body of a document fetched through the network: false when it cannot be had whole.
+bool fetchDocument(INetwork& network, const std::string& url, std::string& body) {
+    NetRequest request = network.openURL(url.c_str(), kNetOpenRead);
+    if (!request)
+        return false;
+    long status = network.sendAndWait(request) ? network.status(request) : 0;
+    bool ok = status >= 200 && status < 300;
+    char block[kReadBlock];
+    while (ok) {
+        long count = network.read(request, block, kReadBlock);
+        if (count == 0)
+            break;
+        ok = count > 0 && body.size() + static_cast<size_t>(count) <= CWsdlReader::kMaxImportBytes;
+        if (ok)
+            body.append(block, static_cast<size_t>(count));
+    }
+    network.close(request);
+    return ok;
+}
+
+bool parseDocument(const char* bytes, size_t length, CXmlTree& tree) {
+    return tree.parse(bytes, length, true) && tree.root();
+}
+
+// The imports of one document and all they import in turn, added to definitions after what is
+// there: depth first, in document order.
+struct ImportWalk {
+    INetwork& network;
+    std::set<std::string> seen;
+    int documents = 0;
+
+    void follow(const XmlElement& root, const std::string& url, int depth,
+                WsdlDefinitions& definitions) {
+        for (const XmlElement* import : root.childrenNamed(kWsdlNamespace, "import")) {
+            const std::string* location = import->attribute("location");
+            if (!location || location->empty() || depth >= CWsdlReader::kMaxImportDepth ||
+                documents >= CWsdlReader::kMaxImportedDocuments)
+                continue;
+            std::string target = resolveWsdlLocation(url, *location);
+            if (target.empty() || !seen.insert(target).second)
+                continue;
+            ++documents;
+            std::string body;
+            CXmlTree tree;
+            WsdlDefinitions imported;
+            if (!fetchDocument(network, target, body) ||
+                !parseDocument(body.data(), body.size(), tree) ||
+                !readWsdlDefinitions(*tree.root(), imported))
+                continue; // an XML Schema, or a document that is not there
+            follow(*tree.root(), target, depth + 1, imported);
+            appendWsdlDefinitions(definitions, std::move(imported));
+        }
+    }
+};
+
 } // namespace
 
 int32_t CWsdlReader::readWsdl(QsStm stream, WsdlOperationProc proc, void* context) {
+    return readWsdlFrom(stream, nullptr, proc, context);
+}
+
+int32_t CWsdlReader::readWsdlFrom(QsStm stream, const char* url, WsdlOperationProc proc,
+                                  void* context) {
     if (!stream || !proc)
         return 0;
     CXmlTree tree;
@@ -93,6 +155,13 @@ int32_t CWsdlReader::readWsdl(QsStm stream, WsdlOperationProc proc, void* contex
     WsdlDefinitions definitions;
     if (!tree.root() || !readWsdlDefinitions(*tree.root(), definitions))
         return 0;
+    if (m_network) {
+        // Without a URL of its own, only imports at absolute locations can be found.
+        ImportWalk walk{*m_network, {}, 0};
+        std::string base = url ? url : "";
+        walk.seen.insert(base);
+        walk.follow(*tree.root(), base, 0, definitions);
+    }
     int32_t delivered = 0;
     for (const WsdlOperation& operation : selectWsdlOperations(definitions)) {
         ParameterCabinet parameters(m_cabinets, operation.parameters);
@@ -102,7 +171,9 @@ int32_t CWsdlReader::readWsdl(QsStm stream, WsdlOperationProc proc, void* contex
                                 styleOf(operation),
                                 textOf(operation.url),
                                 textOf(operation.soapAction),
-                                textOf(operation.parameterOrder)};
+                                textOf(operation.parameterOrder),
+                                textOf(operation.serviceName),
+                                textOf(operation.portName)};
         proc(record, context);
         ++delivered;
     }

@@ -1,5 +1,6 @@
 #include "host/wsdl/WsdlDefinitions.h"
 
+#include <iterator>
 #include <sstream>
 
 namespace {
@@ -145,15 +146,20 @@ bool bodyHolds(const WsdlBindingOperation& operation, const std::string& part) {
     return false;
 }
 
-WsdlOperation describe(const WsdlDefinitions& definitions, const WsdlBinding& binding,
-                       const WsdlBindingOperation& bound, const std::string& url) {
+WsdlOperation describe(const WsdlDefinitions& definitions, const WsdlService& service,
+                       const WsdlPort& port, const WsdlBinding& binding,
+                       const WsdlBindingOperation& bound) {
+    const std::string& url = port.address;
     WsdlOperation operation;
+    operation.serviceName = service.name;
+    operation.portName = port.name;
     operation.methodName = bound.name;
     operation.rpc = (bound.style.empty() ? binding.style : bound.style) == "rpc";
     operation.encoded = bound.use == "encoded";
     operation.url = url;
     operation.soapAction = bound.soapAction;
-    operation.methodNamespace = definitions.targetNamespace;
+    // The target namespace of the document that holds the binding, which may be an imported one.
+    operation.methodNamespace = binding.name.nameSpace;
     if (operation.rpc && !bound.bodyNamespace.empty())
         operation.methodNamespace = bound.bodyNamespace;
 
@@ -199,6 +205,17 @@ bool readWsdlDefinitions(const XmlElement& root, WsdlDefinitions& out) {
     return true;
 }
 
+void appendWsdlDefinitions(WsdlDefinitions& to, WsdlDefinitions&& imported) {
+    auto append = [](auto& list, auto& more) {
+        list.insert(list.end(), std::make_move_iterator(more.begin()),
+                    std::make_move_iterator(more.end()));
+    };
+    append(to.messages, imported.messages);
+    append(to.portTypes, imported.portTypes);
+    append(to.bindings, imported.bindings);
+    append(to.services, imported.services);
+}
+
 std::vector<WsdlOperation> selectWsdlOperations(const WsdlDefinitions& definitions) {
     // The binding used is the first SOAP binding (1.1 or 1.2) met when walking the services and
     // their ports in document order; the other ports and services are not offered.
@@ -209,7 +226,7 @@ std::vector<WsdlOperation> selectWsdlOperations(const WsdlDefinitions& definitio
                 continue;
             std::vector<WsdlOperation> operations;
             for (const WsdlBindingOperation& bound : binding->operations)
-                operations.push_back(describe(definitions, *binding, bound, port.address));
+                operations.push_back(describe(definitions, service, port, *binding, bound));
             return operations;
         }
     }

@@ -101,7 +101,13 @@ struct WsdlOperation {
     std::string url;
     std::string soapAction;
     std::string parameterOrder;
+    /// The service and the port whose binding was selected.
+    std::string serviceName;
+    std::string portName;
 };
+
+/// Adds the definitions of an imported document after those already read.
+void appendWsdlDefinitions(WsdlDefinitions& to, WsdlDefinitions&& imported);
 
 /// The operations of the selected binding, in the binding's order: empty when no service port
 /// has a SOAP binding.

@@ -135,7 +135,7 @@ private:
     CBaseKit m_baseKit{m_encodings, m_core};
     FakeUserInterface m_ui;
     FakeNetwork m_network{m_view.fakeIdle()};
-    CWsdlReader m_wsdlReader{m_cabinets};
+    CWsdlReader m_wsdlReader{m_cabinets, &m_network};
     FakeScriptConsole m_scriptConsole;
     std::unique_ptr<CSpiderMonkeyEngine> m_scriptEngine;
 };

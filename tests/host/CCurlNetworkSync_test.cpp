@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <thread>
 
 namespace {
 
@@ -146,6 +147,71 @@ TEST_F(CurlSyncTest, BrokenRepliesEndInMappedErrorsWithBoundedReads) {
         EXPECT_EQ(read.body.size(), c.bodyLength) << c.path;
         EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(4)) << c.path;
         net.close(request);
+    }
+}
+
+TEST_F(CurlSyncTest, TheHostsBoundsEndServersThatGoSilentOrTrickle) {
+    // The plug-in's own time-outs would wait five minutes without a byte or without headers.
+    static const int32_t pluginPair[2] = {300000, 0};
+    net.setTimeouts(client, {12, pluginPair, 300000});
+    net.setWaitBounds(30, 2);
+    std::string body(100, 'x');
+    struct Case {
+        const char* path;
+        LoopbackReply reply;
+        long status;      // after sendAndWait
+        size_t leastBody; // bytes read before the time-out, at least
+        size_t mostBody;  // and at most
+    } cases[] = {
+        {"/no-headers", {}, kNetErrTimeout, 0, 0},
+        {"/stalled-body", LoopbackReply::withBody(200, body, 10), 200, 10, 10},
+        {"/trickles", LoopbackReply::withBody(200, body, 1), 200, 1, 20},
+    };
+    cases[0].reply.neverAnswer = true;
+    cases[1].reply.chunkDelayMs = 60000;
+    cases[2].reply.chunkDelayMs = 400; // a byte now and then, below the least speed
+    for (const Case& c : cases)
+        server.route(c.path, c.reply);
+
+    for (const Case& c : cases) {
+        auto start = std::chrono::steady_clock::now();
+        NetRequest request = open(server.url(c.path));
+        EXPECT_EQ(net.sendAndWait(request), c.status > 0) << c.path;
+        EXPECT_EQ(net.status(request), c.status) << c.path;
+        ReadResult read = readToEnd(net, request);
+        EXPECT_EQ(read.last, kNetErrTimeout) << c.path;
+        EXPECT_GE(read.body.size(), c.leastBody) << c.path;
+        EXPECT_LE(read.body.size(), c.mostBody) << c.path;
+        auto took = std::chrono::steady_clock::now() - start;
+        EXPECT_GE(took, std::chrono::seconds(2)) << c.path;
+        EXPECT_LT(took, std::chrono::seconds(8)) << c.path;
+        net.close(request);
+    }
+}
+
+TEST_F(CurlSyncTest, AStopOfTheLoopEndsAWaitingRequestAtOnce) {
+    LoopbackReply stalled = LoopbackReply::withBody(200, std::string(100, 'x'), 10);
+    stalled.chunkDelayMs = 60000;
+    LoopbackReply silent;
+    silent.neverAnswer = true;
+    server.route("/stalled", stalled);
+    server.route("/silent", silent);
+    for (const char* path : {"/silent", "/stalled"}) {
+        NetRequest request = open(server.url(path));
+        // Raised from another thread, as the watchdog does.
+        std::thread watchdog([this] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(300));
+            loop.stopRequest().raise(CStopRequest::Reason::TimeUp);
+        });
+        auto start = std::chrono::steady_clock::now();
+        net.sendAndWait(request);
+        ReadResult read = readToEnd(net, request);
+        auto took = std::chrono::steady_clock::now() - start;
+        watchdog.join();
+        EXPECT_EQ(read.last, kNetErrAborted) << path;
+        EXPECT_LT(took, std::chrono::milliseconds(900)) << path;
+        net.close(request);
+        loop.stopRequest().clear();
     }
 }
 

@@ -11,8 +11,13 @@
 
 #include <gtest/gtest.h>
 
+#include <signal.h>
+#include <unistd.h>
+
+#include <chrono>
 #include <memory>
 #include <sstream>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -150,6 +155,51 @@ TEST_F(ScriptRunner, TheTimeOutEndsAWaitForWorkThatDoesNotCome) {
               CScriptRunner::kRunTimedOut);
     EXPECT_EQ(errors.str(), "vellum-host: gave up after 1 seconds with work still pending\n");
     EXPECT_EQ(printed(), "");
+}
+
+TEST_F(ScriptRunner, TheTimeLimitEndsABusyScriptOrCallbackAndNothingCatchesIt) {
+    const char* const kStopped = "vellum-host: stopped the script after 1 seconds\n";
+    const char* const kGaveUp = "vellum-host: gave up after 1 seconds with work still pending\n";
+    struct Case {
+        const char* source;
+        const char* error;
+        const char* printed;
+    };
+    const Case cases[] = {
+        {"console.println('before'); while (true) {}", kStopped, "before\n"},
+        {"try { while (true) {} } catch (e) { console.println('caught'); }"
+         "finally { console.println('finally'); }",
+         kStopped, ""},
+        {"callNow(function () { try { for (;;) {} } catch (e) {} }); console.println('after');",
+         kStopped, ""},
+        {"later(function () { for (;;) {} }, 1);", kGaveUp, ""},
+    };
+    for (const Case& c : cases) {
+        errors.str("");
+        console.clear();
+        auto started = std::chrono::steady_clock::now();
+        EXPECT_EQ(run(c.source, 1), CScriptRunner::kRunTimedOut) << c.source;
+        EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(5)) << c.source;
+        EXPECT_EQ(errors.str(), c.error) << c.source;
+        EXPECT_EQ(printed(), c.printed) << c.source;
+        // Script runs again once the stop is told.
+        errors.str("");
+        EXPECT_EQ(run("console.println('again');", 1), CScriptRunner::kRunOK) << c.source;
+        EXPECT_EQ(errors.str(), "") << c.source;
+    }
+}
+
+TEST_F(ScriptRunner, CtrlCEndsARunThatCatchesIt) {
+    CScriptRunner runner(engine, loop, out, errors);
+    runner.catchInterrupts();
+    // Sent to the process, as a terminal does, from a thread that is not the one running.
+    std::thread presser([] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        kill(getpid(), SIGINT);
+    });
+    EXPECT_EQ(runner.run("for (;;) {}", 0), CScriptRunner::kRunInterrupted);
+    presser.join();
+    EXPECT_EQ(errors.str(), "vellum-host: interrupted\n");
 }
 
 TEST_F(ScriptRunner, TheConsoleRunsEachPieceOnceItsBracketsClose) {

@@ -1,13 +1,17 @@
 // The host's WSDL reader: which binding it takes, and the record it gives for each operation.
 #include "host/core/CHostCore.h"
 #include "host/wsdl/CWsdlReader.h"
+#include "host/wsdl/WsdlLocation.h"
 #include "tests/fakehost/FakeCabinets.h"
 #include "tests/fakehost/FakeFileSystem.h"
+#include "tests/fakehost/FakeIdle.h"
+#include "tests/fakehost/FakeNetwork.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <fstream>
+#include <map>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -79,10 +83,41 @@ protected:
         return reading.records;
     }
 
+    /// Reads the document served at url, with the imports the test network serves; each record
+    /// followed by " @ service/port".
+    std::vector<std::string> readFrom(const char* url, bool withURL = true) {
+        std::string document = readTestFile(m_served.at(url));
+        BytesStream stream(document, 4096);
+        Reading reading{&cabinets, {}};
+        auto collectWithPort = [](const WsdlOperationRec& op, void* context) {
+            collect(op, context);
+            static_cast<Reading*>(context)->records.back() +=
+                " @ " + utf8(op.serviceName) + "/" + utf8(op.portName);
+        };
+        importing.readWsdlFrom(&stream, withURL ? url : nullptr, collectWithPort, &reading);
+        return reading.records;
+    }
+
+    void serve(const std::string& url, const std::string& file) {
+        m_served[url] = file;
+        network.addReply(url, FakeReply::withBody(200, readTestFile(file), 1000));
+    }
+
+    std::vector<std::string> fetched() const {
+        std::vector<std::string> urls;
+        for (const FakeSentRequest& request : network.sent())
+            urls.push_back(request.url);
+        return urls;
+    }
+
     CHostCore core;
     FakeFileSystem files;
     FakeCabinets cabinets{core, files};
     CWsdlReader reader{cabinets};
+    FakeIdle idle;
+    FakeNetwork network{idle};
+    CWsdlReader importing{cabinets, &network};
+    std::map<std::string, std::string> m_served;
 };
 
 TEST_F(WsdlReader, GivesOneRecordPerOperationOfTheSelectedBinding) {
@@ -159,6 +194,110 @@ TEST_F(WsdlReader, TextsArriveAsUnicodeAndParameterCabinetsAreLetGo) {
     // Each record's cabinet lives for its call only.
     EXPECT_EQ(seen.liveCabinets, 1u);
     EXPECT_EQ(cabinets.liveCount(), 0u);
+}
+
+TEST(WsdlLocation, RelativeLocationsResolveAgainstTheImportingDocument) {
+    const char* base = "http://wsdl.test/a/b/main.wsdl?v=2#top";
+    const struct {
+        const char* base;
+        const char* reference;
+        const char* url;
+    } cases[] = {
+        {base, "types.wsdl", "http://wsdl.test/a/b/types.wsdl"},
+        {base, "./parts/x.wsdl", "http://wsdl.test/a/b/parts/x.wsdl"},
+        {base, "../x.wsdl", "http://wsdl.test/a/x.wsdl"},
+        {base, "../../../../x.wsdl", "http://wsdl.test/x.wsdl"},
+        {base, "c/../../d/./x.wsdl?q=1#frag", "http://wsdl.test/a/d/x.wsdl?q=1"},
+        {base, "/root.wsdl", "http://wsdl.test/root.wsdl"},
+        {base, "//other.test/x.wsdl", "http://other.test/x.wsdl"},
+        {base, "?wsdl=2", "http://wsdl.test/a/b/main.wsdl?wsdl=2"},
+        {base, "https://secure.test/x.wsdl", "https://secure.test/x.wsdl"},
+        {"http://wsdl.test", "x.wsdl", "http://wsdl.test/x.wsdl"},
+        {"http://wsdl.test/a/", "..", "http://wsdl.test/"},
+        {"", "x.wsdl", ""},
+        {"", "http://wsdl.test/x.wsdl", "http://wsdl.test/x.wsdl"},
+        {"not a url", "x.wsdl", ""},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(resolveWsdlLocation(c.base, c.reference), c.url)
+            << c.base << " + " << c.reference;
+}
+
+TEST_F(WsdlReader, ImportedDefinitionsCountAsTheirImportersOwn) {
+    serve("http://wsdl.test/wsdl/main.wsdl", "wsdl-import-main.wsdl");
+    serve("http://wsdl.test/wsdl/parts/stock-interface.wsdl", "wsdl-import-interface.wsdl");
+    serve("http://wsdl.test/wsdl/bindings/stock-bindings.wsdl", "wsdl-import-bindings.wsdl");
+    serve("http://wsdl.test/wsdl/stock-types.xsd", "wsdl-import-types.xsd");
+    network.addReply("http://wsdl.test/wsdl/missing.wsdl", FakeReply::withBody(404, "gone"));
+    ASSERT_TRUE(network.initialize());
+
+    // The SOAP port is chosen over the HTTP one before it; an operation whose body names no
+    // namespace calls in that of the document holding its binding.
+    EXPECT_EQ(readFrom("http://wsdl.test/wsdl/main.wsdl"),
+              (std::vector<std::string>{
+                  "quote | urn:example:stock:ops | [0=symbol 1=currency] | 2 | "
+                  "http://stock.example/soap | urn:example:stock#quote | symbol currency @ "
+                  "StockService/StockSoap",
+                  "list | urn:example:stock:bindings | [] | 2 | http://stock.example/soap |  |  @ "
+                  "StockService/StockSoap"}));
+    // Depth first, each once: the main document the bindings import again is not fetched.
+    EXPECT_EQ(fetched(),
+              (std::vector<std::string>{"http://wsdl.test/wsdl/parts/stock-interface.wsdl",
+                                        "http://wsdl.test/wsdl/bindings/stock-bindings.wsdl",
+                                        "http://wsdl.test/wsdl/stock-types.xsd",
+                                        "http://wsdl.test/wsdl/missing.wsdl"}));
+    EXPECT_EQ(network.openRequests(), 0u);
+
+    // Without the document's own URL relative locations lead nowhere, and nothing is fetched.
+    size_t before = network.sent().size();
+    EXPECT_TRUE(readFrom("http://wsdl.test/wsdl/main.wsdl", false).empty());
+    EXPECT_EQ(network.sent().size(), before);
+}
+
+TEST_F(WsdlReader, ImportsAreBoundedInDepthAndNumber) {
+    ASSERT_TRUE(network.initialize());
+    auto definitions = [](const std::string& inside) {
+        return "<definitions xmlns='http://schemas.xmlsoap.org/wsdl/' "
+               "xmlns:soap='http://schemas.xmlsoap.org/wsdl/soap/' "
+               "xmlns:t='urn:chain' targetNamespace='urn:chain'>" +
+               inside + "</definitions>";
+    };
+    auto importOf = [](const std::string& location) {
+        return "<import namespace='urn:chain' location='" + location + "'/>";
+    };
+    const std::string service = "<service name='S'><port name='P' binding='t:B'>"
+                                "<soap:address location='http://chain.test/soap'/></port>"
+                                "</service>";
+    const std::string binding = "<binding name='B' type='t:T'><soap:binding style='rpc'/>"
+                                "<operation name='op'><input><soap:body use='encoded'/></input>"
+                                "</operation></binding>";
+    // A chain of imports with the binding at its end, as deep as the reader goes and deeper.
+    for (int depth : {CWsdlReader::kMaxImportDepth, CWsdlReader::kMaxImportDepth + 1}) {
+        std::string prefix = "http://chain.test/" + std::to_string(depth) + "/";
+        for (int i = 1; i <= depth; ++i) {
+            std::string inside =
+                i < depth ? importOf("d" + std::to_string(i + 1) + ".wsdl") : binding;
+            network.addReply(prefix + "d" + std::to_string(i) + ".wsdl",
+                             FakeReply::withBody(200, definitions(inside)));
+        }
+        BytesStream stream(definitions(importOf("d1.wsdl") + service), 4096);
+        Reading reading{&cabinets, {}};
+        std::string url = prefix + "main.wsdl";
+        EXPECT_EQ(importing.readWsdlFrom(&stream, url.c_str(), collect, &reading),
+                  depth <= CWsdlReader::kMaxImportDepth ? 1 : 0)
+            << depth;
+    }
+
+    // A document that imports more documents than the reader reads in all.
+    size_t before = network.sent().size();
+    std::string many;
+    for (int i = 0; i < CWsdlReader::kMaxImportedDocuments + 5; ++i)
+        many += importOf("many" + std::to_string(i) + ".wsdl");
+    BytesStream stream(definitions(many + service), 4096);
+    Reading reading{&cabinets, {}};
+    importing.readWsdlFrom(&stream, "http://chain.test/many.wsdl", collect, &reading);
+    EXPECT_EQ(network.sent().size() - before, size_t{CWsdlReader::kMaxImportedDocuments});
+    EXPECT_EQ(network.openRequests(), 0u);
 }
 
 } // namespace

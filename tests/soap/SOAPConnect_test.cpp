@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -119,6 +121,34 @@ TEST_F(SOAPConnectTest, EachOperationBecomesAMethodThatCallsSOAPRequest) {
             EXPECT_EQ(run("requestsSeen[0]"), c.request) << c.call;
         }
     }
+}
+
+TEST_F(SOAPConnectTest, AProxyOfADescriptionSplitOverImportsTellsThePortItCalls) {
+    // The host's WSDL documents of a service split over three, with the SOAP port second.
+    const char* const files[][2] = {
+        {"http://wsdl.test/wsdl/main.wsdl", "wsdl-import-main.wsdl"},
+        {"http://wsdl.test/wsdl/parts/stock-interface.wsdl", "wsdl-import-interface.wsdl"},
+        {"http://wsdl.test/wsdl/bindings/stock-bindings.wsdl", "wsdl-import-bindings.wsdl"},
+    };
+    for (const auto& [url, file] : files) {
+        std::ifstream in(std::string(VELL_TEST_DATA) + "/host/" + file, std::ios::binary);
+        std::string body((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+        host.network().addReply(url, FakeReply::withBody(200, body, 100));
+    }
+    run("var stock = realSOAP.connect('http://wsdl.test/wsdl/main.wsdl');");
+    // The port is told beside the methods, not among them, and stays as it is.
+    EXPECT_EQ(run("Object.keys(stock).join()"), "quote,list");
+    EXPECT_EQ(run("stock.wsdlPort = null; JSON.stringify(stock.wsdlPort)"),
+              "{\"service\":\"StockService\",\"port\":\"StockSoap\"}");
+    run("requestsSeen = []; replies = [({r: {price: 9.5}})];");
+    EXPECT_EQ(run("String(stock.quote('ACME', 'EUR'))"), "9.5");
+    EXPECT_EQ(run("requestsSeen[0]"),
+              "{\"cURL\":\"http://stock.example/soap\",\"oRequest\":{\"urn:example:stock:ops:"
+              "quote\":{\"symbol\":\"ACME\",\"currency\":\"EUR\"},\"soapParameterOrder\":"
+              "[\"symbol\",\"currency\"]},\"cAction\":\"urn:example:stock#quote\"}");
+    // A proxy of one document tells its port too.
+    EXPECT_EQ(run("realSOAP.connect('http://wsdl.test/calculator.wsdl').wsdlPort.port"),
+              "CalculatorPort");
 }
 
 TEST_F(SOAPConnectTest, EachMethodReadsItsOwnSettings) {

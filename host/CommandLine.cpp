@@ -1,0 +1,163 @@
+#include "host/CommandLine.h"
+
+#include <ostream>
+
+namespace {
+
+struct CommandText {
+    const char* name;
+    const char* synopsis;
+    const char* summary;
+    const char* details;
+};
+
+// The text after "Exit status:" is shared by the commands that run scripts.
+constexpr const char* kScriptStatuses =
+    "--timeout bounds the script and the wait together, and Ctrl-C stops both; either way the\n"
+    "script ends where it is (no catch or finally of its own runs) and the plug-in still shuts\n"
+    "down in order. Exit status: 0; 1 after an uncaught exception; 2 when the script or the\n"
+    "plug-in cannot be loaded; 3 when --timeout ends the run; 130 when Ctrl-C does.\n";
+
+constexpr CommandText kCommands[] = {
+    {"info", "info", "print the plug-in's name and each table it asked for",
+     "Loads the plug-in, runs its life cycle, and prints its name and each table it asked for\n"
+     "with the version granted (\"none\" when none was). Exit status: 0, or 1 when the plug-in\n"
+     "does not start.\n"},
+    {"run", "run FILE", "run a script with the plug-in loaded, then wait for its work",
+     "Runs the script in FILE (UTF-8) in a context whose current event is Console/Exec, with the\n"
+     "plug-in loaded, then waits until no work it started is pending. console.println writes a\n"
+     "line to standard output. An uncaught exception is written to standard error as\n"
+     "\"name: message\" (a thrown value without a name as \"uncaught exception: value\").\n"},
+    {"console", "console", "read script a line at a time and print the value of each piece",
+     "Reads script from standard input a line at a time; lines are joined while a bracket,\n"
+     "string or comment is open. Each piece runs as run runs a file, its value is printed, and\n"
+     "errors do not end the session, which ends with the input. --timeout bounds each piece\n"
+     "with its wait; Ctrl-C stops the running piece, or drops the line being typed, and the\n"
+     "session goes on. Exit status: 0, or 2 when the plug-in cannot be loaded.\n"},
+    {"demo", "demo [FILE]", "serve sample SOAP services on 127.0.0.1 and run a script on them",
+     "Serves two WSDL documents, an rpc/encoded echo service, a document/literal service and\n"
+     "one that always faults on a free port of 127.0.0.1, and runs examples/demo.js (or FILE)\n"
+     "against them as run does, with the global demoServer holding their address. No other\n"
+     "network is needed.\n"},
+};
+
+struct OptionText {
+    const char* spelling;
+    const char* summary;
+};
+
+constexpr OptionText kOptions[] = {
+    {"--plugin PATH", "the plug-in to load (default: SOAP.so beside vellum-host)"},
+    {"--pref SECTION.KEY=VALUE", "set a viewer preference; may be given more than once"},
+    {"--yes, --no", "answer every alert with its first button, or with No or Cancel"},
+    {"--timeout SECONDS", "end a script and its wait after this long (default 60, 0: no limit)"},
+    {"-h, --help", "this text; after a command, that command's help"},
+};
+
+const CommandText* findCommand(const std::string& name) {
+    for (const CommandText& command : kCommands) {
+        if (name == command.name)
+            return &command;
+    }
+    return nullptr;
+}
+
+bool takesScripts(const std::string& command) {
+    return command == "run" || command == "demo";
+}
+
+void printOptions(std::ostream& out) {
+    out << "options:\n";
+    for (const OptionText& option : kOptions) {
+        std::string spelling = option.spelling;
+        spelling.resize(26, ' ');
+        out << "  " << spelling << option.summary << "\n";
+    }
+}
+
+bool parseSeconds(const std::string& text, int& seconds) {
+    if (text.empty() || text.find_first_not_of("0123456789") != std::string::npos ||
+        text.size() > 7)
+        return false;
+    seconds = std::stoi(text);
+    return true;
+}
+
+} // namespace
+
+bool ParseHostCommandLine(const std::vector<std::string>& arguments, HostCommandLine& line,
+                          std::string& error) {
+    for (size_t i = 0; i < arguments.size(); ++i) {
+        const std::string& argument = arguments[i];
+        bool hasValue = i + 1 < arguments.size();
+        if (argument == "--help" || argument == "-h") {
+            line.help = true;
+        } else if (argument == "--plugin" || argument == "--pref") {
+            if (!hasValue) {
+                error = argument + " needs a value";
+                return false;
+            }
+            (argument == "--plugin" ? line.plugin : line.preferences.emplace_back()) =
+                arguments[++i];
+        } else if (argument == "--yes") {
+            line.answers = HostCommandLine::Answers::Yes;
+        } else if (argument == "--no") {
+            line.answers = HostCommandLine::Answers::No;
+        } else if (argument == "--timeout") {
+            if (!hasValue || !parseSeconds(arguments[++i], line.timeoutSeconds)) {
+                error = "--timeout needs a number of seconds";
+                return false;
+            }
+        } else if (argument.size() > 1 && argument[0] == '-') {
+            error = "unknown option " + argument;
+            return false;
+        } else if (line.command.empty()) {
+            line.command = argument;
+        } else {
+            line.operands.push_back(argument);
+        }
+    }
+    if (!line.command.empty() && !findCommand(line.command)) {
+        error = "unknown command " + line.command;
+        return false;
+    }
+    if (line.help)
+        return true;
+    if (line.command.empty()) {
+        error = "no command";
+        return false;
+    }
+    size_t most = takesScripts(line.command) ? 1 : 0;
+    size_t least = line.command == "run" ? 1 : 0;
+    if (line.operands.size() < least || line.operands.size() > most) {
+        error = most ? line.command + " takes one file" : "one command at a time";
+        return false;
+    }
+    return true;
+}
+
+void PrintHostUsage(std::ostream& out) {
+    out << "usage: vellum-host [options] <command> [FILE]\n"
+           "       vellum-host <command> --help\n"
+           "\n"
+           "commands:\n";
+    for (const CommandText& command : kCommands) {
+        std::string synopsis = command.synopsis;
+        synopsis.resize(13, ' ');
+        out << "  " << synopsis << command.summary << "\n";
+    }
+    out << "\n";
+    printOptions(out);
+}
+
+bool PrintCommandHelp(const std::string& name, std::ostream& out) {
+    const CommandText* command = findCommand(name);
+    if (!command)
+        return false;
+    out << "usage: vellum-host [options] " << command->synopsis << "\n\n" << command->details;
+    if (takesScripts(name))
+        out << kScriptStatuses;
+    out << "\n";
+    printOptions(out);
+    return true;
+}
