@@ -156,10 +156,15 @@ void CXML2CAgg::flushText() {
         m_text.clear();
         return;
     }
-    CEStr joined(found->second.toEStr());
-    joined += XML_String2ESTR(m_text.data(), static_cast<long>(m_text.size()));
+    // The run continues a text node left by an earlier call: it is appended to the node's
+    // string in place, which grows by doubling, so that a long text fed in many blocks costs
+    // time in proportion to its length.
+    CEStr piece = XML_String2ESTR(m_text.data(), static_cast<long>(m_text.size()));
     m_text.clear();
-    found->second = CAgg(joined.get());
+    EStr& payload = found->second.toEStr();
+    if (EStrGetEncoding(payload) != EStrGetEncoding(piece))
+        EStrSetEncoding(payload, kEStrUCS);
+    EStrCatEStr(payload, piece.get(), nullptr);
 }
 
 void CXML2CAgg::startNamespaceDeclHandler(const XML_Char* prefix, const XML_Char* uri) {
