@@ -1,6 +1,7 @@
 #include "soap/SOAPRequestCore.h"
 
 #include "frame/HostError.h"
+#include "frame/HostTables.h"
 #include "frame/PluginEntry.h"
 #include "frame/QsCore.h"
 #include "frame/ZString.h"
@@ -74,6 +75,14 @@ CEStr SOAPMessageText(uint16_t messageID) {
     return CEStr::adopt(EStrNewFromID(messageID));
 }
 
+long long SOAPReplyLimit() {
+    IPreferences* preferences = HostPreferences();
+    std::optional<int32_t> megabytes =
+        preferences ? preferences->getInt(kSOAPPrefSection, kSOAPPrefMaxReply) : std::nullopt;
+    long long limit = megabytes.value_or(kSOAPDefaultMaxReplyMegabytes);
+    return limit > 0 ? limit << 20 : 0;
+}
+
 std::unique_ptr<CRequestWriter> SOAPWriteRequest(CAgg& command) {
     CAgg& request = command[kSOAPCmdRequest];
     CAgg header = command.has(kSOAPCmdHeader) ? CAgg(command[kSOAPCmdHeader]) : CAgg();
@@ -115,6 +124,7 @@ std::unique_ptr<CHTTPRequest> SOAPNewHTTPRequest(CAgg& command) {
     std::string url = textOf(command, kSOAPCmdURL);
     auto http = std::make_unique<CHTTPRequest>(HTTPClientIds{gEFSClientIDs[0], 0}, url.c_str());
     http->setSOAPAction(textOf(command, kSOAPCmdAction).c_str());
+    http->setReplyLimit(SOAPReplyLimit());
     // Credentials of the call's own stand in for the interactive ones; without both a user name
     // and a password the interactive callback answers.
     if (command.has(kSOAPCmdAuthenticate))
@@ -133,6 +143,17 @@ unsigned short XMLRespHandler(void*, void* data, long length, void* userData, lo
 void SOAPReadResponse(CAgg& command, CHTTPRequest& http, CXML2CAgg& parser) {
     // Whatever the outcome, the header sent is no longer what "header" holds.
     command[kSOAPCmdHeader] = CAgg();
+    if (http.replyTooLarge()) {
+        // The server's answer is taken for an invalid response, with the reason spelt out.
+        CEStr text = SOAPMessageText(IDS_NETWORK_INVALID);
+        std::string reason = " The reply is larger than the limit of " +
+                             std::to_string(SOAPReplyLimit() >> 20) + " MB (preference " +
+                             kSOAPPrefSection + "." + kSOAPPrefMaxReply + ").";
+        text += reason.c_str();
+        SOAPSetFailure(command, kNetworkErrorName, CAgg(static_cast<long>(kNetErrInvalidResponse)),
+                       text);
+        return;
+    }
     if (std::optional<uint16_t> message = processHTTPError(http.getStatus(), http.getError())) {
         // A status that came is the error; without one, the network's error code.
         long error = http.getStatus() > 0 ? http.getStatus() : http.getError();
@@ -146,8 +167,9 @@ void SOAPReadResponse(CAgg& command, CHTTPRequest& http, CXML2CAgg& parser) {
     }
 
     std::string style = textOf(command, kSOAPCmdMessageStyle);
+    // The reader takes the parsed tree over: nothing reads it from the parser afterwards.
     std::unique_ptr<CSOAPReader> reader =
-        getSOAPReader(parser.getRoot(), flagOf(command, kSOAPCmdEncoded, true));
+        getSOAPReader(std::move(parser.getRoot()), flagOf(command, kSOAPCmdEncoded, true));
     reader->setAsXML(style == "XML");
     reader->setXMLMessage(style == "Message");
     CAgg header;
