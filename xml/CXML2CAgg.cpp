@@ -42,7 +42,7 @@ void setText(CAgg& value, const XML_Char* text, size_t length) {
 CXML2CAgg::CXML2CAgg() : CXMLParser(nullptr, '\0') {
     m_keys = {kXMLKeyType,     kXMLKeyName, kXMLKeyNameSpace, kXMLKeyAttr, kXMLKeyNSDict,
               kXMLKeyChildren, kXMLKeyText, kXMLTypeElement,  kXMLTypeText};
-    m_pendingNSDict.toMap();
+    m_pendingNSDict.shareMap();
 }
 
 int CXML2CAgg::parse(const char* data, int len, int isFinal) {
@@ -171,6 +171,10 @@ void CXML2CAgg::startNamespaceDeclHandler(const XML_Char* prefix, const XML_Char
     // Declarations are never taken out of the pending dictionary: a prefix declared on an
     // element that has closed still shows in the nsDict of every later element.
     m_pendingNSDict[XML_String2ESTR(prefix)] = CAgg(XML_String2ESTR(uri).get());
+    // Every element takes a copy of the dictionary: the copies share one body of entries until
+    // the next declaration, so that a document of many elements does not hold as many
+    // dictionaries.
+    m_pendingNSDict.shareMap();
 }
 
 void CXML2CAgg::endNamespaceDeclHandler(const XML_Char*) {}
