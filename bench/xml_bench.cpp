@@ -5,7 +5,9 @@
 //     at once, per input byte, measured on a parse outside the timings);
 //   - CAgg2XML writing a tree built for writing back out in 4096-byte pulls, from a tree handed
 //     over (Reads) and from the copy the serialiser makes of it (WithCopy);
-//   - Expat alone on CAgg2XML's output, the yardstick for the serialiser.
+//   - Expat alone on CAgg2XML's output, the yardstick for the serialiser;
+//   - CXML2CAgg on one element of 1, 4 and 16 MiB of text fed in 2048-byte blocks, as a
+//     reply arrives: the time must grow in proportion to the size.
 // Run by hand: build/bench/xml_bench --benchmark_min_time=2
 #include "frame/HostTables.h"
 #include "host/core/CHostCore.h"
@@ -14,6 +16,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <malloc.h>
@@ -279,6 +282,40 @@ void BM_XML2CAgg(benchmark::State& state) {
     state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(text.size()));
 }
 
+// One element whose text is the given number of MiB, with an entity now and then, fed in
+// blocks of 2048 bytes as a reply comes from the network.
+const std::string& largeTextDocument(long mebibytes) {
+    static std::string texts[17];
+    std::string& doc = texts[mebibytes];
+    if (doc.empty()) {
+        const std::string unit = "Some words of a long text &amp; a little more of it. ";
+        doc = "<r>";
+        while (doc.size() < (static_cast<size_t>(mebibytes) << 20))
+            doc += unit;
+        doc += "</r>";
+    }
+    return doc;
+}
+
+void BM_XML2CAggLargeText(benchmark::State& state) {
+    setUpHost();
+    const std::string& text = largeTextDocument(state.range(0));
+    constexpr size_t kBlock = 2048;
+    for (auto _ : state) {
+        auto* parser = new CXML2CAgg;
+        for (size_t at = 0; at < text.size(); at += kBlock) {
+            size_t n = std::min(kBlock, text.size() - at);
+            parser->parse(text.data() + at, static_cast<int>(n), 0);
+        }
+        if (!parser->parse(nullptr, 0, 1))
+            state.SkipWithError("the parser refused the document");
+        state.PauseTiming();
+        delete parser;
+        state.ResumeTiming();
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(text.size()));
+}
+
 void BM_Agg2XMLReads(benchmark::State& state) {
     setUpHost();
     int which = static_cast<int>(state.range(0));
@@ -330,6 +367,8 @@ void BM_ExpatOnSerialised(benchmark::State& state) {
 // Argument 0 is the SOAP document, 1 the feed.
 BENCHMARK(BM_ExpatBare)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_XML2CAgg)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+// Argument: the size of the one text element, in MiB.
+BENCHMARK(BM_XML2CAggLargeText)->Arg(1)->Arg(4)->Arg(16)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ExpatOnSerialised)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Agg2XMLReads)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Agg2XMLWithCopy)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);

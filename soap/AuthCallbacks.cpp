@@ -287,8 +287,12 @@ int32_t InteractiveAuthCB(const char* server, const char* realm, char** user, ch
         return 0;
     *user = nullptr;
     *password = nullptr;
+    // Three answers at most, the call's own credentials included: a server that refuses them
+    // three times will not take them a fourth, and the request then ends in the server's 401.
+    if (attempt >= 4)
+        return 0;
     if (data) {
-        // The request's own credentials, tried as often as the server asks.
+        // The request's own credentials.
         const CAgg& authenticate = *static_cast<const CAgg*>(data);
         std::optional<std::string> name = entryText(authenticate, "Username");
         std::optional<std::string> secret = entryText(authenticate, "Password");
@@ -298,8 +302,6 @@ int32_t InteractiveAuthCB(const char* server, const char* realm, char** user, ch
             explicit_bzero(secret->data(), secret->size());
         return *user ? 1 : 0;
     }
-    if (attempt >= 4)
-        return 0;
     if (answerFromStore(server, realm, user, password, attempt))
         return 1;
     CCredStore* store = CCredStore::instance();

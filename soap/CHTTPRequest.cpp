@@ -190,7 +190,7 @@ long CHTTPRequest::handleReadProc(char* buffer, long count, void* data) {
     auto* self = static_cast<CHTTPRequest*>(data);
     long got = gNetSpanHFT ? gNetSpanHFT->read(self->m_handle, buffer, count) : kNetErrGeneral;
     if (got >= 0)
-        return got;
+        return self->countReply(got) ? got : 0;
     self->m_error = got;
     return 0;
 }
@@ -259,6 +259,13 @@ std::optional<std::string> CHTTPRequest::getResponseHeader(const char* name) con
     return gNetSpanHFT->responseHeader(m_handle, name);
 }
 
+bool CHTTPRequest::countReply(long length) {
+    m_replyBytes += length;
+    if (m_replyLimit > 0 && m_replyBytes > m_replyLimit)
+        m_replyTooLarge = true;
+    return !m_replyTooLarge;
+}
+
 bool CHTTPRequest::deliver(const char* data, long length) {
     wireDumpBytes(data, length);
     if (!m_consumer)
@@ -286,7 +293,8 @@ long CHTTPRequest::processSync() {
         QsStm reply = QsProcStmRdOpen(&CHTTPRequest::handleReadProc, nullptr, this);
         m_parts.process(m_headers, reply);
         QsStmClose(reply);
-        deliverRootPart();
+        if (!m_replyTooLarge)
+            deliverRootPart();
     } else if (sent) {
         for (;;) {
             long got = net->read(m_handle, m_buffer, kBlockSize);
@@ -295,7 +303,7 @@ long CHTTPRequest::processSync() {
                     m_error = got;
                 break;
             }
-            if (!deliver(m_buffer, got))
+            if (!countReply(got) || !deliver(m_buffer, got))
                 break;
         }
     }
@@ -320,6 +328,8 @@ unsigned short CHTTPRequest::processAsync(const char* data, long length, long st
         m_status = status;
     if (error != 0)
         m_error = error;
+    if (data && length > 0 && !countReply(length))
+        return 0; // the final call follows
     if (m_multipart && data && length > 0) {
         // A multipart reply is spooled whole and taken apart at its end.
         if (m_spool.stream && QsStmWrite(m_spool.stream, data, length) == length)
@@ -331,10 +341,13 @@ unsigned short CHTTPRequest::processAsync(const char* data, long length, long st
     m_deleted = &deleted;
     if (m_multipart) {
         QsStm spooled = resetSwATemp(m_spool);
-        m_parts.process(m_headers, spooled);
+        // A reply cut short at the limit is not taken apart: the consumer learns nothing of it.
+        if (!m_replyTooLarge)
+            m_parts.process(m_headers, spooled);
         QsStmClose(spooled);
         removeSwATemp(m_spool);
-        deliverRootPart();
+        if (!m_replyTooLarge)
+            deliverRootPart();
         if (deleted)
             return 0;
     }

@@ -58,6 +58,11 @@ public:
     void initAsync();
     /// With an asynchronous request: delete it after its consumer's final call.
     void deleteWhenDone() { m_deleteWhenDone = true; }
+    /// The most bytes of reply body read before the reading stops (0, the default: no limit).
+    /// A reply that goes past it gives the consumer no more and ends as replyTooLarge.
+    void setReplyLimit(long long bytes) { m_replyLimit = bytes; }
+    /// Whether the reading stopped because the reply went past the limit.
+    bool replyTooLarge() const { return m_replyTooLarge; }
 
     /// A GET with the caller's headers (a vector of records with "key" and "value", or null).
     /// Synchronous: the HTTP status, 0 when none came. Asynchronous: 1 when the request is under
@@ -117,6 +122,8 @@ private:
     /// Hands the root part of a multipart reply, if it is text/xml, to the consumer.
     void deliverRootPart();
     static long handleReadProc(char* buffer, long count, void* data);
+    /// Counts length more bytes of reply; false, with replyTooLarge set, past the limit.
+    bool countReply(long length);
 
     // The spool of an asynchronous multipart reply, which comes in pieces before it can be read.
     struct SwATemp {
@@ -149,6 +156,9 @@ private:
     long m_status = 0;
     long m_error = 0;
     bool m_multipart = false;
+    long long m_replyLimit = 0;
+    long long m_replyBytes = 0;
+    bool m_replyTooLarge = false;
     CMultipartReader m_parts;
     SwATemp m_spool;
     // Set by the destructor, so that a call under way learns that its consumer deleted us.

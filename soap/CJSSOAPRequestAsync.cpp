@@ -27,5 +27,9 @@ void CJSSOAPRequestAsync::notify(const char* url, CAgg& response, CAgg& header, 
     ESVal slots[4] = {arguments[0].slot(), arguments[1].slot(), arguments[2].slot(),
                       arguments[3].slot()};
     CES::Val answer(context);
-    ESObjectSafeCall(m_async.object(), "response", count, slots, answer.slot());
+    // The handler runs from the event loop, where no script can catch what it throws: the
+    // host hears of it as of any uncaught exception, and the request still ends.
+    if (!ESObjectSafeCall(m_async.object(), "response", count, slots, answer.slot()) &&
+        context.hasException())
+        context.reportExceptionToHost();
 }

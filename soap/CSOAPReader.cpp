@@ -31,6 +31,8 @@ void measure(CAgg& value, long depth, long& values, long& deepest) {
 
 CSOAPReader::CSOAPReader(CAgg& document) : m_document(document) {}
 
+CSOAPReader::CSOAPReader(CAgg&& document) : m_document(std::move(document)) {}
+
 CSOAPReader::~CSOAPReader() = default;
 
 CAgg CSOAPReader::readHeader() {
@@ -269,4 +271,10 @@ std::unique_ptr<CSOAPReader> getSOAPReader(CAgg& document, unsigned short encode
     if (encoded)
         return std::make_unique<CEncodedSOAPReader>(document);
     return std::make_unique<CLiteralSOAPReader>(document);
+}
+
+std::unique_ptr<CSOAPReader> getSOAPReader(CAgg&& document, unsigned short encoded) {
+    if (encoded)
+        return std::make_unique<CEncodedSOAPReader>(std::move(document));
+    return std::make_unique<CLiteralSOAPReader>(std::move(document));
 }

@@ -25,6 +25,9 @@ class CSOAPReader {
 public:
     /// A reader of a parsed document, which it copies.
     explicit CSOAPReader(CAgg& document);
+    /// A reader of a parsed document handed over: the tree is taken, not copied, so that a
+    /// large reply is never held twice.
+    explicit CSOAPReader(CAgg&& document);
     virtual ~CSOAPReader();
     CSOAPReader(const CSOAPReader&) = delete;
     CSOAPReader& operator=(const CSOAPReader&) = delete;
@@ -137,3 +140,5 @@ private:
 
 /// Makes the reader: encoded when the flag is set, literal otherwise.
 std::unique_ptr<CSOAPReader> getSOAPReader(CAgg& document, unsigned short encoded);
+/// The same for a document handed over, which the reader takes without a copy.
+std::unique_ptr<CSOAPReader> getSOAPReader(CAgg&& document, unsigned short encoded);

@@ -1,6 +1,7 @@
 #include "soap/SOAPRequestCore.h"
 
 #include "frame/HostError.h"
+#include "frame/HostTables.h"
 #include "frame/PluginEntry.h"
 #include "frame/QsCore.h"
 #include "frame/ZString.h"
@@ -75,6 +76,14 @@ CEStr SOAPMessageText(uint16_t messageID) {
     return CEStr::adopt(EStrNewFromID(messageID));
 }
 
+long long SOAPReplyLimit() {
+    IPreferences* preferences = HostPreferences();
+    std::optional<int32_t> megabytes =
+        preferences ? preferences->getInt(kSOAPPrefSection, kSOAPPrefMaxReply) : std::nullopt;
+    long long limit = megabytes.value_or(kSOAPDefaultMaxReplyMegabytes);
+    return limit > 0 ? limit << 20 : 0;
+}
+
 std::unique_ptr<CRequestWriter> SOAPWriteRequest(CAgg& command) {
     CAgg& request = command[kSOAPCmdRequest];
     CAgg header = command.has(kSOAPCmdHeader) ? CAgg(command[kSOAPCmdHeader]) : CAgg();
@@ -119,6 +128,7 @@ std::unique_ptr<CHTTPRequest> SOAPNewHTTPRequest(CAgg& command) {
     std::string url = textOf(command, kSOAPCmdURL);
     auto http = std::make_unique<CHTTPRequest>(HTTPClientIds{gEFSClientIDs[0], 0}, url.c_str());
     http->setSOAPAction(textOf(command, kSOAPCmdAction).c_str());
+    http->setReplyLimit(SOAPReplyLimit());
     // Credentials of the call's own stand in for the interactive ones; without both a user name
     // and a password the interactive callback answers.
     if (command.has(kSOAPCmdAuthenticate))
@@ -137,6 +147,13 @@ unsigned short XMLRespHandler(void*, void* data, long length, void* userData, lo
 void SOAPReadResponse(CAgg& command, CHTTPRequest& http, CXML2CAgg& parser) {
     // Whatever the outcome, the header sent is no longer what "header" holds.
     command[kSOAPCmdHeader] = CAgg();
+    if (http.replyTooLarge()) {
+        // A reply past the limit (the preference SOAP.MaxReplyMegabytes) is taken for an
+        // invalid response: the user reads the message table's text for it, with its code.
+        SOAPSetFailure(command, kNetworkErrorName, CAgg(static_cast<long>(kNetErrInvalidResponse)),
+                       SOAPMessageText(IDS_NETWORK_INVALID));
+        return;
+    }
     if (std::optional<uint16_t> message = processHTTPError(http.getStatus(), http.getError())) {
         // A status that came is the error; without one, the network's error code.
         long error = http.getStatus() > 0 ? http.getStatus() : http.getError();
@@ -150,8 +167,9 @@ void SOAPReadResponse(CAgg& command, CHTTPRequest& http, CXML2CAgg& parser) {
     }
 
     std::string style = textOf(command, kSOAPCmdMessageStyle);
+    // The reader takes the parsed tree over: nothing reads it from the parser afterwards.
     std::unique_ptr<CSOAPReader> reader =
-        getSOAPReader(parser.getRoot(), flagOf(command, kSOAPCmdEncoded, true));
+        getSOAPReader(std::move(parser.getRoot()), flagOf(command, kSOAPCmdEncoded, true));
     reader->setAsXML(style == "XML");
     reader->setXMLMessage(style == "Message");
     CAgg header;

@@ -64,6 +64,15 @@ const char* SOAPFailureType(CAgg& response);
 /// The text of a message of the message table.
 CEStr SOAPMessageText(uint16_t messageID);
 
+/// The preference that bounds the size of a reply, in MiB ("SOAP", "MaxReplyMegabytes"); 0 or
+/// less lifts the bound. A reply past it ends the call in a NetworkError with the error -9. The
+/// default keeps the parsed tree of a reply of the smallest elements within a desktop's memory.
+inline constexpr const char* kSOAPPrefSection = "SOAP";
+inline constexpr const char* kSOAPPrefMaxReply = "MaxReplyMegabytes";
+inline constexpr int32_t kSOAPDefaultMaxReplyMegabytes = 128;
+/// The bound in bytes, read from the preference at each call; 0 for none.
+long long SOAPReplyLimit();
+
 // The road, whole and in its two halves.
 
 /// Runs the call synchronously: returns once the reply has been read, or at once for a failure

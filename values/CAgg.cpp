@@ -8,6 +8,7 @@
 #include "values/CAggInternal.h"
 #include "values/QsStm.h"
 
+#include <atomic>
 #include <cstring>
 #include <memory>
 #include <utility>
@@ -232,7 +233,42 @@ CAgg& CAgg::operator=(CAgg&& other) noexcept {
 
 void CAgg::swapWith(CAgg& other) noexcept {
     std::swap(m_type, other.m_type);
+    std::swap(m_sharedMap, other.m_sharedMap);
     std::swap(m_payload, other.m_payload);
+}
+
+namespace {
+
+// The entries of a shared map, with the count of the values that share them.
+struct SharedMapBody : CAgg::CAggMap {
+    explicit SharedMapBody(CAgg::CAggMap&& entries) : CAgg::CAggMap(std::move(entries)) {}
+    std::atomic<long> sharers{1};
+};
+
+void releaseSharedMap(CAgg::CAggMap* map) noexcept {
+    auto* body = static_cast<SharedMapBody*>(map);
+    if (body->sharers.fetch_sub(1) == 1)
+        delete body;
+}
+
+} // namespace
+
+void CAgg::shareMap() {
+    toMap();
+    auto* body = new SharedMapBody(std::move(*m_payload.map));
+    delete m_payload.map;
+    m_payload.map = body;
+    m_sharedMap = true;
+}
+
+void CAgg::unshareMap() {
+    auto* body = static_cast<SharedMapBody*>(m_payload.map);
+    // The last sharer takes the entries over; any other copies them.
+    auto own = body->sharers.load() == 1 ? std::make_unique<CAggMap>(std::move(*body))
+                                         : std::make_unique<CAggMap>(*body);
+    releaseSharedMap(body);
+    m_payload.map = own.release();
+    m_sharedMap = false;
 }
 
 void CAgg::copyFrom(const CAgg& other) {
@@ -253,7 +289,13 @@ void CAgg::copyFrom(const CAgg& other) {
         m_payload.shadow = new CLobObjShadow(*from.shadow);
         break;
     case eMap:
-        m_payload.map = new CAggMap(*from.map);
+        if (other.m_sharedMap) {
+            static_cast<SharedMapBody*>(from.map)->sharers.fetch_add(1);
+            m_payload.map = from.map;
+            m_sharedMap = true;
+        } else {
+            m_payload.map = new CAggMap(*from.map);
+        }
         break;
     case eQsAtomMap:
         m_payload.atomMap = CAggAtomMap::makeCopy(*from.atomMap);
@@ -332,13 +374,16 @@ void CAgg::freeCollection() noexcept {
         return;
     }
     ++depth;
-    if (m_type == eMap)
+    if (m_type == eMap && m_sharedMap)
+        releaseSharedMap(m_payload.map);
+    else if (m_type == eMap)
         delete m_payload.map;
     else if (m_type == eQsAtomMap)
         CAggAtomMap::destroy(m_payload.atomMap);
     else
         delete m_payload.vector;
     m_type = eVoid;
+    m_sharedMap = false;
     --depth;
     if (depth > 0 || draining)
         return;
@@ -447,6 +492,8 @@ CAgg& CAgg::operator[](size_t index) {
 }
 
 CAgg& CAgg::entry(const _EStrRec* key) {
+    if (m_sharedMap)
+        unshareMap();
     CAggMap& map = *m_payload.map;
     auto found = map.lower_bound(key);
     if (found != map.end() && !map.key_comp()(key, found->first))
@@ -548,6 +595,8 @@ void CAgg::remove(const char* key) {
 }
 
 void CAgg::makeIndependent() {
+    if (m_sharedMap)
+        unshareMap();
     switch (m_type) {
     case eMap:
         for (auto& entry : *m_payload.map)

@@ -167,6 +167,12 @@ public:
     /// An empty atom map with room for `room` entries made in one piece with it, for a caller
     /// that knows how many entries are coming.
     static CAgg atomMapWithRoom(size_t room);
+    /// Converts the value to a map whose entries copies of it share, for a map that is copied
+    /// many times and then only read, such as the namespaces in scope that every element of a
+    /// parsed document carries. Values still behave as copies: the first access that may change
+    /// a sharer's entries (toMap, indexing, any conversion) gives it entries of its own first,
+    /// and such entries are never shared again unless shareMap is called anew.
+    void shareMap();
 
     /// Does nothing on self-assignment; else the target takes a copy of the other's tree. The
     /// copy is made before the old payload goes, so assigning a part of the target is safe.
@@ -385,6 +391,8 @@ private:
     void setVoid() noexcept;
     void swapWith(CAgg& other) noexcept;
     CAgg& entry(const _EStrRec* key);
+    /// Gives a map that shares its body entries of its own, before they are changed.
+    void unshareMap();
     CAgg& atomEntry(QsAtom atom);
 
     // The conversion of each source (CAggConvert.cpp, CAggConvertLob.cpp).
@@ -434,6 +442,8 @@ private:
     void lobToCollection(CAggType target);
 
     CAggType m_type;
+    // A map whose entries are a body shared with copies (see shareMap); never set otherwise.
+    bool m_sharedMap = false;
     Payload m_payload;
     LobDoc m_lobDoc; // set only while a toLobObj runs
 };
@@ -523,6 +533,8 @@ inline CQsText& CAgg::toCQsText() {
 }
 inline CAgg::CAggMap& CAgg::toMap() {
     convert(eMap);
+    if (m_sharedMap)
+        unshareMap();
     return *m_payload.map;
 }
 inline CAgg::CAggQsAtomMap& CAgg::toQsAtomMap() {

@@ -137,6 +137,8 @@ CAgg::CAggQsAtomMap& CAgg::toQsAtomMapOf(const std::vector<CAggType>& types) {
 void CAgg::map2VectorPERLStyle() {
     if (m_type != eMap && m_type != eQsAtomMap)
         convert(eMap);
+    if (m_sharedMap)
+        unshareMap();
     auto flat = std::make_unique<CAggVector>();
     if (m_type == eMap) {
         flat->reserve(m_payload.map->size() * 2);

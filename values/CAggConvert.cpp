@@ -80,6 +80,9 @@ long CAggTruncateToLong(double value) {
 void CAgg::convert(bool (&mask)[kTypeCount]) {
     if (!inRange(m_type))
         return;
+    // Whoever converts may change the entries next, or move them out.
+    if (m_sharedMap)
+        unshareMap();
     // A value of an acceptable type stays; objects and shadows still run, to be rebound.
     if (mask[m_type] && m_type != eLobObj && m_type != eCLobObjShadow)
         return;

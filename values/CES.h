@@ -47,6 +47,10 @@ public:
     bool pending() const { return m_pending; }
     /// Clears the pending flag and gives the error.
     Val pop();
+    /// Hands the waiting error to the handler the host had set for the context, as one that no
+    /// script caught, and clears the pending flag: for a call from the event loop, whose
+    /// failure no script is there to see. Nothing without a waiting error or a host handler.
+    void reportToHost();
 
     /// What the engine calls on a script error in the context.
     static void errorHandler(ESContext context, int32_t code, int32_t line, const char* message,
@@ -62,6 +66,10 @@ private:
     void* m_previousData = nullptr;
     std::unique_ptr<Val> m_exception;
     bool m_pending = false;
+    // The engine's report of the waiting error, passed on as it came.
+    int32_t m_code = 0;
+    int32_t m_line = 0;
+    std::string m_message;
 };
 
 /// A script context with its exception handler.
@@ -89,6 +97,8 @@ public:
     Val popException() const;
     /// Drops the engine's own record of the context's last script exception.
     void clearException() const;
+    /// Tells the host of the waiting error as of one that no script caught.
+    void reportExceptionToHost() const { m_handler->reportToHost(); }
 
     /// Text that the engine handed out; it goes back when the buffer goes.
     class Buffer {

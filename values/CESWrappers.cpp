@@ -136,13 +136,24 @@ Val ExceptionHandler::pop() {
     return *m_exception;
 }
 
-void ExceptionHandler::errorHandler(ESContext context, int32_t, int32_t, const char*,
-                                    void* handler) {
+void ExceptionHandler::errorHandler(ESContext context, int32_t code, int32_t line,
+                                    const char* message, void* handler) {
     auto* self = static_cast<ExceptionHandler*>(handler);
     Val exception(context);
     engine().exceptionValue(context, exception.slot());
     *self->m_exception = exception;
     self->m_pending = true;
+    self->m_code = code;
+    self->m_line = line;
+    self->m_message = message ? message : "";
+}
+
+void ExceptionHandler::reportToHost() {
+    if (!m_pending)
+        return;
+    m_pending = false;
+    if (m_previousProc)
+        m_previousProc(m_context, m_code, m_line, m_message.c_str(), m_previousData);
 }
 
 // Contexts.

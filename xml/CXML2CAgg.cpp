@@ -35,7 +35,7 @@ void setText(CAgg& value, const XML_Char* text, size_t length) {
 CXML2CAgg::CXML2CAgg() : CXMLParser(nullptr, '\0') {
     m_keys = {kXMLKeyType,     kXMLKeyName, kXMLKeyNameSpace, kXMLKeyAttr, kXMLKeyNSDict,
               kXMLKeyChildren, kXMLKeyText, kXMLTypeElement,  kXMLTypeText};
-    m_pendingNSDict.toMap();
+    m_pendingNSDict.shareMap();
 }
 
 int CXML2CAgg::parse(const char* data, int len, int isFinal) {
@@ -149,16 +149,25 @@ void CXML2CAgg::flushText() {
         m_text.clear();
         return;
     }
-    CEStr joined(found->second.toEStr());
-    joined += XML_String2ESTR(m_text.data(), static_cast<long>(m_text.size()));
+    // The run continues a text node left by an earlier call: it is appended to the node's
+    // string in place, which grows by doubling, so that a long text fed in many blocks costs
+    // time in proportion to its length.
+    CEStr piece = XML_String2ESTR(m_text.data(), static_cast<long>(m_text.size()));
     m_text.clear();
-    found->second = CAgg(joined.get());
+    EStr& payload = found->second.toEStr();
+    if (EStrGetEncoding(payload) != EStrGetEncoding(piece))
+        EStrSetEncoding(payload, kEStrUCS);
+    EStrCatEStr(payload, piece.get(), nullptr);
 }
 
 void CXML2CAgg::startNamespaceDeclHandler(const XML_Char* prefix, const XML_Char* uri) {
     // Declarations are never taken out of the pending dictionary: a prefix declared on an
     // element that has closed still shows in the nsDict of every later element.
     m_pendingNSDict[XML_String2ESTR(prefix)] = CAgg(XML_String2ESTR(uri).get());
+    // Every element takes a copy of the dictionary: the copies share one body of entries until
+    // the next declaration, so that a document of many elements does not hold as many
+    // dictionaries.
+    m_pendingNSDict.shareMap();
 }
 
 void CXML2CAgg::endNamespaceDeclHandler(const XML_Char*) {}

@@ -3,9 +3,12 @@
 #include "frame/HostError.h"
 
 #include <glib.h>
+#include <glib/gstdio.h>
+#include <sys/stat.h>
 
 #include <cstdio>
 #include <cstring>
+#include <iostream>
 #include <utility>
 
 namespace {
@@ -21,7 +24,44 @@ std::string withSlash(std::string folder) {
     return folder;
 }
 
+// How long a temporary file must have been left alone to count as the remains of a killed save.
+constexpr gint64 kStaleMicroseconds = 60 * G_USEC_PER_SEC;
+
+// Whether name is base followed by "." and the six letters or digits that the temporary file of
+// a save has.
+bool isTemporaryOf(const char* name, const std::string& base) {
+    size_t length = std::strlen(name);
+    if (length != base.size() + 7 || std::strncmp(name, base.c_str(), base.size()) != 0 ||
+        name[base.size()] != '.')
+        return false;
+    for (size_t i = base.size() + 1; i < length; ++i) {
+        if (!g_ascii_isalnum(name[i]))
+            return false;
+    }
+    return true;
+}
+
 } // namespace
+
+void CGVariantCabinets::removeStaleTemporaries(const std::string& path) {
+    size_t slash = path.rfind('/');
+    std::string folder = path.substr(0, slash + 1);
+    std::string base = path.substr(slash + 1);
+    GDir* dir = g_dir_open(folder.c_str(), 0, nullptr);
+    if (!dir)
+        return;
+    gint64 now = g_get_real_time();
+    while (const char* name = g_dir_read_name(dir)) {
+        if (!isTemporaryOf(name, base))
+            continue;
+        std::string temporary = folder + name;
+        GStatBuf info;
+        if (g_lstat(temporary.c_str(), &info) == 0 && S_ISREG(info.st_mode) &&
+            now - static_cast<gint64>(info.st_mtime) * G_USEC_PER_SEC >= kStaleMicroseconds)
+            g_unlink(temporary.c_str());
+    }
+    g_dir_close(dir);
+}
 
 CGVariantCabinets::CGVariantCabinets(ICore& core)
     : CGVariantCabinets(core, std::string(g_get_user_data_dir()) + "/vellum/") {}
@@ -36,6 +76,7 @@ std::optional<std::string> CGVariantCabinets::fileOf(const char* section, const 
 }
 
 QsCab CGVariantCabinets::loadFile(const std::string& path) {
+    removeStaleTemporaries(path);
     gchar* contents = nullptr;
     gsize length = 0;
     if (!g_file_get_contents(path.c_str(), &contents, &length, nullptr))
@@ -45,7 +86,10 @@ QsCab CGVariantCabinets::loadFile(const std::string& path) {
     QsCab cab = fromBytes(bytes);
     if (!cab) {
         std::string aside = path + ".corrupt";
-        ::rename(path.c_str(), aside.c_str());
+        if (::rename(path.c_str(), aside.c_str()) == 0)
+            std::cerr << "vellum-host: the cabinet file " << path
+                      << " could not be read; it was set aside as " << aside
+                      << " and the cabinet starts empty" << std::endl;
     }
     return cab;
 }

@@ -4,7 +4,9 @@
 // A save replaces the file atomically (a temporary file, fsync, rename), so a crash in the middle
 // leaves the old file or the new one. A file that cannot be read as a cabinet counts as absent
 // and is set aside as <file>.corrupt, on a load as on a save, so that nothing is overwritten
-// blindly.
+// blindly; standard error says so in one line. The temporary file of a save that was killed
+// (<file>.XXXXXX) is removed by the next load or save of that cabinet once it has been left
+// untouched for a minute, so that a save under way in another run of the host is not disturbed.
 #pragma once
 
 #include "host/cabinets/CMemoryCabinets.h"
@@ -28,6 +30,8 @@ public:
 private:
     /// The cabinet in the file, or null; a file that is no cabinet is set aside.
     QsCab loadFile(const std::string& path);
+    /// Removes the temporary files that killed saves of the file left beside it.
+    static void removeStaleTemporaries(const std::string& path);
 
     std::string m_root;
 };

@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <iostream>
 #include <memory>
 #include <vector>
 
@@ -111,19 +112,38 @@ bool CAESGCMSealing::ensureKey() {
     if (m_keyPath.empty())
         return false;
     int fd = open(m_keyPath.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
-    bool ready = fd >= 0 ? readKey(fd) : errno == ENOENT && makeKey();
-    if (fd >= 0)
+    bool ready = false;
+    if (fd >= 0) {
+        const char* refused = readKey(fd);
         close(fd);
+        if (refused)
+            tellRefused(refused);
+        ready = !refused;
+    } else if (errno == ENOENT) {
+        ready = makeKey();
+    } else {
+        tellRefused(errno == ELOOP ? "it is a symbolic link" : std::strerror(errno));
+    }
     if (ready)
         m_state = KeyState::Ready;
     return ready;
 }
 
-bool CAESGCMSealing::readKey(int fd) {
+void CAESGCMSealing::tellRefused(const std::string& reason) const {
+    std::cerr << "vellum-host: the key file " << m_keyPath << " was refused (" << reason
+              << "): saved passwords are not available" << std::endl;
+}
+
+const char* CAESGCMSealing::readKey(int fd) {
     struct stat info;
-    if (fstat(fd, &info) != 0 || !S_ISREG(info.st_mode) || info.st_uid != geteuid() ||
-        (info.st_mode & (S_IRWXG | S_IRWXO)) != 0 || info.st_size != static_cast<off_t>(kKeySize))
-        return false;
+    if (fstat(fd, &info) != 0 || !S_ISREG(info.st_mode))
+        return "it is not a regular file";
+    if (info.st_uid != geteuid())
+        return "it belongs to another user";
+    if ((info.st_mode & (S_IRWXG | S_IRWXO)) != 0)
+        return "others than its owner may use it";
+    if (info.st_size != static_cast<off_t>(kKeySize))
+        return "it is not the size of a key";
     size_t got = 0;
     while (got < kKeySize) {
         ssize_t n = read(fd, m_key + got, kKeySize - got);
@@ -134,9 +154,9 @@ bool CAESGCMSealing::readKey(int fd) {
         got += static_cast<size_t>(n);
     }
     if (got == kKeySize)
-        return true;
+        return nullptr;
     OPENSSL_cleanse(m_key, sizeof m_key);
-    return false;
+    return "it could not be read";
 }
 
 bool CAESGCMSealing::makeKey() {
@@ -167,10 +187,13 @@ bool CAESGCMSealing::makeKey() {
     if (!written || linkError != EEXIST)
         return false;
     fd = open(m_keyPath.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
-    bool ready = fd >= 0 && readKey(fd);
-    if (fd >= 0)
-        close(fd);
-    return ready;
+    if (fd < 0)
+        return false;
+    const char* refused = readKey(fd);
+    close(fd);
+    if (refused)
+        tellRefused(refused);
+    return !refused;
 }
 
 std::optional<std::string> CAESGCMSealing::seal(std::string_view text1, std::string_view text2) {

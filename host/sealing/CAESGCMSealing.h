@@ -41,7 +41,10 @@ private:
 
     /// Reads the key, or makes it when there is no file; decided once.
     bool ensureKey();
-    bool readKey(int fd);
+    /// Reads the key from the open file; null when it did, else why the file was refused.
+    const char* readKey(int fd);
+    /// Says on standard error, in one line, that the key file was refused and why.
+    void tellRefused(const std::string& reason) const;
     bool makeKey();
 
     std::string m_keyPath;

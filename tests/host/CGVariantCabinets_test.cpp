@@ -7,6 +7,8 @@
 
 #include <cmath>
 #include <cstring>
+#include <ctime>
+#include <fcntl.h>
 #include <sys/stat.h>
 
 namespace {
@@ -118,7 +120,12 @@ TEST_F(CGVariantCabinetsTest, SetsAsideAFileThatIsNoCabinetAndStartsEmpty) {
         std::string bytes = hostTestData(name);
         ASSERT_FALSE(bytes.empty());
         writeFileBytes(file("RSS"), bytes);
+        ::testing::internal::CaptureStderr();
         EXPECT_EQ(m_cabs.loadCabinet("Collab", "RSS"), nullptr);
+        EXPECT_EQ(::testing::internal::GetCapturedStderr(),
+                  "vellum-host: the cabinet file " + file("RSS") +
+                      " could not be read; it was set aside as " + file("RSS.corrupt") +
+                      " and the cabinet starts empty\n");
         EXPECT_EQ(readFileBytes(file("RSS.corrupt")), bytes);
         EXPECT_FALSE(g_file_test(file("RSS").c_str(), G_FILE_TEST_EXISTS));
     }
@@ -134,6 +141,45 @@ TEST_F(CGVariantCabinetsTest, SetsAsideAFileThatIsNoCabinetAndStartsEmpty) {
     EXPECT_EQ(readFileBytes(file("RSS.corrupt")), "garbage");
     QsCab loaded = m_cabs.loadCabinet("Collab", "RSS");
     EXPECT_TRUE(m_cabs.equal(cab, loaded));
+}
+
+TEST_F(CGVariantCabinetsTest, LoadsAndSavesRemoveTheStaleTemporaryFilesOfKilledSaves) {
+    struct Leftover {
+        const char* name;
+        long ageSeconds;
+        bool removed;
+    } leftovers[] = {
+        {"RSS.a1B2c3", 120, true},
+        {"RSS.Zz9Zz9", 3600 * 24, true},
+        // A save under way in another run of the host is left to finish.
+        {"RSS.fresh1", 0, false},
+        {"RSS.a1B2c", 120, false},   // not the shape of a temporary file
+        {"RSS.a1B2c3d", 120, false}, // nor this
+        {"RSS.a1-2c3", 120, false},  // nor this
+        {"RSS.corrupt", 120, false},
+        {"Other.a1B2c3", 120, false}, // another cabinet's
+    };
+    QsCab cab = m_cabs.newCabinet();
+    m_cabs.putInt(cab, "Count", 3);
+    m_cabs.saveCabinet(cab, "Collab", "RSS");
+    for (bool bySave : {false, true}) {
+        for (const Leftover& leftover : leftovers) {
+            writeFileBytes(file(leftover.name), "partial");
+            struct timespec times[2] = {{time(nullptr) - leftover.ageSeconds, 0},
+                                        {time(nullptr) - leftover.ageSeconds, 0}};
+            utimensat(AT_FDCWD, file(leftover.name).c_str(), times, 0);
+        }
+        if (bySave) {
+            m_cabs.saveCabinet(cab, "Collab", "RSS");
+        } else {
+            QsCab loaded = m_cabs.loadCabinet("Collab", "RSS");
+            EXPECT_TRUE(m_cabs.equal(cab, loaded));
+        }
+        for (const Leftover& leftover : leftovers)
+            EXPECT_EQ(g_file_test(file(leftover.name).c_str(), G_FILE_TEST_EXISTS),
+                      !leftover.removed)
+                << leftover.name << (bySave ? " on a save" : " on a load");
+    }
 }
 
 TEST_F(CGVariantCabinetsTest, KeepsTheDeepestNestingThatCanBeMade) {

@@ -76,16 +76,22 @@ TEST_F(SealingTest, AKeyFileThatCannotBeTrustedMakesSealingUnavailableAndIsLeftA
     struct Case {
         const char* name;
         void (*prepare)(const std::string& path);
+        const char* why; // told on standard error
     } cases[] = {
-        {"readable by others", [](const std::string& path) { writeFile(path, 32, 0644); }},
-        {"too short", [](const std::string& path) { writeFile(path, 31, 0600); }},
-        {"a folder", [](const std::string& path) { mkdir(path.c_str(), 0700); }},
+        {"readable by others", [](const std::string& path) { writeFile(path, 32, 0644); },
+         "others than its owner may use it"},
+        {"too short", [](const std::string& path) { writeFile(path, 31, 0600); },
+         "it is not the size of a key"},
+        {"a folder", [](const std::string& path) { mkdir(path.c_str(), 0700); },
+         "it is not a regular file"},
         {"a symbolic link",
          [](const std::string& path) {
              writeFile(path + ".real", 32, 0600);
              symlink((path + ".real").c_str(), path.c_str());
-         }},
-        {"below a file", [](const std::string& path) { writeFile(path + ".parent", 1, 0600); }},
+         },
+         "it is a symbolic link"},
+        {"below a file", [](const std::string& path) { writeFile(path + ".parent", 1, 0600); },
+         "Not a directory"},
     };
     int index = 0;
     for (const Case& c : cases) {
@@ -97,8 +103,14 @@ TEST_F(SealingTest, AKeyFileThatCannotBeTrustedMakesSealingUnavailableAndIsLeftA
             path += ".parent/key";
         std::string before = fileBytes(path);
         CAESGCMSealing sealing(path);
+        ::testing::internal::CaptureStderr();
         EXPECT_FALSE(sealing.available()) << c.name;
         EXPECT_FALSE(sealing.seal("a", "b")) << c.name;
+        // Said once, in one line, however often the key is wanted.
+        EXPECT_EQ(::testing::internal::GetCapturedStderr(),
+                  "vellum-host: the key file " + path + " was refused (" + c.why +
+                      "): saved passwords are not available\n")
+            << c.name;
         EXPECT_FALSE(sealing.unseal(*home.sealing().seal("a", "b"))) << c.name;
         EXPECT_EQ(fileBytes(path), before) << c.name;
     }

@@ -84,14 +84,15 @@ TEST_F(AuthCallbacksTest, InteractiveAnswersFollowTheirSteps) {
         int dialogs;
         bool storedAfter;
     } cases[] = {
-        {"the call's own, at any attempt",
+        {"the call's own, at a third attempt",
          &own,
          true,
-         5,
+         3,
          "",
          {1, "carol", "from-the-call"},
          0,
          true},
+        {"the call's own are not tried a fourth time", &own, true, 4, "", kNone, 0, true},
         {"a fourth attempt gives up", nullptr, true, 4, "", kNone, 0, true},
         {"stored, first attempt", nullptr, true, 1, "", {1, "alice", "stored-pw"}, 0, true},
         {"stored ones failed: forgotten, asked", nullptr, true, 2, "", fromDialog, 1, false},

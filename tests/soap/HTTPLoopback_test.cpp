@@ -161,12 +161,14 @@ TEST_F(HTTPLoopbackTest, AChallengeIsAnsweredByTheCallOrTheStoreOrEndsIn401) {
         const CAgg* authenticate;
         const char* stored;
         long status;
+        size_t requests; // that reach the server
     } cases[] = {
-        {"the call's own credentials", &own, nullptr, 200},
-        {"the call's own wrong ones", &wrong, nullptr, 401},
-        {"stored credentials", nullptr, "pw", 200},
-        {"stored wrong ones, then no dialog", nullptr, "nope", 401},
-        {"nothing at all", nullptr, nullptr, 401},
+        {"the call's own credentials", &own, nullptr, 200, 2},
+        // The first request and three answers to the challenge; never more.
+        {"the call's own wrong ones", &wrong, nullptr, 401, 4},
+        {"stored credentials", nullptr, "pw", 200, 2},
+        {"stored wrong ones, then no dialog", nullptr, "nope", 401, 2},
+        {"nothing at all", nullptr, nullptr, 401, 1},
     };
     for (const Case& c : cases) {
         CCredStore::instance()->clearCredentials(server127.c_str(), "vault");
@@ -175,7 +177,9 @@ TEST_F(HTTPLoopbackTest, AChallengeIsAnsweredByTheCallOrTheStoreOrEndsIn401) {
         CHTTPRequest request(ids, url.c_str());
         request.setAuthenticate(c.authenticate);
         ReplyRecord reply;
+        size_t before = server.requests().size();
         EXPECT_EQ(request.open(&ReplyRecord::consume, &reply), c.status) << c.what;
+        EXPECT_EQ(server.requests().size() - before, c.requests) << c.what;
         if (c.status == 200)
             EXPECT_EQ(reply.body, "<welcome/>") << c.what;
         else

@@ -65,6 +65,24 @@ TEST_F(SOAPAsyncTest, FailuresReachTheHandlerAsRecords) {
               "to reach does not exist.\",\"type\":\"NetworkError\"},\"undefined\"]");
 }
 
+TEST_F(SOAPAsyncTest, AReplyPastTheSizeLimitReachesTheHandlerAsANetworkError) {
+    host.preferences().setInt("SOAP", "MaxReplyMegabytes", 1);
+    std::string reply = soapTestData("echo-string-reply.xml");
+    reply.replace(reply.find(">hi<") + 1, 2, std::string(1u << 20, 'x'));
+    for (const char* type : {"text/xml", "multipart/related; boundary=\"b\"; start=\"<r>\""}) {
+        FakeReply answer = FakeReply::withBody(200, reply, 2048);
+        answer.headers.emplace_back("Content-Type", type);
+        host.network().addReply(kService + "/large", answer);
+        run("heard = [];");
+        start("/large", "large");
+        settle();
+        EXPECT_EQ(heard(), "large [{\"error\":-9,\"text\":\"The server returned an invalid "
+                           "response.\",\"type\":\"NetworkError\"},\"undefined\"]")
+            << type;
+        EXPECT_EQ(CSOAPRequestAsync::liveCount(), 0u);
+    }
+}
+
 TEST_F(SOAPAsyncTest, AHandlerThatThrowsStillEndsItsRequest) {
     queue("/a", 200, "echo-string-reply.xml", 2048);
     run("SOAP.request({cURL: '" + kService +

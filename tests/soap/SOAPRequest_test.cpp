@@ -5,6 +5,9 @@
 #include "tests/soap/SOAPScriptSupport.h"
 #include "values/CES.h"
 
+#include <iterator>
+#include <optional>
+
 using namespace soaptest;
 
 namespace {
@@ -68,6 +71,43 @@ TEST_F(SOAPRequestTest, CredentialsOfTheCallAnswerTheServersChallenge) {
               "{\"http://soapinterop.org/:echoStringResponse\":{\"return\":\"hi\"}}");
     using Pairs = std::vector<std::pair<std::string, std::string>>;
     EXPECT_EQ(host.network().sent().back().credentials, (Pairs{{"ann", "pw"}}));
+}
+
+/// An echo reply whose string is text bytes long.
+std::string echoReplyOf(size_t text) {
+    std::string reply = soapTestData("echo-string-reply.xml");
+    size_t at = reply.find(">hi<") + 1;
+    return reply.replace(at, 2, std::string(text, 'x'));
+}
+
+TEST_F(SOAPRequestTest, AReplyPastTheSizeLimitEndsInANetworkError) {
+    const std::string tooLarge =
+        "NetworkError: The server returned an invalid response. | statusCode=-9";
+    const std::string call = "SOAP.request(URL, {'urn:x:echo': {}})";
+    const std::string length = "'' + " + call +
+                               "['http://soapinterop.org/:echoStringResponse']"
+                               "['return'].length";
+    struct Case {
+        std::optional<int32_t> megabytes; // the preference; nothing leaves it unset
+        size_t text;                      // of the reply's string
+        std::string expression;
+        std::string outcome;
+    } cases[] = {
+        // Unset, the bound is generous. It comes first: a preference once set stays.
+        {std::nullopt, 3u << 20, length, "\"" + std::to_string(3u << 20) + "\""},
+        {1, (1u << 20) + 1, call, tooLarge},
+        // The limit counts the whole reply, envelope included.
+        {1, (1u << 20) - 100, call, tooLarge},
+        {1, (1u << 20) - 1000, length, "\"" + std::to_string((1u << 20) - 1000) + "\""},
+        {0, 3u << 20, length, "\"" + std::to_string(3u << 20) + "\""},
+    };
+    for (size_t row = 0; row < std::size(cases); ++row) {
+        const Case& c = cases[row];
+        if (c.megabytes)
+            host.preferences().setInt("SOAP", "MaxReplyMegabytes", *c.megabytes);
+        host.network().addReply(endpoint(row), FakeReply::withBody(200, echoReplyOf(c.text)));
+        EXPECT_EQ(runCase(row, c.expression), c.outcome) << row;
+    }
 }
 
 TEST_F(SOAPRequestTest, WireDumpIsASwitchUntilTheObjectIsDead) {

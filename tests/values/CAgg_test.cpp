@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <memory>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -238,6 +239,64 @@ TEST_F(CAggCore, CopiesAreDeepAndAssignmentSurvivesItsOwnParts) {
     CAgg moved(std::move(copy));
     EXPECT_EQ(copy.getType(), CAgg::eVoid);
     EXPECT_EQ(moved.getType(), CAgg::eMap);
+}
+
+TEST_F(CAggCore, CopiesOfASharedMapStillBehaveAsCopies) {
+    // Each change is made to one of three values that share one body of entries; the other two
+    // must not see it, whichever way the change is made.
+    struct Case {
+        const char* what;
+        void (*change)(CAgg&);
+        std::vector<std::string> keys; // of the changed value afterwards
+    };
+    const Case cases[] = {
+        {"indexing by text", [](CAgg& v) { v["c"] = CAgg("3"); }, {"1:a", "1:b", "1:c"}},
+        {"indexing by atom",
+         [](CAgg& v) { v[QsAtomFromString("c")] = CAgg("3"); },
+         {"1:a", "1:b", "1:c"}},
+        {"changing an entry",
+         [](CAgg& v) {
+             v["a"].toEStr();
+             v["a"] = CAgg("9");
+         },
+         {"1:a", "1:b"}},
+        {"removing", [](CAgg& v) { v.remove("a"); }, {"1:b"}},
+        {"through toMap", [](CAgg& v) { v.toMap().clear(); }, {}},
+        {"converting to a vector and back", [](CAgg& v) { v.toVector(); }, {"0:0"}},
+        {"flattening", [](CAgg& v) { v.map2VectorPERLStyle(); }, {"0:0", "0:1", "0:2", "0:3"}},
+        {"making independent", [](CAgg& v) { v.makeIndependent(); }, {"1:a", "1:b"}},
+    };
+    for (const Case& c : cases) {
+        CAgg original;
+        original["a"] = CAgg("1");
+        original["b"] = CAgg("2");
+        original.shareMap();
+        CAgg first(original);
+        CAgg second;
+        second = first;
+        c.change(first);
+        EXPECT_EQ(keysOf(first), c.keys) << c.what;
+        for (CAgg* other : {&original, &second}) {
+            EXPECT_EQ(keysOf(*other), (std::vector<std::string>{"1:a", "1:b"})) << c.what;
+            EXPECT_EQ(bytesOf((*other)["a"].toEStr()), "1") << c.what;
+        }
+    }
+    // A sharer outlives the value it was copied from, and copies of copies share too.
+    auto last = std::make_unique<CAgg>();
+    {
+        CAgg original;
+        original["k"] = CAgg("v");
+        original.shareMap();
+        CAgg middle(original);
+        *last = middle;
+    }
+    CAgg tree;
+    tree["inner"] = *last;
+    CAgg treeCopy(tree);
+    EXPECT_TRUE(treeCopy == tree);
+    last.reset();
+    EXPECT_EQ(bytesOf(treeCopy["inner"]["k"].toEStr()), "v");
+    EXPECT_EQ(bytesOf(tree["inner"]["k"].toEStr()), "v");
 }
 
 TEST_F(CAggCore, PagesAreAcquiredByEveryCopyAndReleasedByEachRelease) {

@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -125,6 +127,50 @@ TEST_F(XML2CAgg, ReadsAStreamInBlocks) {
     CXML2CAgg whole;
     ASSERT_EQ(whole.parse(text.data(), static_cast<int>(text.size()), 1), 1);
     EXPECT_EQ(dump(parser.getRoot()), dump(whole.getRoot()));
+}
+
+TEST_F(XML2CAgg, ALargeTextFedInBlocksReadsBackExactly) {
+    // A text of several megabytes in one element, made of units that hold an entity, a
+    // character reference and a CDATA section. The block sizes are prime to the units'
+    // lengths, so every offset within a unit, the middle of each reference and of each CDATA
+    // marker among them, falls on a block edge somewhere. The ASCII half comes first, so the
+    // node's string changes form once the characters past ASCII arrive.
+    struct Unit {
+        const char* markup;
+        const char* text;
+    };
+    const Unit units[] = {
+        {"plain text &amp; more <![CDATA[<raw> & ]]>tail&#65;|",
+         "plain text & more <raw> & tailA|"},
+        {"caf\xC3\xA9 &#xE9;&lt;<![CDATA[]]]]><![CDATA[>]]>\xE2\x82\xAC\xD0\x96|",
+         "caf\xC3\xA9 \xC3\xA9<]]>\xE2\x82\xAC\xD0\x96|"},
+    };
+    std::string document = "<r>";
+    std::string expected;
+    for (const Unit& unit : units) {
+        for (size_t bytes = 0; bytes < (3u << 20) / 2; bytes += std::strlen(unit.markup)) {
+            document += unit.markup;
+            expected += unit.text;
+        }
+    }
+    document += "</r>";
+    for (size_t block : {2048, 2047, 4099}) {
+        CXML2CAgg parser;
+        for (size_t at = 0; at < document.size(); at += block) {
+            size_t n = std::min(block, document.size() - at);
+            ASSERT_EQ(parser.parse(document.data() + at, static_cast<int>(n), 0), 1) << block;
+        }
+        ASSERT_EQ(parser.parse(nullptr, 0, 1), 1) << block;
+        CXMLElement root(parser.getRoot());
+        ASSERT_EQ(root.childCount(), 1) << block;
+        CEStr text = root.getValue();
+        EXPECT_EQ(EStrGetEncoding(text), kEStrUCS) << block;
+        std::string got = ESTR2UTF8(text);
+        ASSERT_EQ(got.size(), expected.size()) << block;
+        EXPECT_TRUE(got == expected)
+            << block << ": differs first at byte "
+            << std::mismatch(got.begin(), got.end(), expected.begin()).first - got.begin();
+    }
 }
 
 TEST_F(XML2CAgg, BadInputFailsWithAMessage) {
