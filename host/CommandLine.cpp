@@ -27,7 +27,8 @@ constexpr CommandText kCommands[] = {
      "Runs the script in FILE (UTF-8) in a context whose current event is Console/Exec, with the\n"
      "plug-in loaded, then waits until no work it started is pending. console.println writes a\n"
      "line to standard output. An uncaught exception is written to standard error as\n"
-     "\"name: message\" (a thrown value without a name as \"uncaught exception: value\").\n"},
+     "\"FILE:LINE: name: message\" (a thrown value without a name as \"FILE:LINE: uncaught\n"
+     "exception: value\"; without FILE:LINE when it was raised outside FILE).\n"},
     {"console", "console", "read script a line at a time and print the value of each piece",
      "Reads script from standard input a line at a time; lines are joined while a bracket,\n"
      "string or comment is open. Each piece runs as run runs a file, its value is printed, and\n"

@@ -112,6 +112,10 @@ std::string CScriptRunner::describeException() {
     } catch (const HostError&) {
         // The exception's own properties failed to read: it is told without them.
     }
+    // Raised in the named source: "file:line: " before it, as compilers and other engines say.
+    auto [source, line] = m_engine.lastErrorLocation(m_context);
+    if (!m_sourceName.empty() && source == m_sourceName && line > 0)
+        text = m_sourceName + ":" + std::to_string(line) + ": " + text;
     m_engine.clearException(m_context);
     m_describing = false;
     return text;
@@ -127,8 +131,8 @@ bool CScriptRunner::evaluate(const std::string& source, std::string* result) {
     m_evaluating = true;
     bool ok = true;
     try {
-        m_engine.evaluate(m_context, m_event, marked.data(), static_cast<long>(marked.size()),
-                          value.get());
+        m_engine.evaluateNamed(m_context, m_event, marked.data(), static_cast<long>(marked.size()),
+                               value.get(), m_sourceName);
     } catch (const HostError&) {
         ok = false;
     }
@@ -284,6 +288,7 @@ int RunScriptFile(CSpiderMonkeyEngine& engine, CMainLoop& loop, const std::strin
     }
     CScriptRunner runner(engine, loop, out, errors);
     runner.catchInterrupts();
+    runner.setSourceName(path);
     return runner.run(source, timeoutSeconds);
 }
 

@@ -16,6 +16,7 @@
 
 #include <iosfwd>
 #include <string>
+#include <utility>
 
 class CSpiderMonkeyEngine;
 class CMainLoop;
@@ -41,6 +42,10 @@ public:
     /// From here on, Ctrl-C stops a run instead of ending the process; at the console's prompt
     /// it drops the piece being typed.
     void catchInterrupts() { m_watchdog.catchInterrupts(); }
+
+    /// Names the source that evaluate runs (a script file's path): an uncaught exception raised
+    /// in it is told with the name and the line.
+    void setSourceName(std::string name) { m_sourceName = std::move(name); }
 
     /// Makes the context, on which the plug-in's context initialisers run, and its event.
     bool open();
@@ -77,6 +82,7 @@ private:
     std::ostream& m_errors;
     ESContext m_context = nullptr;
     ESEvent m_event = nullptr;
+    std::string m_sourceName;
     bool m_evaluating = false;
     bool m_describing = false;
     bool m_callbackFailed = false;

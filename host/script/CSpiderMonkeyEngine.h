@@ -49,6 +49,13 @@ public:
     void setStopCheck(std::function<bool()> check);
     /// Makes the engine check for interrupts soon. Safe to call from any thread.
     void requestInterrupt();
+    /// evaluate, with the source named sourceName in error reports (a script file's path) rather
+    /// than after the context.
+    void evaluateNamed(ESContext context, ESEvent event, const char* source, long length,
+                       ESVal result, const std::string& sourceName);
+    /// Where the context's last script error was raised: the name of the source and the line,
+    /// or an empty name and 0 when the engine did not say.
+    std::pair<std::string, int32_t> lastErrorLocation(ESContext context) const;
 
     // The table.
 

@@ -57,6 +57,8 @@ struct _s_ESContextRec {
     ESErrorHandlerProc errorHandler = nullptr;
     void* errorData = nullptr;
     bool inErrorHandler = false;
+    std::string lastErrorSource; // where the last script error was raised
+    int32_t lastErrorLine = 0;
     int activeCount = 0; // times on the active stack
     bool dead = false;
     bool destroyWhenIdle = false;

@@ -48,14 +48,18 @@ std::string ownDataText(JSContext* cx, JS::HandleObject object, const char* name
 }
 
 // What a thrown value says, read without side effects: "name: message" for an error object.
-std::string describeException(JSContext* cx, const JS::ExceptionStack& stack, int32_t& line) {
+std::string describeException(JSContext* cx, const JS::ExceptionStack& stack, int32_t& line,
+                              std::string& source) {
     std::string text;
     JS::ErrorReportBuilder report(cx);
     if (report.init(cx, stack, JS::ErrorReportBuilder::NoSideEffects)) {
         if (report.toStringResult())
             text = report.toStringResult().c_str();
-        if (report.report())
+        if (report.report()) {
             line = static_cast<int32_t>(report.report()->lineno);
+            if (report.report()->filename)
+                source = report.report()->filename;
+        }
     }
     JS_ClearPendingException(cx);
     if (stack.exception().isObject()) {
@@ -183,17 +187,20 @@ int32_t CSpiderMonkeyEngine::Impl::reportFailure(ESContext context) {
     JSAutoRealm realm(cx, globalOf(context));
     int32_t number = 0;
     int32_t line = 0;
+    std::string source;
     std::string message = "The script was stopped or ran out of memory.";
     JS::ExceptionStack stack(cx);
     if (JS_IsExceptionPending(cx) && JS::StealPendingExceptionStack(cx, &stack)) {
         number = errorNumberOf(stack.exception());
-        message = describeException(cx, stack, line);
+        message = describeException(cx, stack, line, source);
         context->exception->value = stack.exception();
     } else {
         JS_ClearPendingException(cx);
         context->exception->value.setUndefined();
     }
     context->hasException = true;
+    context->lastErrorSource = source;
+    context->lastErrorLine = line;
     // An error inside the handler itself is only printed, so that it cannot call itself on.
     if (!context->errorHandler || context->inErrorHandler) {
         defaultReport(context, line, message);
@@ -337,6 +344,17 @@ bool CSpiderMonkeyEngine::callFunction(ESObject self, ESVal function, const ESVa
 
 void CSpiderMonkeyEngine::evaluate(ESContext context, ESEvent event, const char* source,
                                    long length, ESVal result) {
+    evaluateNamed(context, event, source, length, result, std::string());
+}
+
+std::pair<std::string, int32_t> CSpiderMonkeyEngine::lastErrorLocation(ESContext context) const {
+    if (!m_impl->usable(context))
+        return {std::string(), 0};
+    return {context->lastErrorSource, context->lastErrorLine};
+}
+
+void CSpiderMonkeyEngine::evaluateNamed(ESContext context, ESEvent event, const char* source,
+                                        long length, ESVal result, const std::string& sourceName) {
     Impl& impl = *m_impl;
     JSContext* cx = impl.cx;
     if (!impl.usable(context))
@@ -357,7 +375,7 @@ void CSpiderMonkeyEngine::evaluate(ESContext context, ESEvent event, const char*
     std::u16string units = SMTextToUnits(source, length, impl.encodings);
     JSAutoRealm realm(cx, impl.globalOf(context));
     JS::CompileOptions options(cx);
-    options.setFileAndLine(context->name.c_str(), 1);
+    options.setFileAndLine(sourceName.empty() ? context->name.c_str() : sourceName.c_str(), 1);
     JS::SourceText<char16_t> text;
     JS::RootedValue value(cx);
     if (!text.init(cx, units.data(), units.size(), JS::SourceOwnership::Borrowed) ||

@@ -76,7 +76,12 @@ TEST(ScriptFiles, EachScriptGivesItsOutputErrorsAndStatus) {
         Outcome outcome = runHost({"--timeout", "20", "run", script.string()}, scratch);
         EXPECT_EQ(outcome.status, expectedStatus(readFile(script))) << script;
         EXPECT_EQ(outcome.out, readFile(expected.replace_extension(".out"))) << script;
-        EXPECT_EQ(outcome.err, readFile(expected.replace_extension(".err"))) << script;
+        // An uncaught exception is told with the script's path and the line: {script}.
+        std::string errors = readFile(expected.replace_extension(".err"));
+        for (size_t at = errors.find("{script}"); at != std::string::npos;
+             at = errors.find("{script}", at))
+            errors.replace(at, 8, script.string());
+        EXPECT_EQ(outcome.err, errors) << script;
     }
     EXPECT_GT(scripts, 0);
     fs::remove_all(scratch);
