@@ -1,0 +1,494 @@
+#include "rss/CRSSReader.h"
+
+#include "values/CAggWalk.h"
+#include "values/MD5.h"
+#include "values/miRFC822Date.h"
+#include "xml/CAgg2XML.h"
+#include "xml/CXML2CAgg.h"
+
+#include <string>
+
+namespace {
+
+/// The names the reader compares with, made once for the life of the process.
+struct Names {
+    CEStr atomNS{"http://purl.org/atom/ns#", kEStrPDFDoc};
+    CEStr rss1NS{"http://purl.org/rss/1.0/", kEStrPDFDoc};
+    CEStr contentNS{kRSSContentNamespace, kEStrPDFDoc};
+    CEStr xhtmlNS{"http://www.w3.org/1999/xhtml", kEStrPDFDoc};
+
+    CEStr feed{"feed", kEStrPDFDoc};
+    CEStr rss{"rss", kEStrPDFDoc};
+    CEStr rdf{"RDF", kEStrPDFDoc};
+    CEStr channel{"channel", kEStrPDFDoc};
+    CEStr title{"title", kEStrPDFDoc};
+    CEStr link{"link", kEStrPDFDoc};
+    CEStr description{"description", kEStrPDFDoc};
+    CEStr lastBuildDate{"lastBuildDate", kEStrPDFDoc};
+    CEStr ttl{"ttl", kEStrPDFDoc};
+    CEStr image{"image", kEStrPDFDoc};
+    CEStr url{"url", kEStrPDFDoc};
+    CEStr item{"item", kEStrPDFDoc};
+    CEStr skipDays{"skipDays", kEStrPDFDoc};
+    CEStr encoded{"encoded", kEStrPDFDoc};
+    CEStr body{"body", kEStrPDFDoc};
+    CEStr guid{"guid", kEStrPDFDoc};
+    CEStr pubDate{"pubDate", kEStrPDFDoc};
+    CEStr author{"author", kEStrPDFDoc};
+    CEStr comments{"comments", kEStrPDFDoc};
+    CEStr tagline{"tagline", kEStrPDFDoc};
+    CEStr modified{"modified", kEStrPDFDoc};
+    CEStr entry{"entry", kEStrPDFDoc};
+    CEStr content{"content", kEStrPDFDoc};
+    CEStr summary{"summary", kEStrPDFDoc};
+    CEStr id{"id", kEStrPDFDoc};
+    CEStr name{"name", kEStrPDFDoc};
+    CEStr email{"email", kEStrPDFDoc};
+    CEStr weekdays[7] = {{"Sunday", kEStrPDFDoc},   {"Monday", kEStrPDFDoc},
+                         {"Tuesday", kEStrPDFDoc},  {"Wednesday", kEStrPDFDoc},
+                         {"Thursday", kEStrPDFDoc}, {"Friday", kEStrPDFDoc},
+                         {"Saturday", kEStrPDFDoc}};
+    CEStr empty{"", kEStrPDFDoc};
+};
+
+const Names& names() {
+    static const Names kNames;
+    return kNames;
+}
+
+bool same(const _EStrRec* a, const _EStrRec* b) {
+    return EStrCmp(a, b) == 0;
+}
+
+bool isEmpty(const _EStrRec* s) {
+    return !s || EStrGetCharLen(s) == 0;
+}
+
+/// The element's child records; null when it has none.
+CAgg::CAggVector* childrenOf(CAgg& element) {
+    if (!element.has(kXMLKeyChildren))
+        return nullptr;
+    CAgg& children = element[kXMLKeyChildren];
+    return children.getType() == CAgg::eVector ? &children.toVector() : nullptr;
+}
+
+/// The element's child records; an empty list when it has none.
+CAgg::CAggVector& childList(CAgg& element) {
+    static CAgg::CAggVector none;
+    CAgg::CAggVector* children = childrenOf(element);
+    return children ? *children : none;
+}
+
+/// The local name and namespace of a child, read without copying when they are plain strings.
+class Child {
+public:
+    explicit Child(CAgg& node) : view(node) {
+        if (!view.isElement())
+            return;
+        element = true;
+        name = textOf(node, kXMLKeyName, m_name);
+        nameSpace = textOf(node, kXMLKeyNameSpace, m_nameSpace);
+    }
+
+    bool is(const CEStr& local) const { return same(name, local); }
+    bool is(const CEStr& local, const CEStr& ns) const {
+        return same(name, local) && same(nameSpace, ns);
+    }
+    bool hasNameSpace() const { return !isEmpty(nameSpace); }
+    /// The key of the element in an Extension map: namespace, ":" and local name, or the local
+    /// name alone.
+    CEStr extensionKey() const {
+        if (!hasNameSpace())
+            return CEStr(name);
+        CEStr key(nameSpace);
+        key += CEStr(":", kEStrPDFDoc);
+        key += CEStr(name);
+        return key;
+    }
+
+    CXMLElement view;
+    bool element = false;
+    const _EStrRec* name = names().empty;
+    const _EStrRec* nameSpace = names().empty;
+
+private:
+    static const _EStrRec* textOf(CAgg& node, QsAtom key, CEStr& keep) {
+        if (!node.has(key))
+            return names().empty;
+        CAgg& value = node[key];
+        if (value.getType() == CAgg::eEStr)
+            return value.toEStr();
+        keep = CAggValueText(value);
+        return keep;
+    }
+
+    CEStr m_name;
+    CEStr m_nameSpace;
+};
+
+CAgg stringValue(const CEStr& text) {
+    return CAgg(text.get());
+}
+
+void setDescription(CAgg& item, const CEStr& text) {
+    item[kRSSKeyDescription] = stringValue(text);
+    item[kRSSKeyHash] = stringValue(makeMD5String(text.get()));
+}
+
+/// The record's Description, read without changing its type; empty when absent.
+CEStr descriptionOf(CAgg& record) {
+    if (!record.has(kRSSKeyDescription))
+        return CEStr(names().empty);
+    return CAggValueText(record[kRSSKeyDescription]);
+}
+
+} // namespace
+
+CAgg CRSSReader::readMessage(CAgg root) {
+    const Names& n = names();
+    record = CAgg();
+    Child top(root);
+    if (top.is(n.feed, n.atomNS)) {
+        readAtom(root, record);
+        return record;
+    }
+
+    CEStr version = top.view.getAttribute("version");
+    const char* v = EStrGetBytes(version);
+    if (miStrcmp(v, "0.91") == 0 || miStrcmp(v, "0.92") == 0 || miStrcmp(v, "0.93") == 0)
+        dialect = kRSSDialect09x;
+    else if (miStrcmp(v, "1.0") == 0)
+        dialect = kRSSDialectRDF;
+    else if (miStrcmp(v, "2.0") == 0)
+        dialect = kRSSDialect20;
+    else if (top.is(n.rss))
+        dialect = kRSSDialect09x;
+    else if (top.is(n.rdf))
+        dialect = kRSSDialectRDF;
+    else
+        return CAgg();
+
+    CAgg emptyChannel;
+    CAgg* channel = &emptyChannel;
+    if (CAgg::CAggVector* children = childrenOf(root)) {
+        for (CAgg& node : *children) {
+            Child child(node);
+            if (child.element && child.is(n.channel)) {
+                channel = &node;
+                break;
+            }
+        }
+    }
+    readChannel(*channel, record);
+
+    if (dialect == kRSSDialectRDF) {
+        if (CAgg::CAggVector* children = childrenOf(root)) {
+            for (CAgg& node : *children) {
+                Child child(node);
+                if (child.element && child.is(n.item))
+                    readItem(node, record[kRSSKeyItems].toVector());
+            }
+        }
+    }
+    return record;
+}
+
+void CRSSReader::readChannel(CAgg& element, CAgg& feed) {
+    const Names& n = names();
+    CAgg::CAggVector* children = childrenOf(element);
+    if (!children)
+        return;
+    for (CAgg& node : *children) {
+        Child child(node);
+        if (!child.element)
+            continue;
+        // In RDF every namespace enters, the RSS 1.0 one and any other alike.
+        bool ladder = !child.hasNameSpace() || dialect == kRSSDialectRDF;
+        if (ladder && child.is(n.title)) {
+            feed[kRSSKeyTitle] = stringValue(child.view.getValue());
+        } else if (ladder && child.is(n.title)) {
+            // Never reached, intended: this second title test is the only road to a channel
+            // Link, so a channel's link is not stored and RSS and RDF feeds keep no Link.
+            feed[kRSSKeyLink] = stringValue(child.view.getValue());
+        } else if (ladder && child.is(n.description)) {
+            // The first description wins; a later one is ignored.
+            if (!feed.has(kRSSKeyDescription))
+                feed[kRSSKeyDescription] = stringValue(child.view.getValue());
+        } else if (ladder && child.is(n.lastBuildDate)) {
+            CEStr value = child.view.getValue();
+            feed[kRSSKeyModDate] = CAgg(parseARPADate(value));
+        } else if (ladder && child.is(n.ttl)) {
+            CAgg& slot = feed[kRSSKeyTTL];
+            slot = stringValue(child.view.getValue());
+            long minutes = slot.toQsInt32();
+            if (minutes > 0)
+                ttl = static_cast<int32_t>(minutes);
+        } else if (ladder && child.is(n.image)) {
+            readImage(node, feed[kRSSKeyImage]);
+        } else if (ladder && child.is(n.ttl)) {
+            // Never reached, intended: ttl is taken by the rung above.
+            feed[kRSSKeyTTL] = stringValue(child.view.getValue());
+        } else if (ladder && dialect != kRSSDialectRDF && child.is(n.item)) {
+            readItem(node, feed[kRSSKeyItems].toVector());
+        } else if (ladder && dialect == kRSSDialect20 && child.is(n.skipDays)) {
+            // The days are told by the children's names, <Monday/>; the text of <day> is not
+            // read, so the customary <day>Monday</day> sets nothing.
+            skipDays = 0;
+            for (CAgg& dayNode : childList(node)) {
+                Child day(dayNode);
+                for (uint32_t bit = 0; day.element && bit < 7; ++bit) {
+                    if (day.is(n.weekdays[bit]))
+                        skipDays |= 1u << bit;
+                }
+            }
+        } else if (ladder && dialect == kRSSDialect20 && child.is(n.skipDays)) {
+            // Never reached, intended: the hours test compares with skipDays, which the rung
+            // above has taken, so skipHours stays 0 for every feed.
+            for (CAgg& hourNode : childList(node)) {
+                Child hour(hourNode);
+                int value = hour.element ? miAtoi(EStrGetBytes(hour.name)) : 24;
+                if (value >= 0 && value < 24)
+                    skipHours |= 1u << value;
+            }
+        } else if (child.is(n.encoded, n.contentNS)) {
+            // The content module overwrites whatever description came before.
+            feed[kRSSKeyDescription] = stringValue(child.view.getValue());
+        } else if (dialect == kRSSDialect20 && child.hasNameSpace()) {
+            parseExtension(feed[kRSSKeyExtension][child.extensionKey()], child.view);
+        }
+    }
+}
+
+void CRSSReader::readImage(CAgg& element, CAgg& image) {
+    const Names& n = names();
+    CAgg::CAggVector* children = childrenOf(element);
+    if (!children)
+        return;
+    for (CAgg& node : *children) {
+        Child child(node);
+        if (!child.element)
+            continue;
+        bool ladder =
+            !child.hasNameSpace() || (dialect == kRSSDialectRDF && same(child.nameSpace, n.rss1NS));
+        if (ladder && child.is(n.title))
+            image[kRSSKeyTitle] = stringValue(child.view.getValue());
+        else if (ladder && child.is(n.link))
+            image[kRSSKeyLink] = stringValue(child.view.getValue());
+        else if (ladder && child.is(n.url))
+            image[kRSSKeyURL] = stringValue(child.view.getValue());
+        else if (dialect == kRSSDialect20 && child.hasNameSpace())
+            parseExtension(image[kRSSKeyExtension][child.extensionKey()], child.view);
+    }
+}
+
+void CRSSReader::readItem(CAgg& element, std::vector<CAgg>& items) {
+    const Names& n = names();
+    CAgg item = CAgg::atomMapWithRoom(8);
+    for (CAgg& node : childList(element)) {
+        Child child(node);
+        if (!child.element)
+            continue;
+        bool ladder = !child.hasNameSpace() || dialect == kRSSDialectRDF;
+        if (ladder && child.is(n.description)) {
+            // The first description wins, an empty one too; content:encoded still overwrites.
+            if (!item.has(kRSSKeyDescription))
+                setDescription(item, child.view.getValue());
+        } else if (ladder && dialect == kRSSDialect20 && child.is(n.guid)) {
+            item[kRSSKeyGuid] = stringValue(child.view.getValue());
+        } else if (ladder && child.is(n.title)) {
+            item[kRSSKeyTitle] = stringValue(child.view.getValue());
+        } else if (ladder && child.is(n.link)) {
+            item[kRSSKeyLink] = stringValue(child.view.getValue());
+        } else if (ladder && child.is(n.pubDate)) {
+            CEStr value = child.view.getValue();
+            item[kRSSKeyModDate] = CAgg(parseARPADate(value));
+        } else if (ladder && child.is(n.author)) {
+            item[kRSSKeyAuthor] = stringValue(child.view.getValue());
+        } else if (ladder && child.is(n.comments)) {
+            CEStr value = child.view.getValue();
+            if (!isEmpty(value)) {
+                item[kRSSKeyComments] = stringValue(value);
+                comments.push_back(value);
+            }
+        } else if (child.is(n.encoded, n.contentNS)) {
+            CEStr value = child.view.getValue();
+            if (!isEmpty(value))
+                setDescription(item, value);
+        } else if (child.is(n.body, n.xhtmlNS)) {
+            CEStr text(names().empty);
+            for (CAgg& part : childList(node))
+                text += CEStr::adopt(flattenXML(part));
+            if (!isEmpty(text))
+                setDescription(item, text);
+        } else if (dialect == kRSSDialect20 && child.hasNameSpace()) {
+            parseExtension(item[kRSSKeyExtension][child.extensionKey()], child.view);
+        }
+    }
+    // An item is kept even when nothing in it was read.
+    items.push_back(std::move(item));
+}
+
+void CRSSReader::parseExtension(CAgg& slot, CXMLElement& element) {
+    parseExtensionAt(slot, element, 0);
+}
+
+void CRSSReader::parseExtensionAt(CAgg& slot, CXMLElement& element, long depth) {
+    CEStr value = element.getValue();
+    if (!isEmpty(value)) {
+        slot = stringValue(value);
+        return;
+    }
+    // A parsed tree is never deeper than this; a tree built by hand stops here.
+    if (depth >= CXML2CAgg::kMaxDepth)
+        return;
+    CAgg::CAggVector* children = childrenOf(element.record());
+    if (!children)
+        return;
+    for (CAgg& node : *children) {
+        Child child(node);
+        if (!child.element)
+            continue;
+        CAgg& entry = slot[child.extensionKey()];
+        if (entry.getType() == CAgg::eVoid) {
+            parseExtensionAt(entry, child.view, depth + 1);
+            continue;
+        }
+        if (CAggIsString(entry)) {
+            CAgg first(std::move(entry));
+            entry = CAgg();
+            entry.toVector().push_back(std::move(first));
+        }
+        if (entry.getType() == CAgg::eVector) {
+            CAgg::CAggVector& list = entry.toVector();
+            list.emplace_back();
+            parseExtensionAt(list.back(), child.view, depth + 1);
+        }
+        // Anything else, such as a map an earlier child of that name built: the repeated
+        // child is dropped.
+    }
+}
+
+long CRSSReader::parseARPADate(EStr text) {
+    if (isEmpty(text))
+        return 0;
+    std::string bytes = EStrToUTF8(text);
+    miRFC822Time time;
+    if (!ParseRFC822Date(bytes.data(), bytes.size(), &time))
+        return 0;
+    // Dates past 2038 wrap: the value only orders and dates articles.
+    return static_cast<int32_t>(static_cast<uint32_t>(miRFC822TimeToSeconds(time)));
+}
+
+void CRSSReader::readAtom(CAgg& element, CAgg& feed) {
+    const Names& n = names();
+    CAgg::CAggVector* children = childrenOf(element);
+    if (!children)
+        return;
+    for (CAgg& node : *children) {
+        Child child(node);
+        // Elements in no namespace are not Atom's and not an extension's.
+        if (!child.element || !child.hasNameSpace())
+            continue;
+        if (child.is(n.title, n.atomNS)) {
+            feed[kRSSKeyTitle] = stringValue(child.view.getValue());
+        } else if (child.is(n.link, n.atomNS)) {
+            // The feed's link is its text; the href attribute is read at entry level only.
+            feed[kRSSKeyLink] = stringValue(child.view.getValue());
+        } else if (child.is(n.tagline, n.atomNS)) {
+            feed[kRSSKeyDescription] = stringValue(child.view.getValue());
+        } else if (child.is(n.modified, n.atomNS)) {
+            CEStr value = child.view.getValue();
+            feed[kRSSKeyModDate] = CAgg(parseARPADate(value));
+        } else if (child.is(n.author, n.atomNS)) {
+            readAtomPerson(node, feed[kRSSKeyAuthor]);
+        } else if (child.is(n.entry, n.atomNS)) {
+            readAtomEntry(feed, node, feed[kRSSKeyItems].toVector());
+        } else {
+            parseExtension(feed[kRSSKeyExtension][child.extensionKey()], child.view);
+        }
+    }
+}
+
+EStr CRSSReader::flattenXML(CAgg& node) {
+    CAgg2XML serialiser(node, false);
+    std::string text;
+    char chunk[4096];
+    for (long count; (count = serialiser.readProc(chunk, sizeof chunk)) > 0;)
+        text.append(chunk, static_cast<size_t>(count));
+    // The serialiser writes UTF-8; the string keeps the characters, in PDFDocEncoding when they
+    // are all ASCII.
+    return EStrFromUTF8(text).release();
+}
+
+void CRSSReader::readAtomEntry(CAgg& feed, CAgg& element, std::vector<CAgg>& items) {
+    const Names& n = names();
+    CAgg entry = CAgg::atomMapWithRoom(8);
+    for (CAgg& node : childList(element)) {
+        // Before each child the feed's author is put back, so the entry's own author survives
+        // only as its last child: elsewhere the feed's author wins, intended.
+        if (feed.has(kRSSKeyAuthor))
+            entry[kRSSKeyAuthor] = feed[kRSSKeyAuthor];
+        else if (entry.has(kRSSKeyAuthor))
+            entry.remove(kRSSKeyAuthor);
+
+        Child child(node);
+        if (!child.element)
+            continue;
+        bool summary = child.is(n.summary, n.atomNS);
+        if (summary || child.is(n.content, n.atomNS)) {
+            // content beats a summary that follows it; a content after a summary still runs.
+            if (summary && !isEmpty(descriptionOf(entry)))
+                continue;
+            CEStr mode = child.view.getAttribute("mode");
+            CEStr text = descriptionOf(entry);
+            if (isEmpty(mode) || miStrcmp(EStrGetBytes(mode), "xml") == 0) {
+                // Repeated content elements add up.
+                for (CAgg& part : childList(node))
+                    text += CEStr::adopt(flattenXML(part));
+            } else {
+                // Escaped and base64 content alike are taken as they stand.
+                text = child.view.getValue();
+            }
+            setDescription(entry, text);
+        } else if (child.is(n.id, n.atomNS)) {
+            entry[kRSSKeyGuid] = stringValue(child.view.getValue());
+        } else if (child.is(n.title, n.atomNS)) {
+            entry[kRSSKeyTitle] = stringValue(child.view.getValue());
+        } else if (child.is(n.link, n.atomNS)) {
+            // The last link wins, whatever its rel or type.
+            readAtomLocation(node, entry[kRSSKeyLink]);
+        } else if (child.is(n.modified, n.atomNS)) {
+            CEStr value = child.view.getValue();
+            entry[kRSSKeyModDate] = CAgg(parseARPADate(value));
+        } else if (child.is(n.author, n.atomNS)) {
+            readAtomPerson(node, entry[kRSSKeyAuthor]);
+        } else if (child.hasNameSpace()) {
+            parseExtension(entry[kRSSKeyExtension][child.extensionKey()], child.view);
+        }
+    }
+    items.push_back(std::move(entry));
+}
+
+void CRSSReader::readAtomPerson(CAgg& element, CAgg& author) {
+    const Names& n = names();
+    CAgg::CAggVector* children = childrenOf(element);
+    if (!children)
+        return;
+    for (CAgg& node : *children) {
+        Child child(node);
+        if (!child.element)
+            continue;
+        // A person's name and URL are passed over: Author is the e-mail alone, intended.
+        if (child.is(n.name, n.atomNS))
+            continue;
+        if (child.is(n.url, n.atomNS))
+            continue;
+        if (child.is(n.email, n.atomNS))
+            author = stringValue(child.view.getValue());
+    }
+}
+
+void CRSSReader::readAtomLocation(CAgg& element, CAgg& link) {
+    CXMLElement view(element);
+    link = stringValue(view.getAttribute("href"));
+}
