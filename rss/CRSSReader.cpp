@@ -207,8 +207,7 @@ void CRSSReader::readChannel(CAgg& element, CAgg& feed) {
         if (ladder && child.is(n.title)) {
             feed[kRSSKeyTitle] = stringValue(child.view.getValue());
         } else if (ladder && child.is(n.title)) {
-            // Never reached, intended: this second title test is the only road to a channel
-            // Link, so a channel's link is not stored and RSS and RDF feeds keep no Link.
+            // Never reached, intended: a channel's link is not stored; the feed keeps no Link.
             feed[kRSSKeyLink] = stringValue(child.view.getValue());
         } else if (ladder && child.is(n.description)) {
             // The first description wins; a later one is ignored.
@@ -242,8 +241,7 @@ void CRSSReader::readChannel(CAgg& element, CAgg& feed) {
                 }
             }
         } else if (ladder && dialect == kRSSDialect20 && child.is(n.skipDays)) {
-            // Never reached, intended: the hours test compares with skipDays, which the rung
-            // above has taken, so skipHours stays 0 for every feed.
+            // Never reached, intended: the hours test names skipDays, so skipHours stays 0.
             for (CAgg& hourNode : childList(node)) {
                 Child hour(hourNode);
                 int value = hour.element ? miAtoi(EStrGetBytes(hour.name)) : 24;
