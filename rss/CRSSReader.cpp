@@ -64,12 +64,48 @@ bool isEmpty(const _EStrRec* s) {
     return !s || EStrGetCharLen(s) == 0;
 }
 
+/// The atoms of the element records, looked up once for each call from outside rather than
+/// at every node: looking up a CLazyAtom costs a call into the core table.
+struct Keys {
+    QsAtom type, name, nameSpace, children, text, element, textType;
+    void refresh() {
+        type = kXMLKeyType;
+        name = kXMLKeyName;
+        nameSpace = kXMLKeyNameSpace;
+        children = kXMLKeyChildren;
+        text = kXMLKeyText;
+        element = kXMLTypeElement;
+        textType = kXMLTypeText;
+    }
+};
+
+Keys gKeys;
+
+/// The entry of a record; null when it has none. Never adds anything.
+CAgg* entryOf(CAgg& node, QsAtom key) {
+    if (node.getType() == CAgg::eQsAtomMap) {
+        CAggAtomMap& map = node.toQsAtomMap();
+        auto at = map.find(key);
+        return at == map.end() ? nullptr : &at->second;
+    }
+    return node.has(key) ? &node[key] : nullptr;
+}
+
+/// The node's type atom; the null atom when it has none.
+QsAtom typeOf(CAgg& node) {
+    CAgg* type = entryOf(node, gKeys.type);
+    if (!type)
+        return kQsNullAtom;
+    if (type->getType() == CAgg::eQsAtom)
+        return type->toQsAtom();
+    CAgg copy(*type);
+    return copy.toQsAtom();
+}
+
 /// The element's child records; null when it has none.
 CAgg::CAggVector* childrenOf(CAgg& element) {
-    if (!element.has(kXMLKeyChildren))
-        return nullptr;
-    CAgg& children = element[kXMLKeyChildren];
-    return children.getType() == CAgg::eVector ? &children.toVector() : nullptr;
+    CAgg* children = entryOf(element, gKeys.children);
+    return children && children->getType() == CAgg::eVector ? &children->toVector() : nullptr;
 }
 
 /// The element's child records; an empty list when it has none.
@@ -79,15 +115,44 @@ CAgg::CAggVector& childList(CAgg& element) {
     return children ? *children : none;
 }
 
+/// The text of the element's direct text children, joined, as CXMLElement::getValue reads it,
+/// made a string value. A single text run is copied once.
+CAgg valueOf(CAgg& element) {
+    CAgg* single = nullptr;
+    CEStr joined;
+    long runs = 0;
+    for (CAgg& child : childList(element)) {
+        if (typeOf(child) != gKeys.textType)
+            continue;
+        CAgg* text = entryOf(child, gKeys.text);
+        if (!text || text->getType() == CAgg::eQsStm)
+            continue; // reading would use the stream up
+        if (++runs == 1 && text->getType() == CAgg::eEStr) {
+            single = text;
+            continue;
+        }
+        if (single) {
+            joined = CEStr(single->toEStr());
+            single = nullptr;
+        }
+        if (joined.isNull())
+            joined = CEStr(names().empty);
+        joined += CAggValueText(*text);
+    }
+    if (single)
+        return CAgg(*single);
+    return CAgg(joined.isNull() ? names().empty.get() : joined.get());
+}
+
 /// The local name and namespace of a child, read without copying when they are plain strings.
 class Child {
 public:
     explicit Child(CAgg& node) : view(node) {
-        if (!view.isElement())
+        if (typeOf(node) != gKeys.element)
             return;
         element = true;
-        name = textOf(node, kXMLKeyName, m_name);
-        nameSpace = textOf(node, kXMLKeyNameSpace, m_nameSpace);
+        name = textOf(node, gKeys.name, m_name);
+        nameSpace = textOf(node, gKeys.nameSpace, m_nameSpace);
     }
 
     bool is(const CEStr& local) const { return same(name, local); }
@@ -105,6 +170,8 @@ public:
         key += CEStr(name);
         return key;
     }
+    /// The element's text as a string value.
+    CAgg value() const { return valueOf(view.record()); }
 
     CXMLElement view;
     bool element = false;
@@ -113,12 +180,12 @@ public:
 
 private:
     static const _EStrRec* textOf(CAgg& node, QsAtom key, CEStr& keep) {
-        if (!node.has(key))
+        CAgg* value = entryOf(node, key);
+        if (!value)
             return names().empty;
-        CAgg& value = node[key];
-        if (value.getType() == CAgg::eEStr)
-            return value.toEStr();
-        keep = CAggValueText(value);
+        if (value->getType() == CAgg::eEStr)
+            return value->toEStr();
+        keep = CAggValueText(*value);
         return keep;
     }
 
@@ -130,9 +197,9 @@ CAgg stringValue(const CEStr& text) {
     return CAgg(text.get());
 }
 
-void setDescription(CAgg& item, const CEStr& text) {
-    item[kRSSKeyDescription] = stringValue(text);
-    item[kRSSKeyHash] = stringValue(makeMD5String(text.get()));
+void setDescription(CAgg& item, CAgg text) {
+    item[kRSSKeyHash] = stringValue(makeMD5String(text.toEStr()));
+    item[kRSSKeyDescription] = std::move(text);
 }
 
 /// The record's Description, read without changing its type; empty when absent.
@@ -145,6 +212,7 @@ CEStr descriptionOf(CAgg& record) {
 } // namespace
 
 CAgg CRSSReader::readMessage(CAgg root) {
+    gKeys.refresh();
     const Names& n = names();
     record = CAgg();
     Child top(root);
@@ -194,6 +262,7 @@ CAgg CRSSReader::readMessage(CAgg root) {
 }
 
 void CRSSReader::readChannel(CAgg& element, CAgg& feed) {
+    gKeys.refresh();
     const Names& n = names();
     CAgg::CAggVector* children = childrenOf(element);
     if (!children)
@@ -205,20 +274,20 @@ void CRSSReader::readChannel(CAgg& element, CAgg& feed) {
         // In RDF every namespace enters, the RSS 1.0 one and any other alike.
         bool ladder = !child.hasNameSpace() || dialect == kRSSDialectRDF;
         if (ladder && child.is(n.title)) {
-            feed[kRSSKeyTitle] = stringValue(child.view.getValue());
+            feed[kRSSKeyTitle] = child.value();
         } else if (ladder && child.is(n.title)) {
             // Never reached, intended: a channel's link is not stored; the feed keeps no Link.
-            feed[kRSSKeyLink] = stringValue(child.view.getValue());
+            feed[kRSSKeyLink] = child.value();
         } else if (ladder && child.is(n.description)) {
             // The first description wins; a later one is ignored.
             if (!feed.has(kRSSKeyDescription))
-                feed[kRSSKeyDescription] = stringValue(child.view.getValue());
+                feed[kRSSKeyDescription] = child.value();
         } else if (ladder && child.is(n.lastBuildDate)) {
-            CEStr value = child.view.getValue();
-            feed[kRSSKeyModDate] = CAgg(parseARPADate(value));
+            CAgg value = child.value();
+            feed[kRSSKeyModDate] = CAgg(parseARPADate(value.toEStr()));
         } else if (ladder && child.is(n.ttl)) {
             CAgg& slot = feed[kRSSKeyTTL];
-            slot = stringValue(child.view.getValue());
+            slot = child.value();
             long minutes = slot.toQsInt32();
             if (minutes > 0)
                 ttl = static_cast<int32_t>(minutes);
@@ -226,7 +295,7 @@ void CRSSReader::readChannel(CAgg& element, CAgg& feed) {
             readImage(node, feed[kRSSKeyImage]);
         } else if (ladder && child.is(n.ttl)) {
             // Never reached, intended: ttl is taken by the rung above.
-            feed[kRSSKeyTTL] = stringValue(child.view.getValue());
+            feed[kRSSKeyTTL] = child.value();
         } else if (ladder && dialect != kRSSDialectRDF && child.is(n.item)) {
             readItem(node, feed[kRSSKeyItems].toVector());
         } else if (ladder && dialect == kRSSDialect20 && child.is(n.skipDays)) {
@@ -250,7 +319,7 @@ void CRSSReader::readChannel(CAgg& element, CAgg& feed) {
             }
         } else if (child.is(n.encoded, n.contentNS)) {
             // The content module overwrites whatever description came before.
-            feed[kRSSKeyDescription] = stringValue(child.view.getValue());
+            feed[kRSSKeyDescription] = child.value();
         } else if (dialect == kRSSDialect20 && child.hasNameSpace()) {
             parseExtension(feed[kRSSKeyExtension][child.extensionKey()], child.view);
         }
@@ -258,6 +327,7 @@ void CRSSReader::readChannel(CAgg& element, CAgg& feed) {
 }
 
 void CRSSReader::readImage(CAgg& element, CAgg& image) {
+    gKeys.refresh();
     const Names& n = names();
     CAgg::CAggVector* children = childrenOf(element);
     if (!children)
@@ -269,17 +339,18 @@ void CRSSReader::readImage(CAgg& element, CAgg& image) {
         bool ladder =
             !child.hasNameSpace() || (dialect == kRSSDialectRDF && same(child.nameSpace, n.rss1NS));
         if (ladder && child.is(n.title))
-            image[kRSSKeyTitle] = stringValue(child.view.getValue());
+            image[kRSSKeyTitle] = child.value();
         else if (ladder && child.is(n.link))
-            image[kRSSKeyLink] = stringValue(child.view.getValue());
+            image[kRSSKeyLink] = child.value();
         else if (ladder && child.is(n.url))
-            image[kRSSKeyURL] = stringValue(child.view.getValue());
+            image[kRSSKeyURL] = child.value();
         else if (dialect == kRSSDialect20 && child.hasNameSpace())
             parseExtension(image[kRSSKeyExtension][child.extensionKey()], child.view);
     }
 }
 
 void CRSSReader::readItem(CAgg& element, std::vector<CAgg>& items) {
+    gKeys.refresh();
     const Names& n = names();
     CAgg item = CAgg::atomMapWithRoom(8);
     for (CAgg& node : childList(element)) {
@@ -290,34 +361,34 @@ void CRSSReader::readItem(CAgg& element, std::vector<CAgg>& items) {
         if (ladder && child.is(n.description)) {
             // The first description wins, an empty one too; content:encoded still overwrites.
             if (!item.has(kRSSKeyDescription))
-                setDescription(item, child.view.getValue());
+                setDescription(item, child.value());
         } else if (ladder && dialect == kRSSDialect20 && child.is(n.guid)) {
-            item[kRSSKeyGuid] = stringValue(child.view.getValue());
+            item[kRSSKeyGuid] = child.value();
         } else if (ladder && child.is(n.title)) {
-            item[kRSSKeyTitle] = stringValue(child.view.getValue());
+            item[kRSSKeyTitle] = child.value();
         } else if (ladder && child.is(n.link)) {
-            item[kRSSKeyLink] = stringValue(child.view.getValue());
+            item[kRSSKeyLink] = child.value();
         } else if (ladder && child.is(n.pubDate)) {
-            CEStr value = child.view.getValue();
-            item[kRSSKeyModDate] = CAgg(parseARPADate(value));
+            CAgg value = child.value();
+            item[kRSSKeyModDate] = CAgg(parseARPADate(value.toEStr()));
         } else if (ladder && child.is(n.author)) {
-            item[kRSSKeyAuthor] = stringValue(child.view.getValue());
+            item[kRSSKeyAuthor] = child.value();
         } else if (ladder && child.is(n.comments)) {
-            CEStr value = child.view.getValue();
-            if (!isEmpty(value)) {
-                item[kRSSKeyComments] = stringValue(value);
-                comments.push_back(value);
+            CAgg value = child.value();
+            if (!isEmpty(value.toEStr())) {
+                comments.emplace_back(value.toEStr());
+                item[kRSSKeyComments] = std::move(value);
             }
         } else if (child.is(n.encoded, n.contentNS)) {
-            CEStr value = child.view.getValue();
-            if (!isEmpty(value))
-                setDescription(item, value);
+            CAgg value = child.value();
+            if (!isEmpty(value.toEStr()))
+                setDescription(item, std::move(value));
         } else if (child.is(n.body, n.xhtmlNS)) {
             CEStr text(names().empty);
             for (CAgg& part : childList(node))
                 text += CEStr::adopt(flattenXML(part));
             if (!isEmpty(text))
-                setDescription(item, text);
+                setDescription(item, CAgg(text.get()));
         } else if (dialect == kRSSDialect20 && child.hasNameSpace()) {
             parseExtension(item[kRSSKeyExtension][child.extensionKey()], child.view);
         }
@@ -327,13 +398,14 @@ void CRSSReader::readItem(CAgg& element, std::vector<CAgg>& items) {
 }
 
 void CRSSReader::parseExtension(CAgg& slot, CXMLElement& element) {
+    gKeys.refresh();
     parseExtensionAt(slot, element, 0);
 }
 
 void CRSSReader::parseExtensionAt(CAgg& slot, CXMLElement& element, long depth) {
-    CEStr value = element.getValue();
-    if (!isEmpty(value)) {
-        slot = stringValue(value);
+    CAgg value = valueOf(element.record());
+    if (!isEmpty(value.toEStr())) {
+        slot = std::move(value);
         return;
     }
     // A parsed tree is never deeper than this; a tree built by hand stops here.
@@ -378,6 +450,7 @@ long CRSSReader::parseARPADate(EStr text) {
 }
 
 void CRSSReader::readAtom(CAgg& element, CAgg& feed) {
+    gKeys.refresh();
     const Names& n = names();
     CAgg::CAggVector* children = childrenOf(element);
     if (!children)
@@ -388,15 +461,15 @@ void CRSSReader::readAtom(CAgg& element, CAgg& feed) {
         if (!child.element || !child.hasNameSpace())
             continue;
         if (child.is(n.title, n.atomNS)) {
-            feed[kRSSKeyTitle] = stringValue(child.view.getValue());
+            feed[kRSSKeyTitle] = child.value();
         } else if (child.is(n.link, n.atomNS)) {
             // The feed's link is its text; the href attribute is read at entry level only.
-            feed[kRSSKeyLink] = stringValue(child.view.getValue());
+            feed[kRSSKeyLink] = child.value();
         } else if (child.is(n.tagline, n.atomNS)) {
-            feed[kRSSKeyDescription] = stringValue(child.view.getValue());
+            feed[kRSSKeyDescription] = child.value();
         } else if (child.is(n.modified, n.atomNS)) {
-            CEStr value = child.view.getValue();
-            feed[kRSSKeyModDate] = CAgg(parseARPADate(value));
+            CAgg value = child.value();
+            feed[kRSSKeyModDate] = CAgg(parseARPADate(value.toEStr()));
         } else if (child.is(n.author, n.atomNS)) {
             readAtomPerson(node, feed[kRSSKeyAuthor]);
         } else if (child.is(n.entry, n.atomNS)) {
@@ -419,6 +492,7 @@ EStr CRSSReader::flattenXML(CAgg& node) {
 }
 
 void CRSSReader::readAtomEntry(CAgg& feed, CAgg& element, std::vector<CAgg>& items) {
+    gKeys.refresh();
     const Names& n = names();
     CAgg entry = CAgg::atomMapWithRoom(8);
     for (CAgg& node : childList(element)) {
@@ -445,19 +519,19 @@ void CRSSReader::readAtomEntry(CAgg& feed, CAgg& element, std::vector<CAgg>& ite
                     text += CEStr::adopt(flattenXML(part));
             } else {
                 // Escaped and base64 content alike are taken as they stand.
-                text = child.view.getValue();
+                text = CEStr(child.value().toEStr());
             }
-            setDescription(entry, text);
+            setDescription(entry, CAgg(text.get()));
         } else if (child.is(n.id, n.atomNS)) {
-            entry[kRSSKeyGuid] = stringValue(child.view.getValue());
+            entry[kRSSKeyGuid] = child.value();
         } else if (child.is(n.title, n.atomNS)) {
-            entry[kRSSKeyTitle] = stringValue(child.view.getValue());
+            entry[kRSSKeyTitle] = child.value();
         } else if (child.is(n.link, n.atomNS)) {
             // The last link wins, whatever its rel or type.
             readAtomLocation(node, entry[kRSSKeyLink]);
         } else if (child.is(n.modified, n.atomNS)) {
-            CEStr value = child.view.getValue();
-            entry[kRSSKeyModDate] = CAgg(parseARPADate(value));
+            CAgg value = child.value();
+            entry[kRSSKeyModDate] = CAgg(parseARPADate(value.toEStr()));
         } else if (child.is(n.author, n.atomNS)) {
             readAtomPerson(node, entry[kRSSKeyAuthor]);
         } else if (child.hasNameSpace()) {
@@ -468,6 +542,7 @@ void CRSSReader::readAtomEntry(CAgg& feed, CAgg& element, std::vector<CAgg>& ite
 }
 
 void CRSSReader::readAtomPerson(CAgg& element, CAgg& author) {
+    gKeys.refresh();
     const Names& n = names();
     CAgg::CAggVector* children = childrenOf(element);
     if (!children)
@@ -482,7 +557,7 @@ void CRSSReader::readAtomPerson(CAgg& element, CAgg& author) {
         if (child.is(n.url, n.atomNS))
             continue;
         if (child.is(n.email, n.atomNS))
-            author = stringValue(child.view.getValue());
+            author = child.value();
     }
 }
 
