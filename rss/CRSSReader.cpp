@@ -218,7 +218,7 @@ CAgg CRSSReader::readMessage(CAgg root) {
     Child top(root);
     if (top.is(n.feed, n.atomNS)) {
         readAtom(root, record);
-        return record;
+        return std::move(record);
     }
 
     CEStr version = top.view.getAttribute("version");
@@ -258,7 +258,8 @@ CAgg CRSSReader::readMessage(CAgg root) {
             }
         }
     }
-    return record;
+    // The slot is scratch; the record is handed out rather than copied.
+    return std::move(record);
 }
 
 void CRSSReader::readChannel(CAgg& element, CAgg& feed) {

@@ -79,6 +79,7 @@ public:
     // What readMessage leaves for its caller, read straight from the reader.
 
     int32_t dialect = kRSSDialect09x;
+    /// Scratch: the record while it is read; readMessage hands it out and leaves it void.
     CAgg record;
     /// The non-empty comments of the items, in document order.
     std::vector<CEStr> comments;
