@@ -1,0 +1,568 @@
+#include "rss/CRSSReader.h"
+
+#include "values/CAggWalk.h"
+#include "values/MD5.h"
+#include "values/miRFC822Date.h"
+#include "xml/CAgg2XML.h"
+#include "xml/CXML2CAgg.h"
+
+#include <string>
+
+namespace {
+
+/// The names the reader compares with, made once for the life of the process.
+struct Names {
+    CEStr atomNS{"http://purl.org/atom/ns#", kEStrPDFDoc};
+    CEStr rss1NS{"http://purl.org/rss/1.0/", kEStrPDFDoc};
+    CEStr contentNS{kRSSContentNamespace, kEStrPDFDoc};
+    CEStr xhtmlNS{"http://www.w3.org/1999/xhtml", kEStrPDFDoc};
+
+    CEStr feed{"feed", kEStrPDFDoc};
+    CEStr rss{"rss", kEStrPDFDoc};
+    CEStr rdf{"RDF", kEStrPDFDoc};
+    CEStr channel{"channel", kEStrPDFDoc};
+    CEStr title{"title", kEStrPDFDoc};
+    CEStr link{"link", kEStrPDFDoc};
+    CEStr description{"description", kEStrPDFDoc};
+    CEStr lastBuildDate{"lastBuildDate", kEStrPDFDoc};
+    CEStr ttl{"ttl", kEStrPDFDoc};
+    CEStr image{"image", kEStrPDFDoc};
+    CEStr url{"url", kEStrPDFDoc};
+    CEStr item{"item", kEStrPDFDoc};
+    CEStr skipDays{"skipDays", kEStrPDFDoc};
+    CEStr encoded{"encoded", kEStrPDFDoc};
+    CEStr body{"body", kEStrPDFDoc};
+    CEStr guid{"guid", kEStrPDFDoc};
+    CEStr pubDate{"pubDate", kEStrPDFDoc};
+    CEStr author{"author", kEStrPDFDoc};
+    CEStr comments{"comments", kEStrPDFDoc};
+    CEStr tagline{"tagline", kEStrPDFDoc};
+    CEStr modified{"modified", kEStrPDFDoc};
+    CEStr entry{"entry", kEStrPDFDoc};
+    CEStr content{"content", kEStrPDFDoc};
+    CEStr summary{"summary", kEStrPDFDoc};
+    CEStr id{"id", kEStrPDFDoc};
+    CEStr name{"name", kEStrPDFDoc};
+    CEStr email{"email", kEStrPDFDoc};
+    CEStr weekdays[7] = {{"Sunday", kEStrPDFDoc},   {"Monday", kEStrPDFDoc},
+                         {"Tuesday", kEStrPDFDoc},  {"Wednesday", kEStrPDFDoc},
+                         {"Thursday", kEStrPDFDoc}, {"Friday", kEStrPDFDoc},
+                         {"Saturday", kEStrPDFDoc}};
+    CEStr empty{"", kEStrPDFDoc};
+};
+
+const Names& names() {
+    static const Names kNames;
+    return kNames;
+}
+
+bool same(const _EStrRec* a, const _EStrRec* b) {
+    return EStrCmp(a, b) == 0;
+}
+
+bool isEmpty(const _EStrRec* s) {
+    return !s || EStrGetCharLen(s) == 0;
+}
+
+/// The atoms of the element records, looked up once for each call from outside rather than
+/// at every node: looking up a CLazyAtom costs a call into the core table.
+struct Keys {
+    QsAtom type, name, nameSpace, children, text, element, textType;
+    void refresh() {
+        type = kXMLKeyType;
+        name = kXMLKeyName;
+        nameSpace = kXMLKeyNameSpace;
+        children = kXMLKeyChildren;
+        text = kXMLKeyText;
+        element = kXMLTypeElement;
+        textType = kXMLTypeText;
+    }
+};
+
+Keys gKeys;
+
+/// The entry of a record; null when it has none. Never adds anything.
+CAgg* entryOf(CAgg& node, QsAtom key) {
+    if (node.getType() == CAgg::eQsAtomMap) {
+        CAggAtomMap& map = node.toQsAtomMap();
+        auto at = map.find(key);
+        return at == map.end() ? nullptr : &at->second;
+    }
+    return node.has(key) ? &node[key] : nullptr;
+}
+
+/// The node's type atom; the null atom when it has none.
+QsAtom typeOf(CAgg& node) {
+    CAgg* type = entryOf(node, gKeys.type);
+    if (!type)
+        return kQsNullAtom;
+    if (type->getType() == CAgg::eQsAtom)
+        return type->toQsAtom();
+    CAgg copy(*type);
+    return copy.toQsAtom();
+}
+
+/// The element's child records; null when it has none.
+CAgg::CAggVector* childrenOf(CAgg& element) {
+    CAgg* children = entryOf(element, gKeys.children);
+    return children && children->getType() == CAgg::eVector ? &children->toVector() : nullptr;
+}
+
+/// The element's child records; an empty list when it has none.
+CAgg::CAggVector& childList(CAgg& element) {
+    static CAgg::CAggVector none;
+    CAgg::CAggVector* children = childrenOf(element);
+    return children ? *children : none;
+}
+
+/// The text of the element's direct text children, joined, as CXMLElement::getValue reads it,
+/// made a string value. A single text run is copied once.
+CAgg valueOf(CAgg& element) {
+    CAgg* single = nullptr;
+    CEStr joined;
+    long runs = 0;
+    for (CAgg& child : childList(element)) {
+        if (typeOf(child) != gKeys.textType)
+            continue;
+        CAgg* text = entryOf(child, gKeys.text);
+        if (!text || text->getType() == CAgg::eQsStm)
+            continue; // reading would use the stream up
+        if (++runs == 1 && text->getType() == CAgg::eEStr) {
+            single = text;
+            continue;
+        }
+        if (single) {
+            joined = CEStr(single->toEStr());
+            single = nullptr;
+        }
+        if (joined.isNull())
+            joined = CEStr(names().empty);
+        joined += CAggValueText(*text);
+    }
+    if (single)
+        return CAgg(*single);
+    return CAgg(joined.isNull() ? names().empty.get() : joined.get());
+}
+
+/// The local name and namespace of a child, read without copying when they are plain strings.
+class Child {
+public:
+    explicit Child(CAgg& node) : view(node) {
+        if (typeOf(node) != gKeys.element)
+            return;
+        element = true;
+        name = textOf(node, gKeys.name, m_name);
+        nameSpace = textOf(node, gKeys.nameSpace, m_nameSpace);
+    }
+
+    bool is(const CEStr& local) const { return same(name, local); }
+    bool is(const CEStr& local, const CEStr& ns) const {
+        return same(name, local) && same(nameSpace, ns);
+    }
+    bool hasNameSpace() const { return !isEmpty(nameSpace); }
+    /// The key of the element in an Extension map: namespace, ":" and local name, or the local
+    /// name alone.
+    CEStr extensionKey() const {
+        if (!hasNameSpace())
+            return CEStr(name);
+        CEStr key(nameSpace);
+        key += CEStr(":", kEStrPDFDoc);
+        key += CEStr(name);
+        return key;
+    }
+    /// The element's text as a string value.
+    CAgg value() const { return valueOf(view.record()); }
+
+    CXMLElement view;
+    bool element = false;
+    const _EStrRec* name = names().empty;
+    const _EStrRec* nameSpace = names().empty;
+
+private:
+    static const _EStrRec* textOf(CAgg& node, QsAtom key, CEStr& keep) {
+        CAgg* value = entryOf(node, key);
+        if (!value)
+            return names().empty;
+        if (value->getType() == CAgg::eEStr)
+            return value->toEStr();
+        keep = CAggValueText(*value);
+        return keep;
+    }
+
+    CEStr m_name;
+    CEStr m_nameSpace;
+};
+
+CAgg stringValue(const CEStr& text) {
+    return CAgg(text.get());
+}
+
+void setDescription(CAgg& item, CAgg text) {
+    item[kRSSKeyHash] = stringValue(makeMD5String(text.toEStr()));
+    item[kRSSKeyDescription] = std::move(text);
+}
+
+/// The record's Description, read without changing its type; empty when absent.
+CEStr descriptionOf(CAgg& record) {
+    if (!record.has(kRSSKeyDescription))
+        return CEStr(names().empty);
+    return CAggValueText(record[kRSSKeyDescription]);
+}
+
+} // namespace
+
+CAgg CRSSReader::readMessage(CAgg root) {
+    gKeys.refresh();
+    const Names& n = names();
+    record = CAgg();
+    Child top(root);
+    if (top.is(n.feed, n.atomNS)) {
+        readAtom(root, record);
+        return std::move(record);
+    }
+
+    CEStr version = top.view.getAttribute("version");
+    const char* v = EStrGetBytes(version);
+    if (miStrcmp(v, "0.91") == 0 || miStrcmp(v, "0.92") == 0 || miStrcmp(v, "0.93") == 0)
+        dialect = kRSSDialect09x;
+    else if (miStrcmp(v, "1.0") == 0)
+        dialect = kRSSDialectRDF;
+    else if (miStrcmp(v, "2.0") == 0)
+        dialect = kRSSDialect20;
+    else if (top.is(n.rss))
+        dialect = kRSSDialect09x;
+    else if (top.is(n.rdf))
+        dialect = kRSSDialectRDF;
+    else
+        return CAgg();
+
+    CAgg emptyChannel;
+    CAgg* channel = &emptyChannel;
+    if (CAgg::CAggVector* children = childrenOf(root)) {
+        for (CAgg& node : *children) {
+            Child child(node);
+            if (child.element && child.is(n.channel)) {
+                channel = &node;
+                break;
+            }
+        }
+    }
+    readChannel(*channel, record);
+
+    if (dialect == kRSSDialectRDF) {
+        if (CAgg::CAggVector* children = childrenOf(root)) {
+            for (CAgg& node : *children) {
+                Child child(node);
+                if (child.element && child.is(n.item))
+                    readItem(node, record[kRSSKeyItems].toVector());
+            }
+        }
+    }
+    // The slot is scratch; the record is handed out rather than copied.
+    return std::move(record);
+}
+
+void CRSSReader::readChannel(CAgg& element, CAgg& feed) {
+    gKeys.refresh();
+    const Names& n = names();
+    CAgg::CAggVector* children = childrenOf(element);
+    if (!children)
+        return;
+    for (CAgg& node : *children) {
+        Child child(node);
+        if (!child.element)
+            continue;
+        // In RDF every namespace enters, the RSS 1.0 one and any other alike.
+        bool ladder = !child.hasNameSpace() || dialect == kRSSDialectRDF;
+        if (ladder && child.is(n.title)) {
+            feed[kRSSKeyTitle] = child.value();
+        } else if (ladder && child.is(n.title)) {
+            // Never reached, intended: a channel's link is not stored; the feed keeps no Link.
+            feed[kRSSKeyLink] = child.value();
+        } else if (ladder && child.is(n.description)) {
+            // The first description wins; a later one is ignored.
+            if (!feed.has(kRSSKeyDescription))
+                feed[kRSSKeyDescription] = child.value();
+        } else if (ladder && child.is(n.lastBuildDate)) {
+            CAgg value = child.value();
+            feed[kRSSKeyModDate] = CAgg(parseARPADate(value.toEStr()));
+        } else if (ladder && child.is(n.ttl)) {
+            CAgg& slot = feed[kRSSKeyTTL];
+            slot = child.value();
+            long minutes = slot.toQsInt32();
+            if (minutes > 0)
+                ttl = static_cast<int32_t>(minutes);
+        } else if (ladder && child.is(n.image)) {
+            readImage(node, feed[kRSSKeyImage]);
+        } else if (ladder && child.is(n.ttl)) {
+            // Never reached, intended: ttl is taken by the rung above.
+            feed[kRSSKeyTTL] = child.value();
+        } else if (ladder && dialect != kRSSDialectRDF && child.is(n.item)) {
+            readItem(node, feed[kRSSKeyItems].toVector());
+        } else if (ladder && dialect == kRSSDialect20 && child.is(n.skipDays)) {
+            // The days are told by the children's names, <Monday/>; the text of <day> is not
+            // read, so the customary <day>Monday</day> sets nothing.
+            skipDays = 0;
+            for (CAgg& dayNode : childList(node)) {
+                Child day(dayNode);
+                for (uint32_t bit = 0; day.element && bit < 7; ++bit) {
+                    if (day.is(n.weekdays[bit]))
+                        skipDays |= 1u << bit;
+                }
+            }
+        } else if (ladder && dialect == kRSSDialect20 && child.is(n.skipDays)) {
+            // Never reached, intended: the hours test names skipDays, so skipHours stays 0.
+            for (CAgg& hourNode : childList(node)) {
+                Child hour(hourNode);
+                int value = hour.element ? miAtoi(EStrGetBytes(hour.name)) : 24;
+                if (value >= 0 && value < 24)
+                    skipHours |= 1u << value;
+            }
+        } else if (child.is(n.encoded, n.contentNS)) {
+            // The content module overwrites whatever description came before.
+            feed[kRSSKeyDescription] = child.value();
+        } else if (dialect == kRSSDialect20 && child.hasNameSpace()) {
+            parseExtension(feed[kRSSKeyExtension][child.extensionKey()], child.view);
+        }
+    }
+}
+
+void CRSSReader::readImage(CAgg& element, CAgg& image) {
+    gKeys.refresh();
+    const Names& n = names();
+    CAgg::CAggVector* children = childrenOf(element);
+    if (!children)
+        return;
+    for (CAgg& node : *children) {
+        Child child(node);
+        if (!child.element)
+            continue;
+        bool ladder =
+            !child.hasNameSpace() || (dialect == kRSSDialectRDF && same(child.nameSpace, n.rss1NS));
+        if (ladder && child.is(n.title))
+            image[kRSSKeyTitle] = child.value();
+        else if (ladder && child.is(n.link))
+            image[kRSSKeyLink] = child.value();
+        else if (ladder && child.is(n.url))
+            image[kRSSKeyURL] = child.value();
+        else if (dialect == kRSSDialect20 && child.hasNameSpace())
+            parseExtension(image[kRSSKeyExtension][child.extensionKey()], child.view);
+    }
+}
+
+void CRSSReader::readItem(CAgg& element, std::vector<CAgg>& items) {
+    gKeys.refresh();
+    const Names& n = names();
+    CAgg item = CAgg::atomMapWithRoom(8);
+    for (CAgg& node : childList(element)) {
+        Child child(node);
+        if (!child.element)
+            continue;
+        bool ladder = !child.hasNameSpace() || dialect == kRSSDialectRDF;
+        if (ladder && child.is(n.description)) {
+            // The first description wins, an empty one too; content:encoded still overwrites.
+            if (!item.has(kRSSKeyDescription))
+                setDescription(item, child.value());
+        } else if (ladder && dialect == kRSSDialect20 && child.is(n.guid)) {
+            item[kRSSKeyGuid] = child.value();
+        } else if (ladder && child.is(n.title)) {
+            item[kRSSKeyTitle] = child.value();
+        } else if (ladder && child.is(n.link)) {
+            item[kRSSKeyLink] = child.value();
+        } else if (ladder && child.is(n.pubDate)) {
+            CAgg value = child.value();
+            item[kRSSKeyModDate] = CAgg(parseARPADate(value.toEStr()));
+        } else if (ladder && child.is(n.author)) {
+            item[kRSSKeyAuthor] = child.value();
+        } else if (ladder && child.is(n.comments)) {
+            CAgg value = child.value();
+            if (!isEmpty(value.toEStr())) {
+                comments.emplace_back(value.toEStr());
+                item[kRSSKeyComments] = std::move(value);
+            }
+        } else if (child.is(n.encoded, n.contentNS)) {
+            CAgg value = child.value();
+            if (!isEmpty(value.toEStr()))
+                setDescription(item, std::move(value));
+        } else if (child.is(n.body, n.xhtmlNS)) {
+            CEStr text(names().empty);
+            for (CAgg& part : childList(node))
+                text += CEStr::adopt(flattenXML(part));
+            if (!isEmpty(text))
+                setDescription(item, CAgg(text.get()));
+        } else if (dialect == kRSSDialect20 && child.hasNameSpace()) {
+            parseExtension(item[kRSSKeyExtension][child.extensionKey()], child.view);
+        }
+    }
+    // An item is kept even when nothing in it was read.
+    items.push_back(std::move(item));
+}
+
+void CRSSReader::parseExtension(CAgg& slot, CXMLElement& element) {
+    gKeys.refresh();
+    parseExtensionAt(slot, element, 0);
+}
+
+void CRSSReader::parseExtensionAt(CAgg& slot, CXMLElement& element, long depth) {
+    CAgg value = valueOf(element.record());
+    if (!isEmpty(value.toEStr())) {
+        slot = std::move(value);
+        return;
+    }
+    // A parsed tree is never deeper than this; a tree built by hand stops here.
+    if (depth >= CXML2CAgg::kMaxDepth)
+        return;
+    CAgg::CAggVector* children = childrenOf(element.record());
+    if (!children)
+        return;
+    for (CAgg& node : *children) {
+        Child child(node);
+        if (!child.element)
+            continue;
+        CAgg& entry = slot[child.extensionKey()];
+        if (entry.getType() == CAgg::eVoid) {
+            parseExtensionAt(entry, child.view, depth + 1);
+            continue;
+        }
+        if (CAggIsString(entry)) {
+            CAgg first(std::move(entry));
+            entry = CAgg();
+            entry.toVector().push_back(std::move(first));
+        }
+        if (entry.getType() == CAgg::eVector) {
+            CAgg::CAggVector& list = entry.toVector();
+            list.emplace_back();
+            parseExtensionAt(list.back(), child.view, depth + 1);
+        }
+        // Anything else, such as a map an earlier child of that name built: the repeated
+        // child is dropped.
+    }
+}
+
+long CRSSReader::parseARPADate(EStr text) {
+    if (isEmpty(text))
+        return 0;
+    std::string bytes = EStrToUTF8(text);
+    miRFC822Time time;
+    if (!ParseRFC822Date(bytes.data(), bytes.size(), &time))
+        return 0;
+    // Dates past 2038 wrap: the value only orders and dates articles.
+    return static_cast<int32_t>(static_cast<uint32_t>(miRFC822TimeToSeconds(time)));
+}
+
+void CRSSReader::readAtom(CAgg& element, CAgg& feed) {
+    gKeys.refresh();
+    const Names& n = names();
+    CAgg::CAggVector* children = childrenOf(element);
+    if (!children)
+        return;
+    for (CAgg& node : *children) {
+        Child child(node);
+        // Elements in no namespace are not Atom's and not an extension's.
+        if (!child.element || !child.hasNameSpace())
+            continue;
+        if (child.is(n.title, n.atomNS)) {
+            feed[kRSSKeyTitle] = child.value();
+        } else if (child.is(n.link, n.atomNS)) {
+            // The feed's link is its text; the href attribute is read at entry level only.
+            feed[kRSSKeyLink] = child.value();
+        } else if (child.is(n.tagline, n.atomNS)) {
+            feed[kRSSKeyDescription] = child.value();
+        } else if (child.is(n.modified, n.atomNS)) {
+            CAgg value = child.value();
+            feed[kRSSKeyModDate] = CAgg(parseARPADate(value.toEStr()));
+        } else if (child.is(n.author, n.atomNS)) {
+            readAtomPerson(node, feed[kRSSKeyAuthor]);
+        } else if (child.is(n.entry, n.atomNS)) {
+            readAtomEntry(feed, node, feed[kRSSKeyItems].toVector());
+        } else {
+            parseExtension(feed[kRSSKeyExtension][child.extensionKey()], child.view);
+        }
+    }
+}
+
+EStr CRSSReader::flattenXML(CAgg& node) {
+    CAgg2XML serialiser(node, false);
+    std::string text;
+    char chunk[4096];
+    for (long count; (count = serialiser.readProc(chunk, sizeof chunk)) > 0;)
+        text.append(chunk, static_cast<size_t>(count));
+    // The serialiser writes UTF-8; the string keeps the characters, in PDFDocEncoding when they
+    // are all ASCII.
+    return EStrFromUTF8(text).release();
+}
+
+void CRSSReader::readAtomEntry(CAgg& feed, CAgg& element, std::vector<CAgg>& items) {
+    gKeys.refresh();
+    const Names& n = names();
+    CAgg entry = CAgg::atomMapWithRoom(8);
+    for (CAgg& node : childList(element)) {
+        // Before each child the feed's author is put back, so the entry's own author survives
+        // only as its last child: elsewhere the feed's author wins, intended.
+        if (feed.has(kRSSKeyAuthor))
+            entry[kRSSKeyAuthor] = feed[kRSSKeyAuthor];
+        else if (entry.has(kRSSKeyAuthor))
+            entry.remove(kRSSKeyAuthor);
+
+        Child child(node);
+        if (!child.element)
+            continue;
+        bool summary = child.is(n.summary, n.atomNS);
+        if (summary || child.is(n.content, n.atomNS)) {
+            // content beats a summary that follows it; a content after a summary still runs.
+            if (summary && !isEmpty(descriptionOf(entry)))
+                continue;
+            CEStr mode = child.view.getAttribute("mode");
+            CEStr text = descriptionOf(entry);
+            if (isEmpty(mode) || miStrcmp(EStrGetBytes(mode), "xml") == 0) {
+                // Repeated content elements add up.
+                for (CAgg& part : childList(node))
+                    text += CEStr::adopt(flattenXML(part));
+            } else {
+                // Escaped and base64 content alike are taken as they stand.
+                text = CEStr(child.value().toEStr());
+            }
+            setDescription(entry, CAgg(text.get()));
+        } else if (child.is(n.id, n.atomNS)) {
+            entry[kRSSKeyGuid] = child.value();
+        } else if (child.is(n.title, n.atomNS)) {
+            entry[kRSSKeyTitle] = child.value();
+        } else if (child.is(n.link, n.atomNS)) {
+            // The last link wins, whatever its rel or type.
+            readAtomLocation(node, entry[kRSSKeyLink]);
+        } else if (child.is(n.modified, n.atomNS)) {
+            CAgg value = child.value();
+            entry[kRSSKeyModDate] = CAgg(parseARPADate(value.toEStr()));
+        } else if (child.is(n.author, n.atomNS)) {
+            readAtomPerson(node, entry[kRSSKeyAuthor]);
+        } else if (child.hasNameSpace()) {
+            parseExtension(entry[kRSSKeyExtension][child.extensionKey()], child.view);
+        }
+    }
+    items.push_back(std::move(entry));
+}
+
+void CRSSReader::readAtomPerson(CAgg& element, CAgg& author) {
+    gKeys.refresh();
+    const Names& n = names();
+    CAgg::CAggVector* children = childrenOf(element);
+    if (!children)
+        return;
+    for (CAgg& node : *children) {
+        Child child(node);
+        if (!child.element)
+            continue;
+        // A person's name and URL are passed over: Author is the e-mail alone, intended.
+        if (child.is(n.name, n.atomNS))
+            continue;
+        if (child.is(n.url, n.atomNS))
+            continue;
+        if (child.is(n.email, n.atomNS))
+            author = child.value();
+    }
+}
+
+void CRSSReader::readAtomLocation(CAgg& element, CAgg& link) {
+    CXMLElement view(element);
+    link = stringValue(view.getAttribute("href"));
+}
