@@ -25,16 +25,8 @@ CReferenceHost::CReferenceHost(std::istream& in, std::ostream& out,
     m_engine->setUserInterface(&m_ui);
     m_looseRoots = std::make_unique<CLooseRootsSource>(m_loop.context(), *m_engine);
 
-    m_core.registerTables({.support = &m_support,
-                           .view = &m_view,
-                           .extra = &m_extra,
-                           .documents = &m_documents,
-                           .network = &m_network,
-                           .baseKit = &m_baseKit,
-                           .converter = &m_encodings,
-                           .userInterface = &m_ui,
-                           .wsdlReader = &m_wsdlReader,
-                           .scriptEngine = m_engine.get()});
+    m_core.registerTables({&m_support, &m_view, &m_extra, &m_documents, &m_network, &m_baseKit,
+                           &m_encodings, &m_ui, &m_wsdlReader, m_engine.get()});
 }
 
 CReferenceHost::~CReferenceHost() {

@@ -62,16 +62,8 @@ FakeHost::~FakeHost() {
 }
 
 void FakeHost::registerTables() {
-    m_core.registerTables({.support = &m_support,
-                           .view = &m_view,
-                           .extra = &m_extra,
-                           .documents = &m_documents,
-                           .network = &m_network,
-                           .baseKit = &m_baseKit,
-                           .converter = &m_encodings,
-                           .userInterface = &m_ui,
-                           .wsdlReader = &m_wsdlReader,
-                           .scriptEngine = &scriptEngine()});
+    m_core.registerTables({&m_support, &m_view, &m_extra, &m_documents, &m_network, &m_baseKit,
+                           &m_encodings, &m_ui, &m_wsdlReader, &scriptEngine()});
 }
 
 CSpiderMonkeyEngine& FakeHost::scriptEngine() {
