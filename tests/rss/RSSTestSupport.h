@@ -4,6 +4,7 @@
 
 #include "rss/CRSSReader.h"
 #include "tests/fakehost/FakeHost.h"
+#include "tests/support/QuotedText.h"
 #include "values/CAggWalk.h"
 #include "xml/CAgg2XML.h"
 #include "xml/CXML2CAgg.h"
@@ -48,32 +49,7 @@ inline CAgg parseDocument(const std::string& text) {
 /// A string as a quoted line: newlines, tabs, quotes and backslashes escaped, other characters
 /// as UTF-8; "[ucs]" behind a UCS string.
 inline std::string quoted(const _EStrRec* s) {
-    std::string out = "\"";
-    for (char c : EStrToUTF8(s)) {
-        switch (c) {
-        case '\n':
-            out += "\\n";
-            break;
-        case '\r':
-            out += "\\r";
-            break;
-        case '\t':
-            out += "\\t";
-            break;
-        case '"':
-            out += "\\\"";
-            break;
-        case '\\':
-            out += "\\\\";
-            break;
-        default:
-            out += c;
-        }
-    }
-    out += "\"";
-    if (EStrGetEncoding(s) == kEStrUCS)
-        out += "[ucs]";
-    return out;
+    return quotedText(s);
 }
 
 inline void printValue(CAgg& value, int depth, std::string& out);

@@ -4,6 +4,7 @@
 
 #include "frame/QsCore.h"
 #include "tests/fakehost/FakeHost.h"
+#include "tests/support/QuotedText.h"
 #include "xml/CAgg2XML.h"
 #include "xml/CXML2CAgg.h"
 
@@ -39,33 +40,7 @@ inline std::string readData(const std::string& name) {
 
 /// An EStr's characters as UTF-8, with "[ucs]" behind them when the string is UCS.
 inline std::string shown(const _EStrRec* s) {
-    std::string text = ESTR2UTF8(s);
-    std::string out = "\"";
-    for (char c : text) {
-        switch (c) {
-        case '\n':
-            out += "\\n";
-            break;
-        case '\r':
-            out += "\\r";
-            break;
-        case '\t':
-            out += "\\t";
-            break;
-        case '"':
-            out += "\\\"";
-            break;
-        case '\\':
-            out += "\\\\";
-            break;
-        default:
-            out += c;
-        }
-    }
-    out += "\"";
-    if (EStrGetEncoding(s) == kEStrUCS)
-        out += "[ucs]";
-    return out;
+    return quotedText(s);
 }
 
 inline std::string shownValue(CAgg& value) {
