@@ -8,6 +8,7 @@
 #include "soap/CCredStore.h"
 #include "values/CES.h"
 #include "values/CESEventScope.h"
+#include "values/CESScriptText.h"
 
 #include <cstdio>
 #include <cstring>
@@ -81,11 +82,6 @@ if(app.execDialog(auth) == "ok") event.result = auth.result;
 
 TrackerAuthDialogTest gTrackerDialogTest = nullptr;
 
-void replaceAll(std::string& text, const std::string& from, const std::string& to) {
-    for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
-        text.replace(at, from.size(), to);
-}
-
 /// The template with each placeholder replaced, in one pass: a value is never searched again.
 std::string fillTemplate(std::string_view text,
                          std::initializer_list<std::pair<std::string_view, std::string>> values) {
@@ -105,26 +101,6 @@ std::string fillTemplate(std::string_view text,
             text.remove_prefix(1);
         }
     }
-    return out;
-}
-
-/// A text from the server as the inside of a script string literal. A realm is the server's
-/// choice: quotes, backslashes and line ends are escaped, so that it can only ever be text.
-std::string scriptLiteral(const char* text) {
-    std::string out;
-    for (const char* p = text ? text : ""; *p; ++p) {
-        auto c = static_cast<unsigned char>(*p);
-        if (c == '"' || c == '\\' || c == '\'' || c < 0x20 || c == 0x7f) {
-            char escape[8];
-            std::snprintf(escape, sizeof escape, "\\u%04x", c);
-            out += escape;
-        } else {
-            out += static_cast<char>(c);
-        }
-    }
-    // U+2028 and U+2029 end a line inside a literal too.
-    replaceAll(out, "\xe2\x80\xa8", "\\u2028");
-    replaceAll(out, "\xe2\x80\xa9", "\\u2029");
     return out;
 }
 
@@ -276,8 +252,8 @@ bool hasOwnCredentials(const CAgg& authenticate) {
 
 std::string makeAuthDialogScript(const char* server, const char* realm, bool credentialStore) {
     return fillTemplate(kDialogScript,
-                        {{"{cServer}", scriptLiteral(server)},
-                         {"{cRealm}", scriptLiteral(realm)},
+                        {{"{cServer}", CES::scriptStringBody(server ? server : "")},
+                         {"{cRealm}", CES::scriptStringBody(realm ? realm : "")},
                          {"{bCredentialStore}", credentialStore ? "true" : "false"}});
 }
 

@@ -4,6 +4,7 @@
 #include "values/CAgg.h"
 #include "values/CES.h"
 #include "values/CESEventScope.h"
+#include "values/CESScriptText.h"
 #include "values/QsCab.h"
 
 #include <cstdio>
@@ -58,65 +59,6 @@ Units unitsOf(const CEStr& text) {
 
 Units unitsOf(std::string_view ascii) {
     return Units(ascii.begin(), ascii.end());
-}
-
-bool isHighSurrogate(char16_t unit) {
-    return unit >= 0xD800 && unit < 0xDC00;
-}
-
-bool isLowSurrogate(char16_t unit) {
-    return unit >= 0xDC00 && unit < 0xE000;
-}
-
-// Units that a script string literal cannot hold as they stand, or that would read as something
-// else: control characters, the two line terminators past ASCII, and halves of a pair.
-bool needsUnitEscape(const Units& text, size_t i) {
-    char16_t unit = text[i];
-    if (unit < 0x20 || (unit >= 0x7F && unit <= 0x9F) || unit == 0x2028 || unit == 0x2029)
-        return true;
-    if (isHighSurrogate(unit))
-        return i + 1 >= text.size() || !isLowSurrogate(text[i + 1]);
-    if (isLowSurrogate(unit))
-        return i == 0 || !isHighSurrogate(text[i - 1]);
-    return false;
-}
-
-// The text as the inside of a double-quoted script string that reads back as exactly the text.
-// Ordinary text is its own literal: nothing in it changes.
-Units scriptStringBody(const Units& text) {
-    static const char kHex[] = "0123456789abcdef";
-    Units out;
-    out.reserve(text.size());
-    for (size_t i = 0; i < text.size(); ++i) {
-        char16_t unit = text[i];
-        switch (unit) {
-        case u'"':
-            out += u"\\\"";
-            continue;
-        case u'\\':
-            out += u"\\\\";
-            continue;
-        case u'\n':
-            out += u"\\n";
-            continue;
-        case u'\r':
-            out += u"\\r";
-            continue;
-        case u'\t':
-            out += u"\\t";
-            continue;
-        default:
-            break;
-        }
-        if (!needsUnitEscape(text, i)) {
-            out.push_back(unit);
-            continue;
-        }
-        out += u"\\u";
-        for (int shift = 12; shift >= 0; shift -= 4)
-            out.push_back(static_cast<char16_t>(kHex[(unit >> shift) & 0xF]));
-    }
-    return out;
 }
 
 // Words a script cannot take as the name of a parameter.
@@ -222,7 +164,7 @@ Units parameterOrderArray(const CEStr& order) {
                 continue;
             if (!first)
                 array += u", ";
-            array += u"\"" + scriptStringBody(name) + u"\"";
+            array += u"\"" + CES::scriptStringBody(name) + u"\"";
             first = false;
         }
     }
@@ -247,16 +189,16 @@ CEStr CSOAPServiceProxy::methodText(const Operation& operation) {
         if (mark == "methodName") {
             if (!out.empty() && out.back() == u'.' && !isIdentifierName(methodName)) {
                 out.back() = u'[';
-                out += u"\"" + scriptStringBody(methodName) + u"\"]";
+                out += u"\"" + CES::scriptStringBody(methodName) + u"\"]";
             } else {
-                out += scriptStringBody(methodName);
+                out += CES::scriptStringBody(methodName);
             }
         } else if (mark == "methodNS") {
-            out += scriptStringBody(unitsOf(operation.methodNS));
+            out += CES::scriptStringBody(unitsOf(operation.methodNS));
         } else if (mark == "cURL") {
-            out += scriptStringBody(unitsOf(operation.url));
+            out += CES::scriptStringBody(unitsOf(operation.url));
         } else if (mark == "cAction") {
-            out += scriptStringBody(unitsOf(operation.soapAction));
+            out += CES::scriptStringBody(unitsOf(operation.soapAction));
         } else if (mark == "param_list") {
             for (size_t i = 0; i < parameters.size(); ++i)
                 out += (i ? u", " : u"") + parameters[i].argument;
@@ -268,7 +210,7 @@ CEStr CSOAPServiceProxy::methodText(const Operation& operation) {
                 out +=
                     fillTemplate(sm_ParameterTemplate, [&](std::string_view inner, Units& member) {
                         if (inner == "param")
-                            member += scriptStringBody(parameter.key);
+                            member += CES::scriptStringBody(parameter.key);
                         else if (inner == "value")
                             member += parameter.argument;
                         else
