@@ -102,7 +102,10 @@ std::optional<std::string> CConsoleUserInterface::response(const char* questionU
         m_out << "  -> (cancelled)\n";
         return std::nullopt;
     }
-    m_out << "[" << (password ? std::string(fallback.size(), '*') : fallback) << "] " << std::flush;
+    // The default, which an empty line takes, in brackets; a password's only as stars.
+    if (!fallback.empty())
+        m_out << "[" << (password ? std::string(fallback.size(), '*') : fallback) << "] ";
+    m_out << std::flush;
     std::string line;
     bool read = false;
     if (password && &m_in == &std::cin) {

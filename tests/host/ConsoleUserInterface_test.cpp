@@ -57,6 +57,15 @@ TEST(ConsoleUserInterface, QuestionsTakeTheTypedAnswerOrTheDefault) {
         CConsoleUserInterface ui(in, out, c.answers);
         EXPECT_EQ(ui.response("Name?", "Sign in", "guest", false), c.answer) << c.typed;
     }
+    // A password's default is not shown; without a default there are no brackets.
+    std::istringstream in("\n\n");
+    std::ostringstream out;
+    CConsoleUserInterface ui(in, out, Answers::Ask);
+    EXPECT_EQ(ui.response("Password:", "Sign in", "hunter2", true), "hunter2");
+    EXPECT_EQ(out.str().find("hunter2"), std::string::npos);
+    EXPECT_NE(out.str().find("[*******]"), std::string::npos);
+    EXPECT_EQ(ui.response("Name?", "Sign in", "", false), "");
+    EXPECT_EQ(out.str().find("[]"), std::string::npos);
 }
 
 TEST(ConsoleUserInterface, NotificationsGoToTheirKindInOrderUntilCleared) {
