@@ -12,6 +12,7 @@
 // share a flag
 // ("QsStmClosed"), so whoever closes the stream first tells the others, and it is closed once.
 #include "values/CESStreams.h"
+#include "values/CESArguments.h"
 #include "values/CESInternal.h"
 
 #include "frame/HostTables.h"
@@ -118,11 +119,10 @@ bool streamRead(ESContext context, ESObject self, ESArgs args, ESVal result) {
     return scriptBoundary([&] {
         IScriptEngine& es = engine();
         Context scope(context);
-        static const ESParamRec kParams[] = {{"nBytes", false}};
-        Val count(scope);
-        ESVal out[] = {count.slot()};
-        if (!es.parseArgs(args, kParams, 1, out))
+        Arguments a(context, args, {{"nBytes", false}});
+        if (!a.ok())
             return false;
+        const Val& count = a["nBytes"];
         long wanted =
             count.type() == kESValUndefined ? kDefaultReadBytes : static_cast<long>(count);
         std::string bytes;
@@ -150,12 +150,10 @@ bool streamWrite(ESContext context, ESObject self, ESArgs args, ESVal result) {
     return scriptBoundary([&] {
         IScriptEngine& es = engine();
         Context scope(context);
-        static const ESParamRec kParams[] = {{"cHex", true}};
-        Val hex(scope);
-        ESVal out[] = {hex.slot()};
-        if (!es.parseArgs(args, kParams, 1, out))
+        Arguments a(context, args, {{"cHex", true}});
+        if (!a.ok())
             return false;
-        CQsText text = hex.text();
+        CQsText text = a["cHex"].text();
         std::string ascii;
         for (char16_t unit : text.units())
             ascii += unit < 0x80 ? static_cast<char>(unit) : ' ';
