@@ -4,6 +4,7 @@
 //   - Expat alone, namespace mode, empty handlers;
 //   - CXML2CAgg building the element records;
 //   - bytes to feed record: parse, then CRSSReader::readMessage;
+//   - bytes to feed record by CRSSReader::readDocument, which keeps no whole tree;
 //   - readMessage alone, on a parsed tree (the copy it takes by value included);
 //   - CRSSWriter::writeMessage on the record, and the same followed by CAgg2XML in 4096-byte
 //     pulls to the last byte.
@@ -113,6 +114,19 @@ void BM_BytesToRecord(benchmark::State& state) {
     state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(text.size()));
 }
 BENCHMARK(BM_BytesToRecord)->Unit(benchmark::kMillisecond);
+
+void BM_ReadDocument(benchmark::State& state) {
+    setUpHost();
+    const std::string& text = feedText();
+    for (auto _ : state) {
+        CRSSReader reader;
+        CAgg record = reader.readDocument(text.data(), text.size());
+        if (record[kRSSKeyItems].toVector().size() != kItems)
+            state.SkipWithError("items were lost");
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(text.size()));
+}
+BENCHMARK(BM_ReadDocument)->Unit(benchmark::kMillisecond);
 
 void BM_ReadMessage(benchmark::State& state) {
     setUpHost();
