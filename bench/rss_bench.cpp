@@ -9,6 +9,8 @@
 //   - CRSSWriter::writeMessage on the record, and the same followed by CAgg2XML in 4096-byte
 //     pulls to the last byte.
 // Run by hand: build/bench/rss_bench --benchmark_min_time=2
+// With VELL_FEED_OUT set, the generated feed is also written to that path, for a comparison with
+// other readers on the same bytes (bench/feedparser_compare.py).
 #include "frame/HostTables.h"
 #include "host/core/CHostCore.h"
 #include "rss/CRSSReader.h"
@@ -19,6 +21,8 @@
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
+#include <cstdlib>
+#include <fstream>
 #include <string>
 
 namespace {
@@ -56,6 +60,13 @@ const std::string& feedText() {
     }();
     return text;
 }
+
+// Writes the feed where VELL_FEED_OUT names, before the benchmarks run.
+const bool kFeedWritten = [] {
+    if (const char* path = std::getenv("VELL_FEED_OUT"))
+        std::ofstream(path, std::ios::binary) << feedText();
+    return true;
+}();
 
 void XMLCALL startNothing(void*, const XML_Char*, const XML_Char**) {}
 void XMLCALL endNothing(void*, const XML_Char*) {}
