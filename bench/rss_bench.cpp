@@ -7,7 +7,9 @@
 //   - bytes to feed record by CRSSReader::readDocument, which keeps no whole tree;
 //   - readMessage alone, on a parsed tree (the copy it takes by value included);
 //   - CRSSWriter::writeMessage on the record, and the same followed by CAgg2XML in 4096-byte
-//     pulls to the last byte.
+//     pulls to the last byte;
+//   - CRSSWriter::writeText, the same bytes written straight from the record, and bare Expat
+//     reading those bytes, the yardstick of the writer.
 // Run by hand: build/bench/rss_bench --benchmark_min_time=2
 // With VELL_FEED_OUT set, the generated feed is also written to that path, for a comparison with
 // other readers on the same bytes (bench/feedparser_compare.py).
@@ -177,5 +179,35 @@ void BM_WriteAndSerialise(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * kItems);
 }
 BENCHMARK(BM_WriteAndSerialise)->Unit(benchmark::kMillisecond);
+
+void BM_WriteText(benchmark::State& state) {
+    setUpHost();
+    CAgg record = feedRecord();
+    size_t bytes = 0;
+    for (auto _ : state) {
+        CRSSWriter writer(record);
+        bytes = writer.writeText().size();
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(bytes));
+    state.SetItemsProcessed(state.iterations() * kItems);
+}
+BENCHMARK(BM_WriteText)->Unit(benchmark::kMillisecond);
+
+void BM_ExpatBareOnWritten(benchmark::State& state) {
+    setUpHost();
+    CAgg record = feedRecord();
+    CRSSWriter writer(record);
+    const std::string text = writer.writeText();
+    for (auto _ : state) {
+        XML_Parser parser = XML_ParserCreateNS(nullptr, '\0');
+        XML_SetElementHandler(parser, startNothing, endNothing);
+        XML_SetCharacterDataHandler(parser, textNothing);
+        if (XML_Parse(parser, text.data(), static_cast<int>(text.size()), 1) != XML_STATUS_OK)
+            state.SkipWithError("Expat refused the written feed");
+        XML_ParserFree(parser);
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(text.size()));
+}
+BENCHMARK(BM_ExpatBareOnWritten)->Unit(benchmark::kMillisecond);
 
 } // namespace
