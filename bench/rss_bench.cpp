@@ -5,7 +5,7 @@
 //   - CXML2CAgg building the element records;
 //   - bytes to feed record: parse, then CRSSReader::readMessage;
 //   - bytes to feed record by CRSSReader::readDocument, which keeps no whole tree;
-//   - readMessage alone, on a parsed tree (the copy it takes by value included);
+//   - readMessage alone, on a parsed tree it reads in place;
 //   - CRSSWriter::writeMessage on the record, and the same followed by CAgg2XML in 4096-byte
 //     pulls to the last byte;
 //   - CRSSWriter::writeText, the same bytes written straight from the record, and bare Expat

@@ -239,7 +239,7 @@ CRSSReader::Root CRSSReader::classify(CAgg& root) {
     return Root::rss;
 }
 
-CAgg CRSSReader::readMessage(CAgg root) {
+CAgg CRSSReader::readMessage(CAgg& root) {
     gKeys.refresh();
     const Names& n = names();
     record = CAgg();

@@ -51,8 +51,9 @@ enum : int32_t {
 class CRSSReader {
 public:
     /// The feed record of a document's root element record; unset when the document is no
-    /// feed or holds nothing readable.
-    CAgg readMessage(CAgg root);
+    /// feed or holds nothing readable. The tree is read where it is and left as it was.
+    CAgg readMessage(CAgg& root);
+    CAgg readMessage(CAgg&& root) { return readMessage(root); }
     /// The feed record of a document's bytes, the same as readMessage gives for the parsed
     /// document, made without keeping the whole element tree: the items of an RSS or RDF feed
     /// are read as they stream past. Unset, with parseError set, when the bytes are no
