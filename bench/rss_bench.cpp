@@ -8,8 +8,9 @@
 //   - readMessage alone, on a parsed tree it reads in place;
 //   - CRSSWriter::writeMessage on the record, and the same followed by CAgg2XML in 4096-byte
 //     pulls to the last byte;
-//   - CRSSWriter::writeText, the same bytes written straight from the record, and bare Expat
-//     reading those bytes, the yardstick of the writer.
+//   - CRSSWriter::writeText, the same bytes written straight from the record (with the copy of
+//     the record a writer takes, and without it, by textOf), and bare Expat reading those
+//     bytes, the yardstick of the writer.
 // Run by hand: build/bench/rss_bench --benchmark_min_time=2
 // With VELL_FEED_OUT set, the generated feed is also written to that path, for a comparison with
 // other readers on the same bytes (bench/feedparser_compare.py).
@@ -192,6 +193,17 @@ void BM_WriteText(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * kItems);
 }
 BENCHMARK(BM_WriteText)->Unit(benchmark::kMillisecond);
+
+void BM_TextOfRecord(benchmark::State& state) {
+    setUpHost();
+    CAgg record = feedRecord();
+    size_t bytes = 0;
+    for (auto _ : state)
+        bytes = CRSSWriter::textOf(record).size();
+    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(bytes));
+    state.SetItemsProcessed(state.iterations() * kItems);
+}
+BENCHMARK(BM_TextOfRecord)->Unit(benchmark::kMillisecond);
 
 void BM_ExpatBareOnWritten(benchmark::State& state) {
     setUpHost();

@@ -129,21 +129,21 @@ CAgg CRSSWriter::writeMessage() {
 // The tree's text spelt out: an element of one text child is its open tag, the escaped text and
 // its close tag, and one without children (an item with no field) is an empty tag and a line
 // feed.
-std::string CRSSWriter::writeText() {
+std::string CRSSWriter::textOf(CAgg& record) {
     std::string out = "<?xml version=\"1.0\"?>\n<rss version=\"2.0\"><channel>";
     for (const Field& field : kChannelFields) {
-        if (m_record.has(*field.key))
-            appendEntry(out, field, m_record[*field.key]);
+        if (record.has(*field.key))
+            appendEntry(out, field, record[*field.key]);
     }
-    if (m_record.has(kRSSKeyModDate)) {
-        CAgg date = dateText(m_record[kRSSKeyModDate]);
+    if (record.has(kRSSKeyModDate)) {
+        CAgg date = dateText(record[kRSSKeyModDate]);
         appendElement(out, {nullptr, nullptr, "lastBuildDate"}, date.toEStr());
     }
     CEStr generator = EStrFromUTF8(miGetMessageUTF8("IDS_SOAP_JS_BUILTIN"));
     appendElement(out, {nullptr, nullptr, "generator"}, generator);
 
-    if (m_record.has(kRSSKeyItems) && m_record[kRSSKeyItems].getType() == CAgg::eVector) {
-        for (CAgg& item : m_record[kRSSKeyItems].toVector()) {
+    if (record.has(kRSSKeyItems) && record[kRSSKeyItems].getType() == CAgg::eVector) {
+        for (CAgg& item : record[kRSSKeyItems].toVector()) {
             if (isHidden(item))
                 continue;
             size_t open = out.size();

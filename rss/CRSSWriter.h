@@ -22,7 +22,10 @@ public:
     CAgg writeMessage();
     /// The XML text of the record: the very bytes CAgg2XML makes of writeMessage's tree,
     /// declaration first, written straight from the record without building the tree.
-    std::string writeText();
+    std::string writeText() { return textOf(m_record); }
+    /// The same text of a record read where it is, without the copy a writer takes; the record
+    /// is left as it was.
+    static std::string textOf(CAgg& record);
 
     /// Appends an element holding the value as escaped text.
     void addElement(CXMLElement& parent, const char* name, CAgg& value);
