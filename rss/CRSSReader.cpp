@@ -594,6 +594,11 @@ void CRSSReader::readAtomLocation(CAgg& element, CAgg& link) {
 
 namespace {
 
+/// The bytes of one of the reader's names, which are ASCII in PDFDocEncoding.
+std::string_view bytesOf(const CEStr& name) {
+    return {EStrGetBytes(name), static_cast<size_t>(EStrGetLen(name))};
+}
+
 /// An element child of an item read as it streamed past: its name, its namespace and the text
 /// runs that would have been its text nodes.
 class StreamedChild {
@@ -606,9 +611,9 @@ public:
 
     // The names compared with are ASCII, and the tree's strings of ASCII names are
     // PDFDocEncoding: they are equal exactly when their bytes are.
-    bool is(const CEStr& local) const { return m_name == EStrGetBytes(local); }
+    bool is(const CEStr& local) const { return m_name == bytesOf(local); }
     bool is(const CEStr& local, const CEStr& ns) const {
-        return is(local) && m_nameSpace == EStrGetBytes(ns);
+        return is(local) && m_nameSpace == bytesOf(ns);
     }
     bool hasNameSpace() const { return !m_nameSpace.empty(); }
     /// The value valueOf gives for the record the tree would have held.
@@ -773,10 +778,10 @@ private:
     /// Whether the item's child about to open is read as a tree.
     bool needsTree() const {
         const Names& n = names();
-        if (m_name == EStrGetBytes(n.body) && m_nameSpace == EStrGetBytes(n.xhtmlNS))
+        if (m_name == bytesOf(n.body) && m_nameSpace == bytesOf(n.xhtmlNS))
             return true;
         return m_reader.dialect == kRSSDialect20 && !m_nameSpace.empty() &&
-               !(m_name == EStrGetBytes(n.encoded) && m_nameSpace == EStrGetBytes(n.contentNS));
+               !(m_name == bytesOf(n.encoded) && m_nameSpace == bytesOf(n.contentNS));
     }
 
     CRSSReader& m_reader;
