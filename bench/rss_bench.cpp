@@ -4,10 +4,16 @@
 //   - Expat alone, namespace mode, empty handlers;
 //   - CXML2CAgg building the element records;
 //   - bytes to feed record: parse, then CRSSReader::readMessage;
-//   - readMessage alone, on a parsed tree (the copy it takes by value included);
+//   - bytes to feed record by CRSSReader::readDocument, which keeps no whole tree;
+//   - readMessage alone, on a parsed tree it reads in place;
 //   - CRSSWriter::writeMessage on the record, and the same followed by CAgg2XML in 4096-byte
-//     pulls to the last byte.
+//     pulls to the last byte;
+//   - CRSSWriter::writeText, the same bytes written straight from the record (with the copy of
+//     the record a writer takes, and without it, by textOf), and bare Expat reading those
+//     bytes, the yardstick of the writer.
 // Run by hand: build/bench/rss_bench --benchmark_min_time=2
+// With VELL_FEED_OUT set, the generated feed is also written to that path, for a comparison with
+// other readers on the same bytes (bench/feedparser_compare.py).
 #include "frame/HostTables.h"
 #include "host/core/CHostCore.h"
 #include "rss/CRSSReader.h"
@@ -18,6 +24,8 @@
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
+#include <cstdlib>
+#include <fstream>
 #include <string>
 
 namespace {
@@ -55,6 +63,13 @@ const std::string& feedText() {
     }();
     return text;
 }
+
+// Writes the feed where VELL_FEED_OUT names, before the benchmarks run.
+const bool kFeedWritten = [] {
+    if (const char* path = std::getenv("VELL_FEED_OUT"))
+        std::ofstream(path, std::ios::binary) << feedText();
+    return true;
+}();
 
 void XMLCALL startNothing(void*, const XML_Char*, const XML_Char**) {}
 void XMLCALL endNothing(void*, const XML_Char*) {}
@@ -114,6 +129,19 @@ void BM_BytesToRecord(benchmark::State& state) {
 }
 BENCHMARK(BM_BytesToRecord)->Unit(benchmark::kMillisecond);
 
+void BM_ReadDocument(benchmark::State& state) {
+    setUpHost();
+    const std::string& text = feedText();
+    for (auto _ : state) {
+        CRSSReader reader;
+        CAgg record = reader.readDocument(text.data(), text.size());
+        if (record[kRSSKeyItems].toVector().size() != kItems)
+            state.SkipWithError("items were lost");
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(text.size()));
+}
+BENCHMARK(BM_ReadDocument)->Unit(benchmark::kMillisecond);
+
 void BM_ReadMessage(benchmark::State& state) {
     setUpHost();
     CAgg tree = parsedTree();
@@ -152,5 +180,46 @@ void BM_WriteAndSerialise(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * kItems);
 }
 BENCHMARK(BM_WriteAndSerialise)->Unit(benchmark::kMillisecond);
+
+void BM_WriteText(benchmark::State& state) {
+    setUpHost();
+    CAgg record = feedRecord();
+    size_t bytes = 0;
+    for (auto _ : state) {
+        CRSSWriter writer(record);
+        bytes = writer.writeText().size();
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(bytes));
+    state.SetItemsProcessed(state.iterations() * kItems);
+}
+BENCHMARK(BM_WriteText)->Unit(benchmark::kMillisecond);
+
+void BM_TextOfRecord(benchmark::State& state) {
+    setUpHost();
+    CAgg record = feedRecord();
+    size_t bytes = 0;
+    for (auto _ : state)
+        bytes = CRSSWriter::textOf(record).size();
+    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(bytes));
+    state.SetItemsProcessed(state.iterations() * kItems);
+}
+BENCHMARK(BM_TextOfRecord)->Unit(benchmark::kMillisecond);
+
+void BM_ExpatBareOnWritten(benchmark::State& state) {
+    setUpHost();
+    CAgg record = feedRecord();
+    CRSSWriter writer(record);
+    const std::string text = writer.writeText();
+    for (auto _ : state) {
+        XML_Parser parser = XML_ParserCreateNS(nullptr, '\0');
+        XML_SetElementHandler(parser, startNothing, endNothing);
+        XML_SetCharacterDataHandler(parser, textNothing);
+        if (XML_Parse(parser, text.data(), static_cast<int>(text.size()), 1) != XML_STATUS_OK)
+            state.SkipWithError("Expat refused the written feed");
+        XML_ParserFree(parser);
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(text.size()));
+}
+BENCHMARK(BM_ExpatBareOnWritten)->Unit(benchmark::kMillisecond);
 
 } // namespace

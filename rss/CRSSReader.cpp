@@ -6,7 +6,11 @@
 #include "xml/CAgg2XML.h"
 #include "xml/CXML2CAgg.h"
 
+#include <climits>
+#include <cstring>
+#include <iterator>
 #include <string>
+#include <string_view>
 
 namespace {
 
@@ -147,6 +151,8 @@ CAgg valueOf(CAgg& element) {
 /// The local name and namespace of a child, read without copying when they are plain strings.
 class Child {
 public:
+    static constexpr bool kHasRecord = true;
+
     explicit Child(CAgg& node) : view(node) {
         if (typeOf(node) != gKeys.element)
             return;
@@ -211,16 +217,11 @@ CEStr descriptionOf(CAgg& record) {
 
 } // namespace
 
-CAgg CRSSReader::readMessage(CAgg root) {
-    gKeys.refresh();
+CRSSReader::Root CRSSReader::classify(CAgg& root) {
     const Names& n = names();
-    record = CAgg();
     Child top(root);
-    if (top.is(n.feed, n.atomNS)) {
-        readAtom(root, record);
-        return std::move(record);
-    }
-
+    if (top.is(n.feed, n.atomNS))
+        return Root::atom;
     CEStr version = top.view.getAttribute("version");
     const char* v = EStrGetBytes(version);
     if (miStrcmp(v, "0.91") == 0 || miStrcmp(v, "0.92") == 0 || miStrcmp(v, "0.93") == 0)
@@ -234,6 +235,20 @@ CAgg CRSSReader::readMessage(CAgg root) {
     else if (top.is(n.rdf))
         dialect = kRSSDialectRDF;
     else
+        return Root::none;
+    return Root::rss;
+}
+
+CAgg CRSSReader::readMessage(CAgg& root) {
+    gKeys.refresh();
+    const Names& n = names();
+    record = CAgg();
+    Root kind = classify(root);
+    if (kind == Root::atom) {
+        readAtom(root, record);
+        return std::move(record);
+    }
+    if (kind == Root::none)
         return CAgg();
 
     CAgg emptyChannel;
@@ -352,41 +367,51 @@ void CRSSReader::readImage(CAgg& element, CAgg& image) {
 
 void CRSSReader::readItem(CAgg& element, std::vector<CAgg>& items) {
     gKeys.refresh();
-    const Names& n = names();
     CAgg item = CAgg::atomMapWithRoom(8);
     for (CAgg& node : childList(element)) {
         Child child(node);
-        if (!child.element)
-            continue;
-        bool ladder = !child.hasNameSpace() || dialect == kRSSDialectRDF;
-        if (ladder && child.is(n.description)) {
-            // The first description wins, an empty one too; content:encoded still overwrites.
-            if (!item.has(kRSSKeyDescription))
-                setDescription(item, child.value());
-        } else if (ladder && dialect == kRSSDialect20 && child.is(n.guid)) {
-            item[kRSSKeyGuid] = child.value();
-        } else if (ladder && child.is(n.title)) {
-            item[kRSSKeyTitle] = child.value();
-        } else if (ladder && child.is(n.link)) {
-            item[kRSSKeyLink] = child.value();
-        } else if (ladder && child.is(n.pubDate)) {
-            CAgg value = child.value();
-            item[kRSSKeyModDate] = CAgg(parseARPADate(value.toEStr()));
-        } else if (ladder && child.is(n.author)) {
-            item[kRSSKeyAuthor] = child.value();
-        } else if (ladder && child.is(n.comments)) {
-            CAgg value = child.value();
-            if (!isEmpty(value.toEStr())) {
-                comments.emplace_back(value.toEStr());
-                item[kRSSKeyComments] = std::move(value);
-            }
-        } else if (child.is(n.encoded, n.contentNS)) {
-            CAgg value = child.value();
-            if (!isEmpty(value.toEStr()))
-                setDescription(item, std::move(value));
-        } else if (child.is(n.body, n.xhtmlNS)) {
+        if (child.element)
+            readItemChild(item, child);
+    }
+    // An item is kept even when nothing in it was read.
+    items.push_back(std::move(item));
+}
+
+// Child is either an element record of the tree or an element read as it streamed past, which
+// carries its text alone: the stream keeps the record of an element the rungs below read as a
+// tree (xhtml:body, and an RSS 2.0 extension), so only such a child reaches those rungs.
+template <class Child> void CRSSReader::readItemChild(CAgg& item, Child& child) {
+    const Names& n = names();
+    bool ladder = !child.hasNameSpace() || dialect == kRSSDialectRDF;
+    if (ladder && child.is(n.description)) {
+        // The first description wins, an empty one too; content:encoded still overwrites.
+        if (!item.has(kRSSKeyDescription))
+            setDescription(item, child.value());
+    } else if (ladder && dialect == kRSSDialect20 && child.is(n.guid)) {
+        item[kRSSKeyGuid] = child.value();
+    } else if (ladder && child.is(n.title)) {
+        item[kRSSKeyTitle] = child.value();
+    } else if (ladder && child.is(n.link)) {
+        item[kRSSKeyLink] = child.value();
+    } else if (ladder && child.is(n.pubDate)) {
+        CAgg value = child.value();
+        item[kRSSKeyModDate] = CAgg(parseARPADate(value.toEStr()));
+    } else if (ladder && child.is(n.author)) {
+        item[kRSSKeyAuthor] = child.value();
+    } else if (ladder && child.is(n.comments)) {
+        CAgg value = child.value();
+        if (!isEmpty(value.toEStr())) {
+            comments.emplace_back(value.toEStr());
+            item[kRSSKeyComments] = std::move(value);
+        }
+    } else if (child.is(n.encoded, n.contentNS)) {
+        CAgg value = child.value();
+        if (!isEmpty(value.toEStr()))
+            setDescription(item, std::move(value));
+    } else if constexpr (Child::kHasRecord) {
+        if (child.is(n.body, n.xhtmlNS)) {
             CEStr text(names().empty);
-            for (CAgg& part : childList(node))
+            for (CAgg& part : childList(child.view.record()))
                 text += CEStr::adopt(flattenXML(part));
             if (!isEmpty(text))
                 setDescription(item, CAgg(text.get()));
@@ -394,8 +419,6 @@ void CRSSReader::readItem(CAgg& element, std::vector<CAgg>& items) {
             parseExtension(item[kRSSKeyExtension][child.extensionKey()], child.view);
         }
     }
-    // An item is kept even when nothing in it was read.
-    items.push_back(std::move(item));
 }
 
 void CRSSReader::parseExtension(CAgg& slot, CXMLElement& element) {
@@ -565,4 +588,236 @@ void CRSSReader::readAtomPerson(CAgg& element, CAgg& author) {
 void CRSSReader::readAtomLocation(CAgg& element, CAgg& link) {
     CXMLElement view(element);
     link = stringValue(view.getAttribute("href"));
+}
+
+// Reading as the document streams past.
+
+namespace {
+
+/// The bytes of one of the reader's names, which are ASCII in PDFDocEncoding.
+std::string_view bytesOf(const CEStr& name) {
+    return {EStrGetBytes(name), static_cast<size_t>(EStrGetLen(name))};
+}
+
+/// An element child of an item read as it streamed past: its name, its namespace and the text
+/// runs that would have been its text nodes.
+class StreamedChild {
+public:
+    static constexpr bool kHasRecord = false;
+
+    StreamedChild(std::string_view name, std::string_view nameSpace,
+                  const std::vector<std::string>& runs, size_t runCount)
+        : m_name(name), m_nameSpace(nameSpace), m_runs(runs), m_runCount(runCount) {}
+
+    // The names compared with are ASCII, and the tree's strings of ASCII names are
+    // PDFDocEncoding: they are equal exactly when their bytes are.
+    bool is(const CEStr& local) const { return m_name == bytesOf(local); }
+    bool is(const CEStr& local, const CEStr& ns) const {
+        return is(local) && m_nameSpace == bytesOf(ns);
+    }
+    bool hasNameSpace() const { return !m_nameSpace.empty(); }
+    /// The value valueOf gives for the record the tree would have held.
+    CAgg value() const {
+        if (m_runCount == 0)
+            return CAgg(names().empty.get());
+        CAgg first;
+        CXML2CAgg::setText(first, m_runs[0].data(), m_runs[0].size());
+        if (m_runCount == 1)
+            return first;
+        CEStr joined(first.toEStr());
+        for (size_t i = 1; i < m_runCount; ++i) {
+            CAgg run;
+            CXML2CAgg::setText(run, m_runs[i].data(), m_runs[i].size());
+            joined += CAggValueText(run);
+        }
+        return CAgg(joined.get());
+    }
+
+private:
+    std::string_view m_name;
+    std::string_view m_nameSpace;
+    const std::vector<std::string>& m_runs;
+    size_t m_runCount;
+};
+
+bool isBlank(const XML_Char* text, int len) {
+    for (int i = 0; i < len; ++i) {
+        if (text[i] != ' ' && text[i] != '\t' && text[i] != '\n')
+            return false;
+    }
+    return true;
+}
+
+} // namespace
+
+/// The tree parser, but for the items of the channel (of the root in RDF): each is read when it
+/// closes and never kept. Of an item's children only those read as a tree are built, one at a
+/// time; of the others the text is gathered as the tree's text nodes would have held it.
+class CRSSReader::DocumentParser : public CXML2CAgg {
+public:
+    explicit DocumentParser(CRSSReader& reader) : m_reader(reader) {}
+
+    /// The items read, in document order.
+    std::vector<CAgg> items;
+
+protected:
+    void startElementHandler(const XML_Char* tag, const XML_Char** atts) override {
+        if (m_itemDepth == 0) {
+            if (startsItem(tag)) {
+                if (openUnbuilt(&m_built)) {
+                    m_itemDepth = depth();
+                    m_item = CAgg::atomMapWithRoom(8);
+                }
+                return;
+            }
+            CXML2CAgg::startElementHandler(tag, atts);
+            noteOpened();
+            return;
+        }
+        if (m_treeDepth > 0) {
+            CXML2CAgg::startElementHandler(tag, atts);
+            return;
+        }
+        if (m_textDepth > 0) {
+            // Deeper text is not the child's own; the element ends the run in hand.
+            if (openUnbuilt(nullptr))
+                m_lastIsText = false;
+            return;
+        }
+        // A child of the item.
+        const XMLString* uri = elementNamespace(tag);
+        size_t uriLength = uri ? uri->size() : 0;
+        m_name = tag + uriLength;
+        m_nameSpace.assign(uri ? uri->data() : "", uriLength);
+        if (needsTree()) {
+            CXML2CAgg::startElementHandler(tag, atts);
+            m_treeDepth = depth();
+            return;
+        }
+        if (openUnbuilt(nullptr)) {
+            m_textDepth = depth();
+            m_runCount = 0;
+            m_lastIsText = false;
+        }
+    }
+
+    void endElementHandler(const XML_Char* tag) override {
+        long closing = depth();
+        if (m_itemDepth == 0) {
+            if (closing == m_channelDepth)
+                m_channelDepth = 0;
+        } else if (closing == m_itemDepth) {
+            m_itemDepth = 0;
+            items.push_back(std::move(m_item));
+            m_item = CAgg();
+        } else if (closing == m_treeDepth) {
+            m_treeDepth = 0;
+            CXML2CAgg::endElementHandler(tag); // puts the last text into the record first
+            Child child(m_built.back());
+            if (child.element)
+                m_reader.readItemChild(m_item, child);
+            m_built.clear();
+            return;
+        } else if (closing == m_textDepth) {
+            m_textDepth = 0;
+            StreamedChild child(m_name, m_nameSpace, m_runs, m_runCount);
+            m_reader.readItemChild(m_item, child);
+        }
+        CXML2CAgg::endElementHandler(tag);
+    }
+
+    void cDataHandler(const XML_Char* text, int len) override {
+        if (m_itemDepth == 0 || m_treeDepth > 0) {
+            CXML2CAgg::cDataHandler(text, len);
+            return;
+        }
+        if (m_textDepth == 0 || depth() != m_textDepth || len <= 0)
+            return;
+        // The runs are cut as the tree cuts its text nodes: whitespace that would begin one is
+        // dropped, and once one has begun every chunk joins it until an element starts.
+        if (!m_lastIsText) {
+            if (isBlank(text, len))
+                return;
+            if (m_runs.size() <= m_runCount)
+                m_runs.emplace_back();
+            m_runs[m_runCount++].clear();
+            m_lastIsText = true;
+        }
+        m_runs[m_runCount - 1].append(text, static_cast<size_t>(len));
+    }
+
+private:
+    /// Whether the element about to open is an item the reader reads: one in no namespace
+    /// directly in the channel, or, in RDF, any directly in the root.
+    bool startsItem(const XML_Char* tag) const {
+        if (m_kind != Root::rss)
+            return false;
+        const XMLString* uri = elementNamespace(tag);
+        size_t uriLength = uri ? uri->size() : 0;
+        if (std::strcmp(tag + uriLength, "item") != 0)
+            return false;
+        if (m_reader.dialect == kRSSDialectRDF)
+            return depth() == 1;
+        return uriLength == 0 && m_channelDepth > 0 && depth() == m_channelDepth;
+    }
+
+    /// Looks at the root as soon as it opens, and finds the channel: the first child of the
+    /// root named so.
+    void noteOpened() {
+        CAgg* opened = openRecord();
+        if (!opened)
+            return;
+        if (depth() == 1) {
+            m_kind = m_reader.classify(*opened);
+        } else if (depth() == 2 && !m_channelSeen && Child(*opened).is(names().channel)) {
+            m_channelSeen = true;
+            m_channelDepth = 2;
+        }
+    }
+
+    /// Whether the item's child about to open is read as a tree.
+    bool needsTree() const {
+        const Names& n = names();
+        if (m_name == bytesOf(n.body) && m_nameSpace == bytesOf(n.xhtmlNS))
+            return true;
+        return m_reader.dialect == kRSSDialect20 && !m_nameSpace.empty() &&
+               !(m_name == bytesOf(n.encoded) && m_nameSpace == bytesOf(n.contentNS));
+    }
+
+    CRSSReader& m_reader;
+    Root m_kind = Root::none;
+    bool m_channelSeen = false;
+    long m_channelDepth = 0; // while the channel is open
+    long m_itemDepth = 0;    // while an item is open
+    long m_treeDepth = 0;    // while a child built as a tree is open
+    long m_textDepth = 0;    // while a child read as text is open
+    CAgg m_item;
+    // The child built as a tree, alone.
+    CAgg::CAggVector m_built;
+    // The child read as text: its name, namespace and runs.
+    std::string m_name;
+    std::string m_nameSpace;
+    std::vector<std::string> m_runs;
+    size_t m_runCount = 0;
+    bool m_lastIsText = false;
+};
+
+CAgg CRSSReader::readDocument(const char* bytes, size_t length) {
+    gKeys.refresh();
+    parseError = CEStr();
+    DocumentParser parser(*this);
+    if (length > static_cast<size_t>(INT_MAX) ||
+        !parser.parse(bytes, static_cast<int>(length), 1)) {
+        parseError = parser.getErrorString();
+        if (isEmpty(parseError))
+            parseError = CEStr("The feed is too large to read.", kEStrPDFDoc);
+        return CAgg();
+    }
+    CAgg feed = readMessage(std::move(parser.getRoot()));
+    if (!parser.items.empty()) {
+        std::vector<CAgg>& items = feed[kRSSKeyItems].toVector();
+        items.insert(items.begin(), std::make_move_iterator(parser.items.begin()),
+                     std::make_move_iterator(parser.items.end()));
+    }
+    return feed;
 }

@@ -16,6 +16,7 @@
 #include "values/EStr.h"
 #include "xml/CXMLElement.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -50,8 +51,14 @@ enum : int32_t {
 class CRSSReader {
 public:
     /// The feed record of a document's root element record; unset when the document is no
-    /// feed or holds nothing readable.
-    CAgg readMessage(CAgg root);
+    /// feed or holds nothing readable. The tree is read where it is and left as it was.
+    CAgg readMessage(CAgg& root);
+    CAgg readMessage(CAgg&& root) { return readMessage(root); }
+    /// The feed record of a document's bytes, the same as readMessage gives for the parsed
+    /// document, made without keeping the whole element tree: the items of an RSS or RDF feed
+    /// are read as they stream past. Unset, with parseError set, when the bytes are no
+    /// well-formed document.
+    CAgg readDocument(const char* bytes, size_t length);
 
     /// Fills the feed keys from a channel element.
     void readChannel(CAgg& element, CAgg& record);
@@ -89,7 +96,16 @@ public:
     uint32_t skipHours = 0;
     /// Bit n for day n, Sunday bit 0 to Saturday bit 6.
     uint32_t skipDays = 0;
+    /// Why readDocument found no document; empty otherwise.
+    CEStr parseError;
 
 private:
+    enum class Root { none, atom, rss };
+    class DocumentParser;
+
+    /// What the root element makes of the document; sets dialect for an RSS or RDF root.
+    Root classify(CAgg& root);
+    /// Reads one element child of an item into the item record.
+    template <class Child> void readItemChild(CAgg& item, Child& child);
     void parseExtensionAt(CAgg& slot, CXMLElement& element, long depth);
 };

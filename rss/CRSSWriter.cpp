@@ -6,7 +6,11 @@
 #include "values/CAggWalk.h"
 #include "values/miTime.h"
 #include "xml/CAgg2XML.h"
+#include "xml/XMLEscape.h"
 
+#include <algorithm>
+#include <cstring>
+#include <memory>
 #include <string>
 
 namespace {
@@ -32,6 +36,52 @@ const Field kItemFields[] = {
     {&kRSSKeyAuthor, nullptr, "author"},
     {&kRSSKeyDescription, nullptr, "description"},
     {&kRSSKeyDescription, kRSSContentNamespace, "encoded"},
+};
+
+/// The element of a field as the serialiser writes it: the namespaced one declares its prefix,
+/// which the serialiser calls "m" for a namespace the tree does not bind elsewhere.
+void appendElement(std::string& out, const Field& field, const _EStrRec* text) {
+    out += '<';
+    if (field.nameSpace) {
+        out += "m:";
+        out += field.name;
+        out += " xmlns:m=\"";
+        out += field.nameSpace;
+        out += "\">";
+    } else {
+        out += field.name;
+        out += '>';
+    }
+    XMLAppendEscapedText(out, text);
+    out += field.nameSpace ? "</m:" : "</";
+    out += field.name;
+    out += '>';
+}
+
+/// The same for the value of an entry, read as text without a copy when it is a string.
+void appendEntry(std::string& out, const Field& field, CAgg& value) {
+    if (value.getType() == CAgg::eEStr) {
+        appendElement(out, field, value.toEStr());
+        return;
+    }
+    CEStr text = CAggValueText(value);
+    appendElement(out, field, text);
+}
+
+/// A reading stream over a text it owns.
+struct TextStream {
+    std::string text;
+    size_t at = 0;
+
+    static long read(char* buffer, long count, void* data) {
+        auto* self = static_cast<TextStream*>(data);
+        size_t left = self->text.size() - self->at;
+        size_t n = count > 0 ? std::min(left, static_cast<size_t>(count)) : 0;
+        std::memcpy(buffer, self->text.data() + self->at, n);
+        self->at += n;
+        return static_cast<long>(n);
+    }
+    static void close(void* data) { delete static_cast<TextStream*>(data); }
 };
 
 } // namespace
@@ -74,6 +124,47 @@ CAgg CRSSWriter::writeMessage() {
         }
     }
     return root;
+}
+
+// The tree's text spelt out: an element of one text child is its open tag, the escaped text and
+// its close tag, and one without children (an item with no field) is an empty tag and a line
+// feed.
+std::string CRSSWriter::textOf(CAgg& record) {
+    std::string out = "<?xml version=\"1.0\"?>\n<rss version=\"2.0\"><channel>";
+    for (const Field& field : kChannelFields) {
+        if (record.has(*field.key))
+            appendEntry(out, field, record[*field.key]);
+    }
+    if (record.has(kRSSKeyModDate)) {
+        CAgg date = dateText(record[kRSSKeyModDate]);
+        appendElement(out, {nullptr, nullptr, "lastBuildDate"}, date.toEStr());
+    }
+    CEStr generator = EStrFromUTF8(miGetMessageUTF8("IDS_SOAP_JS_BUILTIN"));
+    appendElement(out, {nullptr, nullptr, "generator"}, generator);
+
+    if (record.has(kRSSKeyItems) && record[kRSSKeyItems].getType() == CAgg::eVector) {
+        for (CAgg& item : record[kRSSKeyItems].toVector()) {
+            if (isHidden(item))
+                continue;
+            size_t open = out.size();
+            out += "<item>";
+            size_t empty = out.size();
+            for (const Field& field : kItemFields) {
+                if (item.has(*field.key))
+                    appendEntry(out, field, item[*field.key]);
+            }
+            if (item.has(kRSSKeyModDate)) {
+                CAgg date = dateText(item[kRSSKeyModDate]);
+                appendElement(out, {nullptr, nullptr, "pubDate"}, date.toEStr());
+            }
+            if (out.size() == empty)
+                out.replace(open, out.size() - open, "<item/>\n");
+            else
+                out += "</item>";
+        }
+    }
+    out += "</channel></rss>";
+    return out;
 }
 
 void CRSSWriter::addElement(CXMLElement& parent, const char* name, CAgg& value) {
@@ -119,8 +210,12 @@ QsStm ConvertRecordToStream(const CAgg& record) {
     QsStm stream = nullptr;
     HostFrame frame;
     int32_t failed = frame.run([&] {
+        auto text = std::make_unique<TextStream>();
         CRSSWriter writer(record);
-        stream = CAgg2XML::openStream(writer.writeMessage());
+        text->text = writer.writeText();
+        stream = QsProcStmRdOpen(TextStream::read, TextStream::close, text.get());
+        if (stream)
+            text.release(); // the stream owns it now
     });
     return failed ? nullptr : stream;
 }

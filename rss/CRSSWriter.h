@@ -11,6 +11,8 @@
 #include "values/QsStm.h"
 #include "xml/CXMLElement.h"
 
+#include <string>
+
 class CRSSWriter {
 public:
     /// A writer of a copy of the record.
@@ -18,6 +20,12 @@ public:
 
     /// The rss root element of the record.
     CAgg writeMessage();
+    /// The XML text of the record: the very bytes CAgg2XML makes of writeMessage's tree,
+    /// declaration first, written straight from the record without building the tree.
+    std::string writeText() { return textOf(m_record); }
+    /// The same text of a record read where it is, without the copy a writer takes; the record
+    /// is left as it was.
+    static std::string textOf(CAgg& record);
 
     /// Appends an element holding the value as escaped text.
     void addElement(CXMLElement& parent, const char* name, CAgg& value);
@@ -34,6 +42,7 @@ private:
     CAgg m_record;
 };
 
-/// The XML text of a stored feed record, as a read stream the caller owns and closes: the road
-/// by which another plug-in takes a feed. Null for an unset record or when writing fails.
+/// The XML text of a stored feed record (writeText), as a read stream the caller owns and
+/// closes: the road by which another plug-in takes a feed. Null for an unset record or when
+/// writing fails.
 QsStm ConvertRecordToStream(const CAgg& record);

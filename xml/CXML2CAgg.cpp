@@ -17,9 +17,11 @@ bool isBlank(const XML_Char* text, int len) {
     return true;
 }
 
-// Makes the value a string of the text. A short ASCII text fits the buffer that comes with the
-// new string; anything else is made to measure and taken over rather than copied.
-void setText(CAgg& value, const XML_Char* text, size_t length) {
+} // namespace
+
+// A short ASCII text fits the buffer that comes with the new string; anything else is made to
+// measure and taken over rather than copied.
+void CXML2CAgg::setText(CAgg& value, const XML_Char* text, size_t length) {
     EStr& payload = value.toEStr();
     if (length + 2 <= static_cast<size_t>(payload->capacity) && IsASCII(text, length)) {
         EStrSetBytesWithSize(payload, text, static_cast<long>(length), kEStrPDFDoc);
@@ -29,8 +31,6 @@ void setText(CAgg& value, const XML_Char* text, size_t length) {
     EStrDelete(payload);
     payload = made.release();
 }
-
-} // namespace
 
 CXML2CAgg::CXML2CAgg() : CXMLParser(nullptr, '\0') {
     m_keys = {kXMLKeyType,     kXMLKeyName, kXMLKeyNameSpace, kXMLKeyAttr, kXMLKeyNSDict,
@@ -102,6 +102,19 @@ void CXML2CAgg::startElementHandler(const XML_Char* tag, const XML_Char** atts) 
 
     m_stack.push_back({record, &fields[m_keys.children].toVector(), false});
     ++m_depth;
+}
+
+bool CXML2CAgg::openUnbuilt(CAgg::CAggVector* children) {
+    flushText();
+    if (m_depth >= kMaxDepth) {
+        stopParser();
+        return false;
+    }
+    if (!m_stack.empty())
+        m_stack.back().lastIsText = false;
+    m_stack.push_back({nullptr, children, false});
+    ++m_depth;
+    return true;
 }
 
 void CXML2CAgg::endElementHandler(const XML_Char*) {

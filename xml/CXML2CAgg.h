@@ -40,6 +40,10 @@ public:
     /// The message a handler set (that of an unknown encoding), or null.
     const CEStr& ownErrorString() const { return m_errorString; }
 
+    /// Makes the value the string of length bytes of Expat's text, as every string of the tree
+    /// is made: PDFDocEncoding when they are all ASCII, else UCS.
+    static void setText(CAgg& value, const XML_Char* text, size_t length);
+
 protected:
     void startElementHandler(const XML_Char* name, const XML_Char** atts) override;
     void endElementHandler(const XML_Char* name) override;
@@ -47,6 +51,20 @@ protected:
     void startNamespaceDeclHandler(const XML_Char* prefix, const XML_Char* uri) override;
     void endNamespaceDeclHandler(const XML_Char* prefix) override;
     int unknownEncodingHandler(const XML_Char* name, XML_Encoding* info) override;
+
+    // For a subclass that reads some elements as they stream past instead of keeping them.
+
+    /// Opens an element of which no record is made. It ends its parent's text run and counts
+    /// towards kMaxDepth as a built one does; the elements started inside it are appended to
+    /// children, which must outlive the element, or, with null, must not reach this class at
+    /// all, nor must text inside it. False, with the parse stopped, when it is too deep.
+    /// endElementHandler closes it.
+    bool openUnbuilt(CAgg::CAggVector* children);
+    /// The record of the innermost open element; null for one opened by openUnbuilt or when
+    /// none is open.
+    CAgg* openRecord() const { return m_stack.empty() ? nullptr : m_stack.back().record; }
+    /// How many elements are open.
+    long depth() const { return m_depth; }
 
 private:
     /// An open element: its record, its children, and whether the last of them is a text node.

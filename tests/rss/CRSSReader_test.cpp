@@ -442,4 +442,93 @@ TEST_F(FeedReader, FlattensANodeToTextWithoutADeclaration) {
     EXPECT_EQ(EStrGetEncoding(text), kEStrPDFDoc);
 }
 
+/// What readDocument makes of the bytes, printed as readMessage's reading is.
+std::string readBytes(const std::string& text) {
+    CRSSReader reader;
+    CAgg record = reader.readDocument(text.data(), text.size());
+    EXPECT_EQ(EStrToUTF8(reader.parseError), "");
+    return printReading(reader, record);
+}
+
+std::string readTree(const std::string& text) {
+    CRSSReader reader;
+    CAgg record = reader.readMessage(parseDocument(text));
+    return printReading(reader, record);
+}
+
+TEST_F(FeedReader, ReadsBytesToTheRecordItReadsFromTheTree) {
+    const char* const files[] = {
+        "rss-0.91-latin1-customary-skips",
+        "rss-0.92-enclosures-and-modules",
+        "rss-2.0-extensions-and-oddities",
+        "rdf-1.0-dublin-core",
+        "atom-0.3-persons-and-modes",
+        "podcast-itunes-media",
+        "news-html-in-cdata",
+        "blog-creators-and-comments",
+    };
+    for (const char* name : files) {
+        SCOPED_TRACE(name);
+        std::string text = readData(std::string(name) + ".xml");
+        ASSERT_FALSE(text.empty());
+        EXPECT_EQ(readBytes(text), readTree(text));
+    }
+    const std::string rdf = "<rdf:RDF xmlns:rdf='http://www.w3.org/1999/02/22-rdf-syntax-ns#' "
+                            "xmlns='http://purl.org/rss/1.0/' xmlns:dc='urn:dc'>";
+    const std::string documents[] = {
+        // Text runs: split by elements, comments and CDATA, blank runs, characters past ASCII.
+        rss20Item("<title>a<b>x<c>deep</c></b>c</title><link> <b/>l</link>"),
+        rss20Item("<title>\n  spaced  \n</title><author>   </author><guid>g<!-- c -->h</guid>"),
+        rss20Item("<description><![CDATA[<p>x</p>]]> tail &amp; more</description>"),
+        rss20Item("<title>caf\xC3\xA9 &#x4E2D;</title><description>a</description>"
+                  "<description>b</description><comments>c1</comments><comments/>"),
+        rss20Item("<pubDate>Sun, 01 Jun 2003 18:00:00 +0100</pubDate><content:encoded/>"
+                  "<content:encoded>full</content:encoded><description>late</description>"),
+        // Read as trees: extensions, repeated and nested, and xhtml bodies.
+        rss20Item("<dc:subject>a</dc:subject><dc:subject>b</dc:subject><dc:x><dc:y>1</dc:y>"
+                  "<dc:y>2</dc:y></dc:x><dc:e a='1'/><x:body><x:p>h &amp; i</x:p></x:body>"),
+        rss20Item("text before <title>t</title> between <dc:c>z</dc:c> after"),
+        // Which items are items: in a namespace, in a second channel, nested, at the root.
+        "<rss version='2.0'><channel><x:item xmlns:x='urn:x'><title>ns</title></x:item>"
+        "<item a='1'><title>1</title></item><group><item><title>deep</title></item></group>"
+        "</channel><channel><item><title>2</title></item></channel><item><title>root</title>"
+        "</item></rss>",
+        "<rss version='2.0' xmlns='urn:d'><channel><item><title>t</title></item></channel></rss>",
+        "<rss version='2.0' xmlns:a='urn:a' xmlns:ab='urn:ab'><channel><item><ab:x>1</ab:x>"
+        "<a:y>2</a:y></item></channel></rss>",
+        "<rss version='0.91'><channel><item><guid>g</guid><dc:x xmlns:dc='urn:dc'>x</dc:x>"
+        "</item></channel></rss>",
+        "<other><channel><item><title>t</title></item></channel></other>",
+        "<rss version='2.0'><item><title>no channel</title></item></rss>",
+        rdf + "<channel><title>c</title><item><title>in channel</title></item></channel>"
+              "<item><title>i1</title><dc:date>x</dc:date></item><dc:item><title>i2</title>"
+              "</dc:item></rdf:RDF>",
+        "<feed xmlns='http://purl.org/atom/ns#'><title>T</title><entry><title>e</title>"
+        "</entry></feed>",
+    };
+    for (const std::string& text : documents) {
+        SCOPED_TRACE(text);
+        EXPECT_EQ(readBytes(text), readTree(text));
+    }
+}
+
+TEST_F(FeedReader, ReadsNoRecordFromBytesThatAreNoDocument) {
+    std::string deep = "<rss version='2.0'><channel><item><title>";
+    for (long i = 0; i < CXML2CAgg::kMaxDepth; ++i)
+        deep += "<b>";
+    const std::string documents[] = {
+        "",
+        "<rss version='2.0'><channel><item><title>t</item></channel></rss>",
+        "<rss version='2.0'><channel><item><title>t</title></item></channel></rss><x/>",
+        deep,
+    };
+    for (const std::string& text : documents) {
+        SCOPED_TRACE(text.substr(0, 80));
+        CRSSReader reader;
+        CAgg record = reader.readDocument(text.data(), text.size());
+        EXPECT_EQ(record.getType(), CAgg::eVoid);
+        EXPECT_NE(EStrToUTF8(reader.parseError), "");
+    }
+}
+
 } // namespace

@@ -12,6 +12,7 @@
 #include <ctime>
 #include <fstream>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -150,6 +151,44 @@ TEST_F(FeedWriter, WritesOnlyWhatTheRecordHolds) {
                   "\">&lt;b&gt;&#233;&lt;/b&gt;</m:encoded>"
                   "<pubDate>Fri, 02 Jan 1970 00:00:00 GMT</pubDate></item><item/>\n"
                   "</channel></rss>");
+}
+
+TEST_F(FeedWriter, WritesTheTreesTextStraightFromTheRecord) {
+    std::vector<CAgg> records;
+    for (const char* name : kFeeds)
+        records.push_back(readRecord(readData(std::string(name) + ".xml")));
+    records.emplace_back();
+    records.push_back(CAgg("not a map"));
+    CAgg odd;
+    odd[kRSSKeyTitle] = CAgg(42L);
+    odd[kRSSKeyLink] = CAgg(2.5);
+    odd[kRSSKeyDescription] = CAgg("");
+    odd[kRSSKeyModDate] = CAgg("1079540400");
+    odd[kRSSKeyItems] = CAgg("not a list");
+    records.push_back(odd);
+    CAgg texts;
+    // Control characters, a lone and a paired surrogate, characters past ASCII in UCS and in a
+    // single-byte string, and every character that is escaped.
+    CAgg& item = texts[kRSSKeyItems][0L];
+    item[kRSSKeyTitle] = CAgg(EStrFromUTF8("a\x01\tb\r\n\"'<>&\xF0\x9F\x98\x80\xC3\xA9").get());
+    const unsigned char lone[] = {0xFE, 0xFF, 0xD8, 0x00, 0x00, 0x41, 0, 0};
+    item[kRSSKeyGuid] = CAgg(CEStr(reinterpret_cast<const char*>(lone), kEStrUCS).get());
+    item[kRSSKeyAuthor] = CAgg(CEStr("caf\xE9", kEStrPDFDoc).get());
+    item[kRSSKeyModDate] = CAgg(0L);
+    texts[kRSSKeyItems][1L] = CAgg::atomMapWithRoom(0);
+    texts[kRSSKeyItems][2L][kRSSKeyExtension][(std::string(kInboxNamespace) + ":hidden").c_str()]
+        .toQsBool() = 1;
+    texts[kRSSKeyItems][3L] = CAgg("an item that is no map");
+    records.push_back(texts);
+
+    for (const char* zone : {"UTC0", "NST3:30"}) {
+        LocalZone local(zone);
+        for (size_t i = 0; i < records.size(); ++i) {
+            SCOPED_TRACE(std::string(zone) + ", record " + std::to_string(i));
+            CRSSWriter writer(records[i]);
+            EXPECT_EQ(writer.writeText(), written(records[i]));
+        }
+    }
 }
 
 TEST_F(FeedWriter, LeavesOutOnlyItemsMarkedHiddenByABooleanTrue) {
