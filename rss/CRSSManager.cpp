@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
 
 CRSSManager* CRSSManager::sm_instance = nullptr;
 
@@ -169,7 +170,25 @@ bool CRSSManager::isServiceURL(const _EStrRec* url) {
     return startsWith(url, "service://");
 }
 
-long CRSSManager::feedIndex(const _EStrRec* url) {
+CEStr CRSSManager::normalURL(const _EStrRec* url) {
+    if (!url)
+        return CEStr("", kEStrPDFDoc);
+    if (EStrGetEncoding(url) == kEStrPDFDoc)
+        return CEStr(url);
+    long count = EStrGetCharLen(url);
+    std::string ascii;
+    ascii.reserve(static_cast<size_t>(count));
+    for (long i = 0; i < count; ++i) {
+        uint16_t c = EStrCharAt(url, i);
+        if (c == 0 || c >= 0x80)
+            return CEStr(url);
+        ascii.push_back(static_cast<char>(c));
+    }
+    return CEStr(ascii.c_str(), kEStrPDFDoc);
+}
+
+long CRSSManager::feedIndex(const _EStrRec* given) {
+    CEStr url = normalURL(given);
     CAgg::CAggVector& feeds = m_state["Feeds"].toVector();
     for (size_t i = 0; i < feeds.size(); ++i)
         if (sameURL(feeds[i], url))
@@ -186,7 +205,7 @@ std::vector<CEStr> CRSSManager::feeds() {
 }
 
 CAgg& CRSSManager::getFeedDescriptor(EStr url) {
-    CEStr key(url ? url : CEStr("").get());
+    CEStr key = normalURL(url);
     long hash = EStrIndexOf(key, '#', true);
     if (hash >= 0)
         EStrCharTrunc(key, hash);
@@ -195,7 +214,7 @@ CAgg& CRSSManager::getFeedDescriptor(EStr url) {
 
 CAgg* CRSSManager::findDescriptor(const _EStrRec* url) {
     CAgg& contents = m_state["Contents"];
-    CEStr key(url ? url : CEStr("").get());
+    CEStr key = normalURL(url);
     long hash = EStrIndexOf(key, '#', true);
     if (hash >= 0)
         EStrCharTrunc(key, hash);
@@ -216,7 +235,7 @@ void CRSSManager::registerIdle() {
 void CRSSManager::addFeed(EStr url, bool hidden, bool persistent) {
     if (!url)
         return;
-    CEStr kept(url);
+    CEStr kept = normalURL(url);
     if (m_isSecondary)
         changeBegin();
     if (feedIndex(kept) >= 0) {
@@ -240,7 +259,7 @@ void CRSSManager::addFeed(EStr url, bool hidden, bool persistent) {
 void CRSSManager::removeFeed(EStr url) {
     if (!url)
         return;
-    CEStr kept(url);
+    CEStr kept = normalURL(url);
     if (m_isSecondary)
         changeBegin();
     CAgg* found = findDescriptor(kept);
@@ -277,7 +296,7 @@ void CRSSManager::removeFeed(EStr url) {
 }
 
 void CRSSManager::moveFeed(EStr target, EStr url, bool before) {
-    CEStr kept(url);
+    CEStr kept = normalURL(url);
     long index = feedIndex(kept);
     if (index < 0)
         return;
@@ -320,7 +339,7 @@ bool CRSSManager::isVerified(EStr url) {
 // State.
 
 void CRSSManager::setContents(EStr url, CAgg record) {
-    CEStr kept(url);
+    CEStr kept = normalURL(url);
     CAgg& descriptor = getFeedDescriptor(kept);
     CAgg oldRecord;
     if (CAgg* old = lookUp(descriptor, "RSS"))
@@ -354,7 +373,7 @@ void CRSSManager::setContents(EStr url, CAgg record) {
 void CRSSManager::setIsRead(EStr url, bool isRead) {
     if (!hasFeed(url))
         return;
-    CEStr kept(url);
+    CEStr kept = normalURL(url);
     std::vector<long> changed;
     if (CAgg* descriptor = findDescriptor(kept)) {
         CAgg* record = lookUp(*descriptor, "RSS");
@@ -381,7 +400,7 @@ void CRSSManager::setIsRead(EStr url, bool isRead) {
 }
 
 void CRSSManager::notifyDidMarkRead(EStr url, long index, unsigned short isRead) {
-    CEStr kept(url);
+    CEStr kept = normalURL(url);
     notify([&](Observer* o) { o->didMarkRead(kept, index, isRead); });
 }
 
@@ -475,7 +494,7 @@ void CRSSManager::addDocumentFeed(VxDoc doc, EStr url) {
     if (!doc || !url)
         return;
     m_documentFeeds[doc].emplace_back(url);
-    m_feedDocuments[CEStr(url)] = doc;
+    m_feedDocuments[normalURL(url)] = doc;
 }
 
 void CRSSManager::documentWillClose(VxDoc doc) {

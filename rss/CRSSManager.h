@@ -116,6 +116,9 @@ public:
     std::vector<CEStr> feeds();
 
     static bool isLocalURL(const _EStrRec* url);
+    /// The form in which the store keeps a URL: ASCII text as PDFDocEncoding bytes whatever its
+    /// encoding, so that a URL read back from a cabinet as UCS is the same key as the one given.
+    static CEStr normalURL(const _EStrRec* url);
     static bool isServiceURL(const _EStrRec* url);
 
     // State.

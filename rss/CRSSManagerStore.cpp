@@ -60,7 +60,7 @@ void CRSSManager::setIconDecoder(IconDecodeProc decode, IconReleaseProc release,
 // Binaries and icons.
 
 void CRSSManager::eraseBinary(const _EStrRec* url) {
-    auto found = m_binaries.find(url);
+    auto found = m_binaries.find(normalURL(url));
     if (found == m_binaries.end())
         return;
     QsFree(found->second.data);
@@ -68,7 +68,7 @@ void CRSSManager::eraseBinary(const _EStrRec* url) {
 }
 
 void CRSSManager::releaseIcon(const _EStrRec* url) {
-    auto found = m_icons.find(url);
+    auto found = m_icons.find(normalURL(url));
     if (found == m_icons.end())
         return;
     if (found->second && gReleaseIcon)
@@ -90,7 +90,7 @@ VxIcon CRSSManager::validIcon(VxIcon icon) {
 }
 
 void CRSSManager::addIcon(EStr url, unsigned char* bytes, uint32_t size) {
-    CEStr key(url);
+    CEStr key = normalURL(url);
     eraseBinary(key);
     m_binaries[key] = BinaryData{typeOf(getFeedDescriptor(key)), bytes, size};
     releaseIcon(key);
@@ -99,7 +99,7 @@ void CRSSManager::addIcon(EStr url, unsigned char* bytes, uint32_t size) {
 }
 
 void CRSSManager::addCode(EStr url, unsigned char* bytes, uint32_t size) {
-    CEStr key(url);
+    CEStr key = normalURL(url);
     eraseBinary(key);
     m_binaries[key] = BinaryData{typeOf(getFeedDescriptor(key)), bytes, size};
     // A UI feed's script reaches the presentation layer through didUpdate, which reads it back
@@ -109,25 +109,27 @@ void CRSSManager::addCode(EStr url, unsigned char* bytes, uint32_t size) {
 const CRSSManager::BinaryData* CRSSManager::getBinary(EStr url) {
     if (!url)
         return nullptr;
-    auto found = m_binaries.find(url);
+    auto found = m_binaries.find(normalURL(url));
     return found == m_binaries.end() ? nullptr : &found->second;
 }
 
-VxIcon CRSSManager::getIcon(EStr url) {
-    if (!url || EStrGetLen(url) == 0)
+VxIcon CRSSManager::getIcon(EStr given) {
+    if (!given || EStrGetLen(given) == 0)
         return nullptr;
+    CEStr url = normalURL(given);
     CrackedUrlRec cracked{};
-    if (miCrackUrl(EStrGetBytes(url), &cracked) != 0)
+    if (miCrackUrl(url.c_str(), &cracked) != kUrlOK)
         return nullptr;
     auto found = m_icons.find(url);
     if (found != m_icons.end())
         return found->second;
     if (!isLocalURL(url) || !gBuiltInIcon)
         return nullptr;
+    // The rest of the URL, cut to 127 bytes, names a built-in icon.
     char name[128];
-    std::snprintf(name, sizeof name, "%s", EStrGetBytes(url) + std::strlen("local://"));
+    std::snprintf(name, sizeof name, "%s", url.c_str() + std::strlen("local://"));
     VxIcon icon = validIcon(gBuiltInIcon(name));
-    m_icons[CEStr(url)] = icon;
+    m_icons[url] = icon;
     return icon;
 }
 
@@ -208,13 +210,14 @@ void CRSSManager::restoreFeedContents(bool) {
             std::set<CEStr, CEStrLessNumbersFirst> live;
             for (CAgg& entry : m_state["Feeds"].toVector())
                 if (CAggIsString(entry))
-                    live.insert(CEStr(entry.toEStr()));
+                    live.insert(normalURL(entry.toEStr()));
             for (CAgg& entry : feeds->toVector()) {
                 if (!CAggIsString(entry) || EStrGetLen(entry.toEStr()) == 0)
                     continue;
                 // Live order goes first; a stored URL the store has already is not doubled.
-                if (live.insert(CEStr(entry.toEStr())).second)
-                    m_state["Feeds"].toVector().emplace_back(entry.toEStr());
+                CEStr url = normalURL(entry.toEStr());
+                if (live.insert(url).second)
+                    m_state["Feeds"].toVector().emplace_back(url.get());
             }
         }
         if (stored.has("Contents") && CAggIsMap(stored["Contents"]))
@@ -222,11 +225,17 @@ void CRSSManager::restoreFeedContents(bool) {
                 // A descriptor of another kind than a map is damage; an empty slot is not.
                 if (CAggIsMap(descriptor) || descriptor.getType() == CAgg::eVoid ||
                     descriptor.getType() == CAgg::eVector)
-                    m_state["Contents"][url] =
+                    m_state["Contents"][normalURL(url)] =
                         descriptor.getType() == CAgg::eVector ? CAgg() : std::move(descriptor);
             });
-        if (stored.has("OpenState") && CAggIsMap(stored["OpenState"]))
-            m_state["OpenState"] = std::move(stored["OpenState"]);
+        if (stored.has("OpenState")) {
+            // An empty map is stored as an empty cabinet, which reads back as a vector.
+            CAgg& openState = stored["OpenState"];
+            if (CAggIsMap(openState))
+                m_state["OpenState"] = std::move(openState);
+            else if (openState.getType() == CAgg::eVector && openState.toVector().empty())
+                m_state["OpenState"].toMap().clear();
+        }
     }
 
     try {

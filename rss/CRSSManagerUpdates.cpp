@@ -101,7 +101,7 @@ void CRSSManager::update(bool async) {
 void CRSSManager::updateFeed(EStr url, bool async, bool force, bool recursive) {
     if (m_isSecondary || !url)
         return;
-    CEStr kept(url);
+    CEStr kept = normalURL(url);
     if (!async) {
         processUpdate(kept, force);
     } else {
@@ -134,7 +134,7 @@ void CRSSManager::scheduleDelayed() {
 void CRSSManager::addToPendingList(EStr url, bool force) {
     if (m_isSecondary || !url)
         return;
-    CEStr kept(url);
+    CEStr kept = normalURL(url);
     CAgg* descriptor = findDescriptor(kept);
     if (isLocalURL(kept) || (descriptor && typeOf(*descriptor) == atomOf("Internal"))) {
         // A local feed's provider runs at once; it never waits in the queue.
@@ -190,9 +190,11 @@ bool CRSSManager::isStale(EStr url) {
     if (!descriptor || !CAggIsMap(*descriptor))
         return true;
     long now = miTimeSecs();
+    // A restored state holds the time in its stored form; it reads back as a time record.
     CAgg* last = lookUp(*descriptor, "lastAttempt");
-    bool hasLast = last && last->getType() == CAgg::eQsTimeRec;
-    long age = hasLast ? (now - secondsOf(last->toQsTimeRec())) / 60 : 0;
+    bool hasLast = last && last->getType() != CAgg::eVoid;
+    QsTimeRec lastRec = hasLast ? CAgg(*last).toQsTimeRec() : QsTimeRec{};
+    long age = hasLast ? (now - secondsOf(lastRec)) / 60 : 0;
     if (longOf(*descriptor, "State") < 1) {
         if (!hasLast)
             return true;
@@ -216,7 +218,7 @@ bool CRSSManager::isStale(EStr url) {
         CAgg* record = lookUp(*descriptor, "RSS");
         long days = record ? longOf(*record, "SkipDays") & 0xFFFF : 0;
         long hours = record ? longOf(*record, "SkipHours") & 0xFFFF : 0;
-        std::time_t when = secondsOf(last->toQsTimeRec());
+        std::time_t when = secondsOf(lastRec);
         std::tm local{};
         localtime_r(&when, &local);
         if ((days & (1L << local.tm_wday)) || (hours & (1L << local.tm_hour)))
@@ -283,7 +285,7 @@ void CRSSManager::update(CFeedProc& feedProc) {
 void CRSSManager::registerRSSFeedProc(EStr url, const char* iconName, FeedProc proc, void* data) {
     if (m_isSecondary || !url)
         return;
-    CEStr kept(url);
+    CEStr kept = normalURL(url);
     m_feedProcs[kept] = CFeedProc{proc, data, kept, 0};
     if (iconName && *iconName) {
         releaseIcon(kept);
@@ -304,7 +306,7 @@ void CRSSManager::registerRSSFeedProc(EStr url, const char* iconName, FeedProc p
 
 void CRSSManager::unregisterRSSFeedProc(EStr url) {
     if (url)
-        m_feedProcs.erase(CEStr(url));
+        m_feedProcs.erase(normalURL(url));
 }
 
 // Sub-feeds.
@@ -401,7 +403,7 @@ std::vector<CAgg> CRSSManager::getSubFeeds(EStr url) {
 void CRSSManager::prefetch(EStr url) {
     if (m_isSecondary || !url)
         return;
-    CEStr kept(url);
+    CEStr kept = normalURL(url);
     for (CAgg& sub : getSubFeeds(kept)) {
         CEStr subURL(CAggValueText(sub["URL"]));
         if (EStrCmp(subURL, kept) == 0 || isLocalURL(subURL))
@@ -440,7 +442,7 @@ void CRSSManager::recheckAuthentication() {
 void CRSSManager::processUpdate(EStr url, bool force) {
     if (!url || (!force && !isStale(url)))
         return;
-    CEStr kept(url);
+    CEStr kept = normalURL(url);
     QsTimeRec now{};
     miTimeGetTime(&now, 0);
     CAgg& descriptor = getFeedDescriptor(kept);
