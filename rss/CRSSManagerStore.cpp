@@ -48,6 +48,16 @@ unsigned char* copyBytes(const std::string& bytes, size_t extra) {
     return copy;
 }
 
+/// Writes a cabinet under "Collab" in one step and destroys it; a host that cannot write leaves
+/// the stored state as it was.
+void saveWhole(ICabinets& cabs, QsCab cab, const char* name) {
+    try {
+        cabs.saveCabinet(cab, "Collab", name);
+    } catch (const HostError&) {
+    }
+    cabs.destroyCabinet(cab);
+}
+
 } // namespace
 
 void CRSSManager::setIconDecoder(IconDecodeProc decode, IconReleaseProc release,
@@ -166,14 +176,14 @@ void CRSSManager::storeFeedContents(bool isShutdown) {
     stored["Feeds"].toVector() = std::move(kept);
     stored["OpenState"] = m_state["OpenState"];
 
-    QsCab rss = QsCabAcquireLocal("Collab", "RSS");
-    cabs->makeEmpty(rss);
-    cabs->merge(rss, CAgg2QsCab(stored));
-    QsCabCancelIdleReleaseLocal(rss);
-    QsCabReleaseLocal(rss);
+    // Each cabinet is written whole in one step of the host's, so that a process killed at any
+    // moment leaves the old state or the new one. It does not go through the shared local
+    // cabinet: that would read the old file twice, to empty it and to compare it at release,
+    // which for a large store costs more than the write.
+    QsCab rss = CAgg2QsCab(stored);
+    saveWhole(*cabs, rss, "RSS");
 
-    QsCab binary = QsCabAcquireLocal("Collab", "RSSBinary");
-    cabs->makeEmpty(binary);
+    QsCab binary = cabs->newCabinet();
     int counter = 0;
     for (auto& [url, data] : m_binaries) {
         QsCab entry = cabs->newCabinet();
@@ -186,8 +196,7 @@ void CRSSManager::storeFeedContents(bool isShutdown) {
         std::snprintf(key, sizeof key, "%d", counter++);
         cabs->putCabinet(binary, key, entry);
     }
-    QsCabCancelIdleReleaseLocal(binary);
-    QsCabReleaseLocal(binary);
+    saveWhole(*cabs, binary, "RSSBinary");
 }
 
 void CRSSManager::restoreFeedContents(bool) {
@@ -196,10 +205,9 @@ void CRSSManager::restoreFeedContents(bool) {
         return;
     CAgg stored;
     try {
-        QsCab rss = QsCabAcquireLocal("Collab", "RSS");
+        QsCab rss = QsCabAcquireLocalTemp("Collab", "RSS");
         QsCab2CAgg(stored, rss);
-        QsCabCancelIdleReleaseLocal(rss);
-        QsCabDiscardLocal(rss);
+        QsCabReleaseLocalTemp(rss);
     } catch (const HostError&) {
         // An unreadable cabinet leaves the state as it was.
         stored = CAgg();
@@ -239,14 +247,13 @@ void CRSSManager::restoreFeedContents(bool) {
     }
 
     try {
-        QsCab binary = QsCabAcquireLocal("Collab", "RSSBinary");
+        QsCab binary = QsCabAcquireLocalTemp("Collab", "RSSBinary");
         for (const QsCabKeyInfo& info : cabs->keys(binary)) {
             if (info.kind != kQsCabCabinet)
                 continue;
             convertToBin(cabs->getCabinet(binary, info.key.c_str()));
         }
-        QsCabCancelIdleReleaseLocal(binary);
-        QsCabDiscardLocal(binary);
+        QsCabReleaseLocalTemp(binary);
     } catch (const HostError&) {
     }
 
