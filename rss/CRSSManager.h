@@ -17,6 +17,7 @@
 #include "values/EStr.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <vector>
@@ -77,13 +78,12 @@ public:
     static void setPlatformHooks(SecondaryQuery isSecondary, ChangeBracketProc changeBegin,
                                  ChangeBracketProc changeEnd);
 
-    /// Decodes PNG bytes into a new icon bundle, or null; releases one.
-    using IconDecodeProc = VxIcon (*)(const unsigned char* bytes, uint32_t size);
+    /// The platform's PNG decoder: PNG bytes to a new icon bundle, or null; and its release.
+    /// Without one, every icon is null. Built-in icons by name are the plug-in's own PNG
+    /// resources, decoded the same way.
+    using IconDecodeProc = VxIcon (*)(const unsigned char* bytes, size_t size);
     using IconReleaseProc = void (*)(VxIcon icon);
-    /// The built-in icon of a name (such as "Inbox.png"), decoded from the plug-in's resources.
-    using BuiltInIconProc = VxIcon (*)(const char* name);
-    static void setIconDecoder(IconDecodeProc decode, IconReleaseProc release,
-                               BuiltInIconProc builtIn);
+    static void setIconDecoder(IconDecodeProc decode, IconReleaseProc release);
 
     CRSSManager();
     ~CRSSManager();

@@ -3,6 +3,7 @@
 #include "frame/HostError.h"
 #include "frame/HostTables.h"
 #include "frame/QsCore.h"
+#include "frame/ZString.h"
 #include "frame/host/VxIconBundle.h"
 #include "rss/CRSSManager.h"
 #include "values/CAggWalk.h"
@@ -17,7 +18,6 @@ namespace {
 
 CRSSManager::IconDecodeProc gDecodeIcon = nullptr;
 CRSSManager::IconReleaseProc gReleaseIcon = nullptr;
-CRSSManager::BuiltInIconProc gBuiltInIcon = nullptr;
 
 QsAtom atomOf(const char* text) {
     return gCoreHFT ? gCoreHFT->atomFromString(text) : kQsNullAtom;
@@ -60,11 +60,9 @@ void saveWhole(ICabinets& cabs, QsCab cab, const char* name) {
 
 } // namespace
 
-void CRSSManager::setIconDecoder(IconDecodeProc decode, IconReleaseProc release,
-                                 BuiltInIconProc builtIn) {
+void CRSSManager::setIconDecoder(IconDecodeProc decode, IconReleaseProc release) {
     gDecodeIcon = decode;
     gReleaseIcon = release;
-    gBuiltInIcon = builtIn;
 }
 
 // Binaries and icons.
@@ -133,12 +131,15 @@ VxIcon CRSSManager::getIcon(EStr given) {
     auto found = m_icons.find(url);
     if (found != m_icons.end())
         return found->second;
-    if (!isLocalURL(url) || !gBuiltInIcon)
+    if (!isLocalURL(url) || !gDecodeIcon)
         return nullptr;
     // The rest of the URL, cut to 127 bytes, names a built-in icon.
     char name[128];
     std::snprintf(name, sizeof name, "%s", url.c_str() + std::strlen("local://"));
-    VxIcon icon = validIcon(gBuiltInIcon(name));
+    size_t size = 0;
+    auto* bytes = static_cast<unsigned char*>(mdGetDataFromName(name, &size));
+    VxIcon icon = bytes ? validIcon(gDecodeIcon(bytes, size)) : nullptr;
+    QsFree(bytes);
     m_icons[url] = icon;
     return icon;
 }

@@ -251,12 +251,12 @@ TEST_F(RSSStoreTest, ADamagedStateRestoresWhatItCanAndNeverFails) {
 
 // Big enough that a save takes a while, so that kills land inside writes.
 void fill(CRSSManager& store, int generation) {
-    for (int f = 0; f < 60; ++f) {
+    for (int f = 0; f < 30; ++f) {
         std::string url = "http://feeds.example/" + std::to_string(f) + ".xml";
         CAgg record = CAgg::atomMapWithRoom(4);
         CAgg& items = record[rsstest::testHost().core().atomFromString("Items")];
         items.toVector();
-        for (int i = 0; i < 40; ++i) {
+        for (int i = 0; i < 30; ++i) {
             CAgg entry = CAgg::atomMapWithRoom(4);
             std::string text(200, static_cast<char>('a' + generation));
             entry[rsstest::testHost().core().atomFromString("Guid")] =
@@ -325,8 +325,8 @@ TEST_F(RSSStoreTest, KilledSavesLeaveTheOldOrTheNewStateWhole) {
     {
         CRSSManager fresh;
         fresh.ensureIsRunning();
-        EXPECT_EQ(fresh.feeds().size(), 60u);
-        EXPECT_EQ(fresh.countArticles(CEStr("http://feeds.example/59.xml")), 40);
+        EXPECT_EQ(fresh.feeds().size(), 30u);
+        EXPECT_EQ(fresh.countArticles(CEStr("http://feeds.example/29.xml")), 30);
         fresh.storeFeedContents(false);
     }
     for (auto& pair : saved)
