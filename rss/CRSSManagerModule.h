@@ -4,8 +4,11 @@
 #include "frame/CModule.h"
 
 class CRSSManagerModule final : public CModule {
-    // init creates CRSSManager::sm_instance unless there is one, and term destroys it; both
-    // arrive with the subscription store.
+public:
+    /// Creates CRSSManager::sm_instance unless there is one.
+    bool init() override;
+    /// Destroys the store, which saves itself as it goes.
+    bool term() override;
 };
 
 /// Creates the module, which puts it on the registry.
