@@ -45,3 +45,31 @@ inline bool waitFor(const std::function<bool()>& done,
     }
     return true;
 }
+
+#include "values/CAgg.h"
+
+#include <map>
+
+/// A map of texts as UTF-8 pairs; a non-map gives an empty map.
+inline std::map<std::string, std::string> textsOf(CAgg value) {
+    std::map<std::string, std::string> out;
+    if (value.getType() != CAgg::eMap)
+        return out;
+    for (auto& [key, entry] : value.toMap()) {
+        CAgg copy = entry;
+        out[EStrToUTF8(key.get())] = EStrToUTF8(copy.toEStr());
+    }
+    return out;
+}
+
+/// A browse batch: each instance name with its "name|type|domain".
+inline std::map<std::string, std::string> instancesOf(CAgg value) {
+    std::map<std::string, std::string> out;
+    if (value.getType() != CAgg::eMap)
+        return out;
+    for (auto& [key, entry] : value.toMap()) {
+        std::map<std::string, std::string> fields = textsOf(entry);
+        out[EStrToUTF8(key.get())] = fields["name"] + "|" + fields["type"] + "|" + fields["domain"];
+    }
+    return out;
+}
