@@ -155,6 +155,7 @@ void CRendezvousResolve::Consumer() {
     // calls.
     if (static_cast<unsigned long>(miTimeSecs()) > startTime + timeout) {
         CAgg empty;
+        empty.toMap();
         callback(name.get(), empty, clientData);
         stop();
     }

@@ -96,6 +96,7 @@ void DSConsumeBrowseRecords(std::deque<DSRecord> records, DSQueryCallback callba
 
 CAgg DSRecordToCAgg(const DSRecord& record) {
     CAgg map;
+    map.toMap();
     for (const auto& [key, value] : record)
         map[key.c_str()] = CAgg(value.c_str());
     return map;
