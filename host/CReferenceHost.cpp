@@ -35,6 +35,8 @@ CReferenceHost::CReferenceHost(std::istream& in, std::ostream& out,
                            .userInterface = &m_ui,
                            .wsdlReader = &m_wsdlReader,
                            .scriptEngine = m_engine.get()});
+    // Discovery asks for multicast DNS when it first needs it.
+    m_core.registerTable(kMulticastDNSTable.name, kMulticastDNSTable.version, &m_multicastDNS);
 }
 
 CReferenceHost::~CReferenceHost() {
