@@ -50,17 +50,14 @@ void browseCallback(AvahiServiceBrowser*, AvahiIfIndex, AvahiProtocol, AvahiBrow
                      ref->context);
 }
 
-/// The TXT record's strings, separated by 0x01.
+/// The TXT record's strings, in the record's order, separated by 0x01.
 std::string joinedText(AvahiStringList* txt) {
-    // Avahi keeps the strings last first; the record's order is the reverse.
-    AvahiStringList* ordered = avahi_string_list_reverse(avahi_string_list_copy(txt));
     std::string out;
-    for (AvahiStringList* item = ordered; item; item = item->next) {
-        if (item != ordered)
+    for (AvahiStringList* item = txt; item; item = item->next) {
+        if (item != txt)
             out += '\x01';
         out.append(reinterpret_cast<const char*>(item->text), item->size);
     }
-    avahi_string_list_free(ordered);
     return out;
 }
 

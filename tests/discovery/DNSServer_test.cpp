@@ -4,9 +4,6 @@
 #include "discovery/CDNSRequest.h"
 #include "tests/discovery/DiscoveryTestSupport.h"
 
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <cstdlib>
 #include <mutex>
 
@@ -17,28 +14,6 @@ const char* const kInsideVariable = "VELL_DISCOVERY_DNS_NAMESPACE";
 /// The namespace's work folder, when running inside it.
 const char* insideNamespace() {
     return std::getenv(kInsideVariable);
-}
-
-std::string commandOutput(const std::string& command, int& status) {
-    std::string out;
-    FILE* pipe = popen((command + " 2>&1").c_str(), "r");
-    if (!pipe) {
-        status = -1;
-        return out;
-    }
-    char buffer[512];
-    while (size_t count = fread(buffer, 1, sizeof buffer, pipe))
-        out.append(buffer, count);
-    int raw = pclose(pipe);
-    status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-    return out;
-}
-
-std::string fileText(const std::string& path) {
-    std::ifstream in(path);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
 }
 
 struct Heard {
@@ -62,23 +37,7 @@ struct Heard {
 TEST(DNSServer, InANamespaceOfItsOwn) {
     if (insideNamespace())
         GTEST_SKIP() << "the run inside the namespace";
-    int status = 0;
-    commandOutput("unshare -n -m true", status);
-    if (status != 0)
-        GTEST_SKIP() << "this machine cannot make network and mount namespaces (unshare -n -m)";
-    commandOutput("command -v dnsmasq", status);
-    if (status != 0)
-        GTEST_SKIP() << "dnsmasq is not installed (scripts/install-deps)";
-    char work[] = "/tmp/vell-dns-XXXXXX";
-    ASSERT_NE(mkdtemp(work), nullptr);
-    std::string self = fileText("/proc/self/cmdline").c_str();
-    std::string command = std::string("unshare -n -m env ") + kInsideVariable + "=" + work + " " +
-                          VELL_TEST_DATA + "/discovery/dns-namespace.sh " + work + " " + self +
-                          " --gtest_filter='DNSServerInside.*'";
-    std::string output = commandOutput(command, status);
-    EXPECT_EQ(status, 0) << output;
-    EXPECT_NE(output.find("[  PASSED  ] 3 tests"), std::string::npos) << output;
-    commandOutput(std::string("rm -rf ") + work, status);
+    runInNamespace("dns-namespace.sh", kInsideVariable, "DNSServerInside.*", 3, {"dnsmasq"});
 }
 
 class DNSServerInside : public ::testing::Test {

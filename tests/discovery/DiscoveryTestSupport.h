@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <chrono>
 #include <cstdint>
 #include <fstream>
@@ -48,7 +51,60 @@ inline bool waitFor(const std::function<bool()>& done,
 
 #include "values/CAgg.h"
 
+#include <cstdio>
+#include <cstdlib>
 #include <map>
+
+/// What the shell command prints, standard error included; status gets its exit status.
+inline std::string commandOutput(const std::string& command, int& status) {
+    std::string out;
+    FILE* pipe = popen((command + " 2>&1").c_str(), "r");
+    if (!pipe) {
+        status = -1;
+        return out;
+    }
+    char buffer[512];
+    while (size_t count = fread(buffer, 1, sizeof buffer, pipe))
+        out.append(buffer, count);
+    int raw = pclose(pipe);
+    status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+    return out;
+}
+
+inline std::string fileText(const std::string& path) {
+    std::ifstream in(path);
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+/// Runs this test program again in new network and mount namespaces, through the set-up script
+/// of tests/data/discovery/ and with the variable naming a work folder, on the test cases of the
+/// filter; expects the run to pass all of them. Skips when the machine cannot make the
+/// namespaces or lacks one of the tools.
+inline void runInNamespace(const char* script, const char* variable, const char* filter, int cases,
+                           std::initializer_list<const char*> tools) {
+    int status = 0;
+    commandOutput("unshare -n -m true", status);
+    if (status != 0)
+        GTEST_SKIP() << "this machine cannot make network and mount namespaces (unshare -n -m)";
+    for (const char* tool : tools) {
+        commandOutput(std::string("command -v ") + tool, status);
+        if (status != 0)
+            GTEST_SKIP() << tool << " is not installed (scripts/install-deps)";
+    }
+    char work[] = "/tmp/vell-discovery-XXXXXX";
+    ASSERT_NE(mkdtemp(work), nullptr);
+    std::string self = fileText("/proc/self/cmdline").c_str();
+    std::string command = std::string("unshare -n -m env ") + variable + "=" + work + " " +
+                          VELL_TEST_DATA + "/discovery/" + script + " " + work + " " + self +
+                          " --gtest_filter='" + filter + "'";
+    std::string output = commandOutput(command, status);
+    EXPECT_EQ(status, 0) << output;
+    EXPECT_NE(output.find("[  PASSED  ] " + std::to_string(cases) + " test"), std::string::npos)
+        << output;
+    commandOutput(std::string("rm -rf ") + work, status);
+}
 
 /// A map of texts as UTF-8 pairs; a non-map gives an empty map.
 inline std::map<std::string, std::string> textsOf(CAgg value) {
