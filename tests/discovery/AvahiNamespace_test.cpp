@@ -21,7 +21,7 @@ const char* const kInsideVariable = "VELL_DISCOVERY_AVAHI_NAMESPACE";
 TEST(AvahiDaemon, InANamespaceOfItsOwn) {
     if (std::getenv(kInsideVariable))
         GTEST_SKIP() << "the run inside the namespace";
-    runInNamespace("avahi-namespace.sh", kInsideVariable, "AvahiInside.*", 2,
+    runInNamespace("avahi-namespace.sh", kInsideVariable, "AvahiInside.*", 3,
                    {"avahi-daemon", "avahi-publish", "dbus-daemon", "ip"});
 }
 
@@ -125,6 +125,19 @@ TEST_F(AvahiInside, AScriptDiscoversThroughTheRealDaemon) {
               "add Office Printer|resolve Office Printer 10.77.0.1:8080 /print two");
     run("q.stop(); r.stop();");
     module.term();
+}
+
+TEST_F(AvahiInside, TheHostDiscoversFromTheCommandLine) {
+    std::string host = std::string(VELL_BUILD_DIR) + "/vellum-host --timeout 2 discover http";
+    int status = 0;
+    std::string browse = commandOutput(host, status);
+    EXPECT_EQ(status, 0) << browse;
+    EXPECT_NE(browse.find("+ Office Printer  _http._tcp.  local.\n"), std::string::npos) << browse;
+    std::string resolved = commandOutput(host + " --resolve 'Office Printer'", status);
+    EXPECT_EQ(status, 0) << resolved;
+    EXPECT_EQ(resolved, "Office Printer 10.77.0.1:8080\nnote=two\npath=/print\n");
+    std::string missing = commandOutput(host + " --resolve Nobody --timeout 1", status);
+    EXPECT_EQ(status, 1) << missing;
 }
 
 } // namespace
