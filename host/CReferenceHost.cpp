@@ -26,7 +26,7 @@ CReferenceHost::CReferenceHost(std::istream& in, std::ostream& out,
     m_looseRoots = std::make_unique<CLooseRootsSource>(m_loop.context(), *m_engine);
 
     m_core.registerTables({&m_support, &m_view, &m_extra, &m_documents, &m_network, &m_baseKit,
-                           &m_encodings, &m_ui, &m_wsdlReader, m_engine.get()});
+                           &m_encodings, &m_ui, &m_wsdlReader, m_engine.get(), &m_multicastDNS});
 }
 
 CReferenceHost::~CReferenceHost() {

@@ -17,6 +17,7 @@
 #include "host/extra/CHostVellView.h"
 #include "host/files/CPosixFileSystem.h"
 #include "host/loop/CMainLoop.h"
+#include "host/mdns/CAvahiMulticastDNS.h"
 #include "host/net/CCurlNetwork.h"
 #include "host/runner/CLooseRootsSource.h"
 #include "host/script/CSpiderMonkeyEngine.h"
@@ -74,6 +75,7 @@ private:
     CBaseKit m_baseKit{m_encodings, m_core};
     CCurlNetwork m_network{m_loop};
     CWsdlReader m_wsdlReader{m_cabinets, &m_network};
+    CAvahiMulticastDNS m_multicastDNS;
     std::unique_ptr<CSpiderMonkeyEngine> m_engine;
     std::unique_ptr<CLooseRootsSource> m_looseRoots;
 

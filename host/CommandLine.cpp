@@ -40,6 +40,15 @@ constexpr CommandText kCommands[] = {
      "one that always faults on a free port of 127.0.0.1, and runs examples/demo.js (or FILE)\n"
      "against them as run does, with the global demoServer holding their address. No other\n"
      "network is needed.\n"},
+    {"discover", "discover TYPE", "browse for services of a type, or resolve one instance",
+     "Browses for services of TYPE (\"http\" for _http._tcp) through SOAP.queryServices and\n"
+     "prints \"+ NAME  TYPE  DOMAIN\" as one appears and \"- ...\" as one goes, until --timeout\n"
+     "or Ctrl-C. --domain \"local.\" (the default) looks on the local link by multicast DNS, any\n"
+     "other domain by unicast DNS in the resolver's default domain. With --resolve NAME it\n"
+     "resolves that instance instead (by unicast, NAME is its full DNS name) and prints\n"
+     "\"NAME TARGET:PORT\" and a KEY=VALUE line for each other pair of the answer. Exit\n"
+     "status: 0; 1 when a resolve gets no answer; 2 when the plug-in cannot be loaded; 130\n"
+     "after Ctrl-C.\n"},
 };
 
 struct OptionText {
@@ -52,6 +61,8 @@ constexpr OptionText kOptions[] = {
     {"--pref SECTION.KEY=VALUE", "set a viewer preference; may be given more than once"},
     {"--yes, --no", "answer every alert with its first button, or with No or Cancel"},
     {"--timeout SECONDS", "end a script and its wait after this long (default 60, 0: no limit)"},
+    {"--domain DOMAIN", "discover: where to look (default local.)"},
+    {"--resolve NAME", "discover: resolve this instance"},
     {"-h, --help", "this text; after a command, that command's help"},
 };
 
@@ -93,6 +104,12 @@ bool ParseHostCommandLine(const std::vector<std::string>& arguments, HostCommand
         bool hasValue = i + 1 < arguments.size();
         if (argument == "--help" || argument == "-h") {
             line.help = true;
+        } else if (argument == "--domain" || argument == "--resolve") {
+            if (!hasValue) {
+                error = argument + " needs a value";
+                return false;
+            }
+            (argument == "--domain" ? line.domain : line.resolveName) = arguments[++i];
         } else if (argument == "--plugin" || argument == "--pref") {
             if (!hasValue) {
                 error = argument + " needs a value";
@@ -128,6 +145,18 @@ bool ParseHostCommandLine(const std::vector<std::string>& arguments, HostCommand
         error = "no command";
         return false;
     }
+    bool discover = line.command == "discover";
+    if (!discover && !(line.domain.empty() && line.resolveName.empty())) {
+        error = "--domain and --resolve go with discover";
+        return false;
+    }
+    if (discover) {
+        if (line.operands.size() != 1) {
+            error = "discover takes one service type";
+            return false;
+        }
+        return true;
+    }
     size_t most = takesScripts(line.command) ? 1 : 0;
     size_t least = line.command == "run" ? 1 : 0;
     if (line.operands.size() < least || line.operands.size() > most) {
@@ -144,7 +173,7 @@ void PrintHostUsage(std::ostream& out) {
            "commands:\n";
     for (const CommandText& command : kCommands) {
         std::string synopsis = command.synopsis;
-        synopsis.resize(13, ' ');
+        synopsis.resize(15, ' ');
         out << "  " << synopsis << command.summary << "\n";
     }
     out << "\n";

@@ -2,6 +2,7 @@
 //
 //   vellum-host [--plugin PATH] [--pref SECTION.KEY=VALUE]... [--yes | --no]
 //               [--timeout SECONDS] info | run FILE | console | demo [FILE]
+//               | discover TYPE [--domain DOMAIN] [--resolve NAME]
 //   vellum-host --help | <command> --help
 #pragma once
 
@@ -19,6 +20,8 @@ struct HostCommandLine {
     int timeoutSeconds = 60;
     std::string command;
     std::vector<std::string> operands;
+    std::string domain;      // discover: empty for the local link
+    std::string resolveName; // discover: the instance to resolve
     /// Help was asked for: of the command when there is one, else of the host.
     bool help = false;
 };

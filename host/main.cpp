@@ -2,6 +2,7 @@
 #include "host/CReferenceHost.h"
 #include "host/CommandLine.h"
 #include "host/DemoCommand.h"
+#include "host/DiscoverCommand.h"
 #include "host/runner/CScriptRunner.h"
 
 #include <unistd.h>
@@ -98,5 +99,10 @@ int main(int argc, char** argv) {
     if (line.command == "demo")
         return RunDemo(host, plugin, line.operands.empty() ? DefaultDemoScript() : line.operands[0],
                        line.timeoutSeconds, std::cout, std::cerr);
+    if (line.command == "discover") {
+        DiscoverRequest request{line.operands[0], line.domain.empty() ? "local." : line.domain,
+                                line.resolveName};
+        return RunDiscover(host, plugin, request, line.timeoutSeconds, std::cout, std::cerr);
+    }
     return scripts(host, plugin, line.command, line.operands, line.timeoutSeconds);
 }

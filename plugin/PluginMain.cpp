@@ -4,6 +4,7 @@
 // CppTerm, which create, bring up, take down and free the modules in their fixed order; the
 // authentication callbacks of the two network clients; and the entries of the exported tables
 // "SOAP" and "JSPNL".
+#include "discovery/CDSRequest.h"
 #include "discovery/CJSDiscoveryModule.h"
 #include "frame/CModule.h"
 #include "frame/HostTables.h"
@@ -74,8 +75,11 @@ template <class Fn> QsProc exported(Fn* fn) {
 // 1 CSOAPRequest to 26 SupportsFeedProtocol, "JSPNL" 1 PNLDialogUDExec and 2
 // PNLCreatePrefsPanel. An index without an entry stays unset.
 const PIExportEntry kSOAPEntries[] = {
-    {1, exported(CSOAPRequest)}, {2, exported(CSOAPAsyncRequest)}, {3, exported(CSOAPConnect)},
-    {4, exported(CSOAPCall)},    {5, exported(CSOAPEncodeString)}, {6, exported(CSOAPDecodeString)},
+    {1, exported(CSOAPRequest)},      {2, exported(CSOAPAsyncRequest)},
+    {3, exported(CSOAPConnect)},      {4, exported(CSOAPCall)},
+    {5, exported(CSOAPEncodeString)}, {6, exported(CSOAPDecodeString)},
+    {10, exported(QueryServices)},    {11, exported(ResolveService)},
+    {12, exported(GetServiceInfo)},   {13, exported(StopServiceRequest)},
 };
 
 const PIProduct kProduct = {

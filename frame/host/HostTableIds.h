@@ -40,6 +40,8 @@ inline constexpr HostTableId kVellViewUserInterfaceTable{"VellViewUserInterface"
 inline constexpr HostTableId kFormFlowTable{"FormFlow", 2};
 /// IScriptEngine.
 inline constexpr HostTableId kESHFTTable{"ESHFT", 256};
+/// IMulticastDNS; optional, asked for when discovery first needs it.
+inline constexpr HostTableId kMulticastDNSTable{"MulticastDNS", 0x10000};
 
 // Bare tables.
 inline constexpr HostTableId kPDFEditWriteTable{"PDFEditWrite", 0x40000};

@@ -3,6 +3,7 @@
 #include "frame/host/HostTableIds.h"
 #include "frame/host/IDocumentModel.h"
 #include "frame/host/IEncodings.h"
+#include "frame/host/IMulticastDNS.h"
 #include "frame/host/INetwork.h"
 #include "frame/host/IQsExtra.h"
 #include "frame/host/IScriptEngine.h"
@@ -157,6 +158,8 @@ void CHostCore::registerTables(const HostTableSet& tables) {
         {kVellViewUserInterfaceTable, tables.userInterface},
         {kFormFlowTable, tables.wsdlReader},
         {kESHFTTable, tables.scriptEngine},
+        // Discovery asks for it when it first needs it.
+        {kMulticastDNSTable, tables.multicastDNS},
     };
     for (const auto& offer : served)
         registerTable(offer.id.name, offer.id.version, offer.table);

@@ -17,6 +17,7 @@ class IDocumentModel;
 class IEncodings;
 class INetwork;
 class IQsExtra;
+class IMulticastDNS;
 class IScriptEngine;
 class IUserInterface;
 class IVellSupport;
@@ -37,6 +38,7 @@ struct HostTableSet {
     IUserInterface* userInterface;
     IWsdlReader* wsdlReader;
     IScriptEngine* scriptEngine;
+    IMulticastDNS* multicastDNS;
 };
 
 class CHostCore final : public ICore {

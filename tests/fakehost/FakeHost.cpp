@@ -53,6 +53,8 @@ FakeHost::FakeHost() {
     // The converter answers the best encoding of a text as this table too, imported on use.
     m_core.registerTable(kVellScriptInterfaceTable.name, kVellScriptInterfaceTable.version,
                          &m_encodings);
+    // Discovery asks for multicast DNS when it first needs it.
+    m_core.registerTable(kMulticastDNSTable.name, kMulticastDNSTable.version, &m_multicastDNS);
 }
 
 FakeHost::~FakeHost() {
@@ -63,7 +65,7 @@ FakeHost::~FakeHost() {
 
 void FakeHost::registerTables() {
     m_core.registerTables({&m_support, &m_view, &m_extra, &m_documents, &m_network, &m_baseKit,
-                           &m_encodings, &m_ui, &m_wsdlReader, &scriptEngine()});
+                           &m_encodings, &m_ui, &m_wsdlReader, &scriptEngine(), &m_multicastDNS});
 }
 
 CSpiderMonkeyEngine& FakeHost::scriptEngine() {

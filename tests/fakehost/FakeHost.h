@@ -20,6 +20,7 @@
 #include "tests/fakehost/FakeEncodings.h"
 #include "tests/fakehost/FakeFileSystem.h"
 #include "tests/fakehost/FakeIdle.h"
+#include "tests/fakehost/FakeMulticastDNS.h"
 #include "tests/fakehost/FakeNetwork.h"
 #include "tests/fakehost/FakeScriptConsole.h"
 #include "tests/fakehost/FakeUserInterface.h"
@@ -107,6 +108,8 @@ public:
     CIconvEncodings& encodings() { return m_encodings; }
     FakeUserInterface& ui() { return m_ui; }
     FakeNetwork& network() { return m_network; }
+    /// Multicast DNS with scripted answers, offered as "MulticastDNS".
+    FakeMulticastDNS& multicastDNS() { return m_multicastDNS; }
     /// The WSDL reader behind "FormFlow": the host's own, which is deterministic.
     CWsdlReader& wsdlReader() { return m_wsdlReader; }
 
@@ -137,5 +140,6 @@ private:
     FakeNetwork m_network{m_view.fakeIdle()};
     CWsdlReader m_wsdlReader{m_cabinets, &m_network};
     FakeScriptConsole m_scriptConsole;
+    FakeMulticastDNS m_multicastDNS;
     std::unique_ptr<CSpiderMonkeyEngine> m_scriptEngine;
 };
