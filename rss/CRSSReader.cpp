@@ -68,10 +68,12 @@ bool isEmpty(const _EStrRec* s) {
     return !s || EStrGetCharLen(s) == 0;
 }
 
-/// The atoms of the element records, looked up once for each call from outside rather than
-/// at every node: looking up a CLazyAtom costs a call into the core table.
+/// The atoms of the element records and of an item's record, looked up once for each call
+/// from outside rather than at every node: looking up a CLazyAtom costs a call into the core
+/// table and a comparison of its text.
 struct Keys {
     QsAtom type, name, nameSpace, children, text, element, textType;
+    QsAtom title, link, description, hash, guid, modDate, author, comments, extension;
     void refresh() {
         type = kXMLKeyType;
         name = kXMLKeyName;
@@ -80,6 +82,15 @@ struct Keys {
         text = kXMLKeyText;
         element = kXMLTypeElement;
         textType = kXMLTypeText;
+        title = kRSSKeyTitle;
+        link = kRSSKeyLink;
+        description = kRSSKeyDescription;
+        hash = kRSSKeyHash;
+        guid = kRSSKeyGuid;
+        modDate = kRSSKeyModDate;
+        author = kRSSKeyAuthor;
+        comments = kRSSKeyComments;
+        extension = kRSSKeyExtension;
     }
 };
 
@@ -204,8 +215,8 @@ CAgg stringValue(const CEStr& text) {
 }
 
 void setDescription(CAgg& item, CAgg text) {
-    item[kRSSKeyHash] = stringValue(makeMD5String(text.toEStr()));
-    item[kRSSKeyDescription] = std::move(text);
+    item[gKeys.hash] = stringValue(makeMD5String(text.toEStr()));
+    item[gKeys.description] = std::move(text);
 }
 
 /// The record's Description, read without changing its type; empty when absent.
@@ -385,24 +396,24 @@ template <class Child> void CRSSReader::readItemChild(CAgg& item, Child& child) 
     bool ladder = !child.hasNameSpace() || dialect == kRSSDialectRDF;
     if (ladder && child.is(n.description)) {
         // The first description wins, an empty one too; content:encoded still overwrites.
-        if (!item.has(kRSSKeyDescription))
+        if (!item.has(gKeys.description))
             setDescription(item, child.value());
     } else if (ladder && dialect == kRSSDialect20 && child.is(n.guid)) {
-        item[kRSSKeyGuid] = child.value();
+        item[gKeys.guid] = child.value();
     } else if (ladder && child.is(n.title)) {
-        item[kRSSKeyTitle] = child.value();
+        item[gKeys.title] = child.value();
     } else if (ladder && child.is(n.link)) {
-        item[kRSSKeyLink] = child.value();
+        item[gKeys.link] = child.value();
     } else if (ladder && child.is(n.pubDate)) {
         CAgg value = child.value();
-        item[kRSSKeyModDate] = CAgg(parseARPADate(value.toEStr()));
+        item[gKeys.modDate] = CAgg(parseARPADate(value.toEStr()));
     } else if (ladder && child.is(n.author)) {
-        item[kRSSKeyAuthor] = child.value();
+        item[gKeys.author] = child.value();
     } else if (ladder && child.is(n.comments)) {
         CAgg value = child.value();
         if (!isEmpty(value.toEStr())) {
             comments.emplace_back(value.toEStr());
-            item[kRSSKeyComments] = std::move(value);
+            item[gKeys.comments] = std::move(value);
         }
     } else if (child.is(n.encoded, n.contentNS)) {
         CAgg value = child.value();
@@ -416,7 +427,7 @@ template <class Child> void CRSSReader::readItemChild(CAgg& item, Child& child) 
             if (!isEmpty(text))
                 setDescription(item, CAgg(text.get()));
         } else if (dialect == kRSSDialect20 && child.hasNameSpace()) {
-            parseExtension(item[kRSSKeyExtension][child.extensionKey()], child.view);
+            parseExtension(item[gKeys.extension][child.extensionKey()], child.view);
         }
     }
 }
