@@ -68,10 +68,12 @@ bool isEmpty(const _EStrRec* s) {
     return !s || EStrGetCharLen(s) == 0;
 }
 
-/// The atoms of the element records, looked up once for each call from outside rather than
-/// at every node: looking up a CLazyAtom costs a call into the core table.
+/// The atoms of the element records and of an item's record, looked up once for each call
+/// from outside rather than at every node: looking up a CLazyAtom costs a call into the core
+/// table and a comparison of its text.
 struct Keys {
     QsAtom type, name, nameSpace, children, text, element, textType;
+    QsAtom title, link, description, hash, guid, modDate, author, comments, extension;
     void refresh() {
         type = kXMLKeyType;
         name = kXMLKeyName;
@@ -80,6 +82,15 @@ struct Keys {
         text = kXMLKeyText;
         element = kXMLTypeElement;
         textType = kXMLTypeText;
+        title = kRSSKeyTitle;
+        link = kRSSKeyLink;
+        description = kRSSKeyDescription;
+        hash = kRSSKeyHash;
+        guid = kRSSKeyGuid;
+        modDate = kRSSKeyModDate;
+        author = kRSSKeyAuthor;
+        comments = kRSSKeyComments;
+        extension = kRSSKeyExtension;
     }
 };
 
@@ -204,8 +215,8 @@ CAgg stringValue(const CEStr& text) {
 }
 
 void setDescription(CAgg& item, CAgg text) {
-    item[kRSSKeyHash] = stringValue(makeMD5String(text.toEStr()));
-    item[kRSSKeyDescription] = std::move(text);
+    item[gKeys.hash] = stringValue(makeMD5String(text.toEStr()));
+    item[gKeys.description] = std::move(text);
 }
 
 /// The record's Description, read without changing its type; empty when absent.
@@ -378,45 +389,56 @@ void CRSSReader::readItem(CAgg& element, std::vector<CAgg>& items) {
 }
 
 // Child is either an element record of the tree or an element read as it streamed past, which
-// carries its text alone: the stream keeps the record of an element the rungs below read as a
-// tree (xhtml:body, and an RSS 2.0 extension), so only such a child reaches those rungs.
+// carries its text alone: the stream keeps the record of an element that the rungs below read
+// as a tree (xhtml:body, and an RSS 2.0 extension with elements in it).
 template <class Child> void CRSSReader::readItemChild(CAgg& item, Child& child) {
     const Names& n = names();
     bool ladder = !child.hasNameSpace() || dialect == kRSSDialectRDF;
     if (ladder && child.is(n.description)) {
         // The first description wins, an empty one too; content:encoded still overwrites.
-        if (!item.has(kRSSKeyDescription))
+        if (!item.has(gKeys.description))
             setDescription(item, child.value());
     } else if (ladder && dialect == kRSSDialect20 && child.is(n.guid)) {
-        item[kRSSKeyGuid] = child.value();
+        item[gKeys.guid] = child.value();
     } else if (ladder && child.is(n.title)) {
-        item[kRSSKeyTitle] = child.value();
+        item[gKeys.title] = child.value();
     } else if (ladder && child.is(n.link)) {
-        item[kRSSKeyLink] = child.value();
+        item[gKeys.link] = child.value();
     } else if (ladder && child.is(n.pubDate)) {
         CAgg value = child.value();
-        item[kRSSKeyModDate] = CAgg(parseARPADate(value.toEStr()));
+        item[gKeys.modDate] = CAgg(parseARPADate(value.toEStr()));
     } else if (ladder && child.is(n.author)) {
-        item[kRSSKeyAuthor] = child.value();
+        item[gKeys.author] = child.value();
     } else if (ladder && child.is(n.comments)) {
         CAgg value = child.value();
         if (!isEmpty(value.toEStr())) {
             comments.emplace_back(value.toEStr());
-            item[kRSSKeyComments] = std::move(value);
+            item[gKeys.comments] = std::move(value);
         }
     } else if (child.is(n.encoded, n.contentNS)) {
         CAgg value = child.value();
         if (!isEmpty(value.toEStr()))
             setDescription(item, std::move(value));
-    } else if constexpr (Child::kHasRecord) {
-        if (child.is(n.body, n.xhtmlNS)) {
+    } else if (child.is(n.body, n.xhtmlNS)) {
+        // Only a record comes here: the stream keeps every body as a tree.
+        if constexpr (Child::kHasRecord) {
             CEStr text(names().empty);
             for (CAgg& part : childList(child.view.record()))
                 text += CEStr::adopt(flattenXML(part));
             if (!isEmpty(text))
                 setDescription(item, CAgg(text.get()));
-        } else if (dialect == kRSSDialect20 && child.hasNameSpace()) {
-            parseExtension(item[kRSSKeyExtension][child.extensionKey()], child.view);
+        }
+    } else if (dialect == kRSSDialect20 && child.hasNameSpace()) {
+        CAgg& slot = item[gKeys.extension][child.extensionKey()];
+        if constexpr (Child::kHasRecord) {
+            parseExtension(slot, child.view);
+        } else {
+            // The stream keeps the tree of an extension with elements in it; one that streamed
+            // past held none, and parseExtension would take its text, when there is any, and
+            // nothing else.
+            CAgg value = child.value();
+            if (!isEmpty(value.toEStr()))
+                slot = std::move(value);
         }
     }
 }
@@ -616,6 +638,16 @@ public:
         return is(local) && m_nameSpace == bytesOf(ns);
     }
     bool hasNameSpace() const { return !m_nameSpace.empty(); }
+    /// The key Child::extensionKey gives for the record.
+    CEStr extensionKey() const {
+        CEStr name = XML_String2ESTR(m_name.data(), static_cast<long>(m_name.size()));
+        if (!hasNameSpace())
+            return name;
+        CEStr key = XML_String2ESTR(m_nameSpace.data(), static_cast<long>(m_nameSpace.size()));
+        key += CEStr(":", kEStrPDFDoc);
+        key += name;
+        return key;
+    }
     /// The value valueOf gives for the record the tree would have held.
     CAgg value() const {
         if (m_runCount == 0)
@@ -679,6 +711,11 @@ protected:
             return;
         }
         if (m_textDepth > 0) {
+            if (m_extension && depth() == m_textDepth) {
+                buildExtension();
+                CXML2CAgg::startElementHandler(tag, atts);
+                return;
+            }
             // Deeper text is not the child's own; the element ends the run in hand.
             if (openUnbuilt(nullptr))
                 m_lastIsText = false;
@@ -698,6 +735,7 @@ protected:
             m_textDepth = depth();
             m_runCount = 0;
             m_lastIsText = false;
+            m_extension = isExtension();
         }
     }
 
@@ -775,22 +813,51 @@ private:
         }
     }
 
-    /// Whether the item's child about to open is read as a tree.
+    /// Whether the item's child about to open is read as a tree from the start: a body.
     bool needsTree() const {
         const Names& n = names();
-        if (m_name == bytesOf(n.body) && m_nameSpace == bytesOf(n.xhtmlNS))
-            return true;
+        return m_name == bytesOf(n.body) && m_nameSpace == bytesOf(n.xhtmlNS);
+    }
+
+    /// Whether the item's child about to open is an extension, which is read as a tree as soon
+    /// as an element opens in it.
+    bool isExtension() const {
+        const Names& n = names();
         return m_reader.dialect == kRSSDialect20 && !m_nameSpace.empty() &&
                !(m_name == bytesOf(n.encoded) && m_nameSpace == bytesOf(n.contentNS));
+    }
+
+    /// Turns the extension read as text so far into a tree: its record is made of its name and
+    /// the runs gathered, which become its text nodes, and the parser builds the rest into it.
+    /// Its attributes are left out, as reading an extension never looks at them.
+    void buildExtension() {
+        CAgg record = CAgg::atomMapWithRoom(4);
+        CAgg::CAggQsAtomMap& fields = record.toQsAtomMap();
+        fields[gKeys.type].toQsAtom() = gKeys.element;
+        setText(fields[gKeys.name], m_name.data(), m_name.size());
+        setText(fields[gKeys.nameSpace], m_nameSpace.data(), m_nameSpace.size());
+        CAgg::CAggVector& children = fields[gKeys.children].toVector();
+        for (size_t i = 0; i < m_runCount; ++i) {
+            CAgg node = CAgg::atomMapWithRoom(2);
+            node.toQsAtomMap()[gKeys.type].toQsAtom() = gKeys.textType;
+            setText(node.toQsAtomMap()[gKeys.text], m_runs[i].data(), m_runs[i].size());
+            children.push_back(std::move(node));
+        }
+        m_built.push_back(std::move(record));
+        // The entries of an atom map stay where they are, so the list does too.
+        redirectChildren(&m_built.back().toQsAtomMap()[gKeys.children].toVector());
+        m_treeDepth = m_textDepth;
+        m_textDepth = 0;
     }
 
     CRSSReader& m_reader;
     Root m_kind = Root::none;
     bool m_channelSeen = false;
-    long m_channelDepth = 0; // while the channel is open
-    long m_itemDepth = 0;    // while an item is open
-    long m_treeDepth = 0;    // while a child built as a tree is open
-    long m_textDepth = 0;    // while a child read as text is open
+    long m_channelDepth = 0;  // while the channel is open
+    long m_itemDepth = 0;     // while an item is open
+    long m_treeDepth = 0;     // while a child built as a tree is open
+    long m_textDepth = 0;     // while a child read as text is open
+    bool m_extension = false; // whether that child is an extension
     CAgg m_item;
     // The child built as a tree, alone.
     CAgg::CAggVector m_built;

@@ -117,6 +117,14 @@ bool CXML2CAgg::openUnbuilt(CAgg::CAggVector* children) {
     return true;
 }
 
+void CXML2CAgg::redirectChildren(CAgg::CAggVector* children) {
+    flushText();
+    if (m_stack.empty())
+        return;
+    m_stack.back().children = children;
+    m_stack.back().lastIsText = false;
+}
+
 void CXML2CAgg::endElementHandler(const XML_Char*) {
     flushText();
     if (m_stack.empty())

@@ -60,6 +60,9 @@ protected:
     /// all, nor must text inside it. False, with the parse stopped, when it is too deep.
     /// endElementHandler closes it.
     bool openUnbuilt(CAgg::CAggVector* children);
+    /// The elements and text of the innermost open element, opened by openUnbuilt, go into
+    /// children from now on, as they would into those of a built element.
+    void redirectChildren(CAgg::CAggVector* children);
     /// The record of the innermost open element; null for one opened by openUnbuilt or when
     /// none is open.
     CAgg* openRecord() const { return m_stack.empty() ? nullptr : m_stack.back().record; }

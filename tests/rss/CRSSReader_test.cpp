@@ -488,6 +488,11 @@ TEST_F(FeedReader, ReadsBytesToTheRecordItReadsFromTheTree) {
         rss20Item("<dc:subject>a</dc:subject><dc:subject>b</dc:subject><dc:x><dc:y>1</dc:y>"
                   "<dc:y>2</dc:y></dc:x><dc:e a='1'/><x:body><x:p>h &amp; i</x:p></x:body>"),
         rss20Item("text before <title>t</title> between <dc:c>z</dc:c> after"),
+        // Extensions whose elements show only after text, blanks or nothing.
+        rss20Item("<dc:m>t<dc:n>u</dc:n>v</dc:m><dc:k> <dc:n>u</dc:n> </dc:k><dc:j><dc:n/>w</dc:j>"
+                  "<dc:e></dc:e><dc:s>a</dc:s><dc:s></dc:s><dc:s>  </dc:s><dc:s><!--c--></dc:s>"),
+        rss20Item("<dc:q>x<!--c-->y<![CDATA[z]]></dc:q><dc:p><dc:q><dc:r>1</dc:r></dc:q><dc:q>2"
+                  "</dc:q></dc:p><dc:p>\n <dc:q/>\n</dc:p><x:span>caf\xC3\xA9</x:span>"),
         // Which items are items: in a namespace, in a second channel, nested, at the root.
         "<rss version='2.0'><channel><x:item xmlns:x='urn:x'><title>ns</title></x:item>"
         "<item a='1'><title>1</title></item><group><item><title>deep</title></item></group>"
