@@ -196,12 +196,14 @@ public:
     /// The queue, front first.
     const std::vector<CRSSAsyncUpdate>& pending() const { return m_pending; }
 
-    // These come with the fetch handlers: processUpdate(url, force) fetches a feed blocking,
-    // processUpdate(entry) starts the asynchronous fetch of the queue's front (resolving a
-    // "service://" feed first), notifyDidComplete moves the queue on when a handler is done, and
-    // recheckAuthentication queues again the feeds that failed for want of a password.
+    /// Checks one feed at once: stamps lastAttempt and runs a local feed's provider. Fetching a
+    /// remote feed blocking comes with the fetch handlers, which turn a reply into store state.
     void processUpdate(EStr url, bool force);
+    /// Starts the queue's front; false when nothing was started. Until the fetch handlers come
+    /// (with notifyDidComplete, by which a finished handler moves the queue on, and the
+    /// resolution of "service://" feeds), a remote feed is passed over and stays stale.
     bool processUpdate(CRSSAsyncUpdate& entry);
+    /// Queues again, unconditionally, the feeds that a server refused for want of a password.
     void recheckAuthentication();
 
     /// The scheduled call that hands the queue's front to processUpdate.

@@ -339,3 +339,40 @@ TEST_F(RSSStoreTest, KilledSavesLeaveTheOldOrTheNewStateWhole) {
 }
 
 } // namespace
+
+namespace {
+
+std::vector<std::string> gBrackets;
+
+TEST_F(RSSStoreTest, ASecondaryInstanceWorksOnTheStoredStateInsideBrackets) {
+    {
+        CRSSManager primary;
+        primary.ensureIsRunning();
+        primary.addFeed(CEStr("http://primary.example/rss"), false, true);
+        primary.storeFeedContents(false);
+    }
+    gBrackets.clear();
+    CRSSManager::setPlatformHooks([] { return true; }, [] { gBrackets.push_back("begin"); },
+                                  [] { gBrackets.push_back("end"); });
+    {
+        CRSSManager secondary;
+        EXPECT_TRUE(secondary.isSecondary());
+        secondary.ensureIsRunning();
+        EXPECT_FALSE(secondary.isRunning()) << "a secondary instance runs no update engine";
+        secondary.addFeed(CEStr("http://secondary.example/rss"), false, true);
+        EXPECT_EQ(urls(secondary), (std::vector<std::string>{"http://primary.example/rss",
+                                                             "http://secondary.example/rss"}));
+        secondary.addToPendingList(CEStr("http://secondary.example/rss"), true);
+        EXPECT_TRUE(secondary.pending().empty());
+        EXPECT_FALSE(host.idle().isRegistered(CRSSManager::doUpdateFeed, &secondary));
+        secondary.removeFeed(CEStr("http://primary.example/rss"));
+    }
+    CRSSManager::setPlatformHooks(nullptr, nullptr, nullptr);
+    EXPECT_EQ(gBrackets, (std::vector<std::string>{"begin", "end", "begin", "end"}));
+    // Each change reached the disk as it was made.
+    CRSSManager primary;
+    primary.ensureIsRunning();
+    EXPECT_EQ(urls(primary), std::vector<std::string>{"http://secondary.example/rss"});
+}
+
+} // namespace
