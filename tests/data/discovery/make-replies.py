@@ -135,3 +135,36 @@ network.chunks[0] = ("header with the counts in network order",
 network.add("PTR: Office Printer, in line", record(TO_NAME, 12, labels(INSTANCE))).write(
     "network-order-counts.hex",
     "The counts in network order, which the reader takes as 512 questions and answers.")
+
+
+def server_reply(question_name, qtype, answers, answer_count_bytes):
+    """A whole reply that the C library's resolver accepts and this system's reader reads too:
+    the question count is 1 in network order, which the reader takes as 256, so 255 questions of
+    four bytes (a root name, type and class halves) follow the real one; the answer count's bytes
+    are chosen to be non-zero in network order and the number of answers in the reader's."""
+    reply = Reply.__new__(Reply)
+    reply.chunks = []
+    reply.add("header: id 0 (the server puts the query's), flags, 1 question, answers " +
+              answer_count_bytes.hex(" "),
+              b"\0\0\x81\x80\0\x01" + answer_count_bytes + b"\0\0\0\0")
+    reply.add("the question, as asked", labels(question_name) + be16(qtype) + be16(1))
+    reply.add("255 questions of four bytes each, for the reader", b"\0\0\0\0" * 255)
+    for comment, data in answers:
+        reply.add(comment, data)
+    assert reply.size() <= 1500
+    return reply
+
+
+SERVER_INSTANCE = ["Office", "_http", "_tcp", "example", "test"]
+server_reply(["_http", "_tcp", "example", "test"], 12, [
+    ("PTR: Office._http._tcp.example.test",
+     record(labels(SERVICE), 12, labels(SERVER_INSTANCE)))], b"\x01\x00").write(
+    "server-browse.hex", "What the test's server answers to the PTR query of a browse.")
+server_reply(SERVER_INSTANCE, 255, [
+    ("SRV: port 8080, target host.example.test",
+     record(labels(SERVER_INSTANCE), 33,
+            b"\0\0\0\0" + be16(8080) + labels(["host", "example", "test"]))),
+    ("TXT: two strings, last in the reply",
+     record(labels(SERVER_INSTANCE), 16, labels(["path=/print", "note=two"], end=False)))],
+    b"\x02\x00").write(
+    "server-resolve.hex", "What the test's server answers to the ANY query of a resolve.")
