@@ -12,6 +12,7 @@
 #include "frame/ZString.h"
 #include "rss/CRSSManagerModule.h"
 #include "rss/CRSSModule.h"
+#include "rss/RSSExports.h"
 #include "scriptui/CJSPNLModule.h"
 #include "scriptui/CJSToolButtonModule.h"
 #include "scriptui/JSVxViewModule.h"
@@ -75,11 +76,24 @@ template <class Fn> QsProc exported(Fn* fn) {
 // 1 CSOAPRequest to 26 SupportsFeedProtocol, "JSPNL" 1 PNLDialogUDExec and 2
 // PNLCreatePrefsPanel. An index without an entry stays unset.
 const PIExportEntry kSOAPEntries[] = {
-    {1, exported(CSOAPRequest)},      {2, exported(CSOAPAsyncRequest)},
-    {3, exported(CSOAPConnect)},      {4, exported(CSOAPCall)},
-    {5, exported(CSOAPEncodeString)}, {6, exported(CSOAPDecodeString)},
-    {10, exported(QueryServices)},    {11, exported(ResolveService)},
-    {12, exported(GetServiceInfo)},   {13, exported(StopServiceRequest)},
+    {1, exported(CSOAPRequest)},
+    {2, exported(CSOAPAsyncRequest)},
+    {3, exported(CSOAPConnect)},
+    {4, exported(CSOAPCall)},
+    {5, exported(CSOAPEncodeString)},
+    {6, exported(CSOAPDecodeString)},
+    {7, exported(RegisterFeedProc)},
+    {8, exported(UnregisterFeedProc)},
+    {9, exported(UpdateFeedProc)},
+    {10, exported(QueryServices)},
+    {11, exported(ResolveService)},
+    {12, exported(GetServiceInfo)},
+    {13, exported(StopServiceRequest)},
+    {14, exported(AddFeed)},
+    {17, exported(RegisterNotificationProc)},
+    {18, exported(UnregisterNotificationProc)},
+    {23, exported(RegisterOnStartProc)},
+    {24, exported(HasFeed)},
 };
 
 const PIProduct kProduct = {

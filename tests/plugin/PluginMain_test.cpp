@@ -13,6 +13,7 @@
 
 #include <cxxabi.h>
 #include <memory>
+#include <set>
 #include <string>
 #include <typeinfo>
 #include <vector>
@@ -187,6 +188,26 @@ TEST_F(LifeCycle, SOAPStringGivesMessagesToScripts) {
         engine.freeVal(value);
     }
     engine.destroyContext(context);
+}
+
+TEST_F(LifeCycle, TheSOAPTableOffersWhatIsBuiltAndReachesTheStore) {
+    ASSERT_TRUE(start());
+    auto* table = static_cast<IEntryTable*>(
+        host.core().extensionMgrGetHFT(host.core().atomFromString("SOAP"), 0x10000));
+    ASSERT_NE(table, nullptr);
+    // The entries of the Tracker and the rest of the store's road come with their modules.
+    const std::set<int32_t> set = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 17, 18, 23, 24};
+    for (int32_t index = 1; index < table->entryCount(); ++index)
+        EXPECT_EQ(table->getEntry(index) != nullptr, set.count(index) == 1) << index;
+
+    using AddFeedProc = void (*)(const char*, VxDoc, const char*, bool);
+    using HasFeedProc = bool (*)(const char*);
+    auto addFeed = reinterpret_cast<AddFeedProc>(table->getEntry(14));
+    auto hasFeed = reinterpret_cast<HasFeedProc>(table->getEntry(24));
+    const char* url = "http://feeds.example/news.xml";
+    EXPECT_FALSE(hasFeed(url));
+    addFeed(url, nullptr, "RSS", false);
+    EXPECT_TRUE(hasFeed(url));
 }
 
 } // namespace
