@@ -51,8 +51,8 @@ bool hasName(int32_t encoding) {
 
 IEncodings* scriptInterface() {
     if (!gVellScriptInterfaceHFT && gCoreHFT) {
-        HFT table = gCoreHFT->extensionMgrGetHFT(
-            QsAtomFromString(kVellScriptInterfaceTable.name), kVellScriptInterfaceTable.version);
+        HFT table = gCoreHFT->extensionMgrGetHFT(QsAtomFromString(kVellScriptInterfaceTable.name),
+                                                 kVellScriptInterfaceTable.version);
         // The table of that name is the converter by contract.
         gVellScriptInterfaceHFT = static_cast<IEncodings*>(table);
     }
