@@ -78,13 +78,6 @@ public:
     static void setPlatformHooks(SecondaryQuery isSecondary, ChangeBracketProc changeBegin,
                                  ChangeBracketProc changeEnd);
 
-    /// The platform's PNG decoder: PNG bytes to a new icon bundle, or null; and its release.
-    /// Without one, every icon is null. Built-in icons by name are the plug-in's own PNG
-    /// resources, decoded the same way.
-    using IconDecodeProc = VxIcon (*)(const unsigned char* bytes, size_t size);
-    using IconReleaseProc = void (*)(VxIcon icon);
-    static void setIconDecoder(IconDecodeProc decode, IconReleaseProc release);
-
     CRSSManager();
     ~CRSSManager();
     CRSSManager(const CRSSManager&) = delete;

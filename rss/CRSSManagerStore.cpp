@@ -4,6 +4,8 @@
 #include "frame/HostTables.h"
 #include "frame/QsCore.h"
 #include "frame/ZString.h"
+#include "frame/host/IIcons.h"
+#include "frame/host/IVellView.h"
 #include "frame/host/VxIconBundle.h"
 #include "rss/CRSSManager.h"
 #include "values/CAggWalk.h"
@@ -16,8 +18,10 @@
 
 namespace {
 
-CRSSManager::IconDecodeProc gDecodeIcon = nullptr;
-CRSSManager::IconReleaseProc gReleaseIcon = nullptr;
+/// The viewer's icon decoder; null when it has none.
+IIcons* platformIcons() {
+    return gVellViewHFT ? gVellViewHFT->icons() : nullptr;
+}
 
 QsAtom atomOf(const char* text) {
     return gCoreHFT ? gCoreHFT->atomFromString(text) : kQsNullAtom;
@@ -60,11 +64,6 @@ void saveWhole(ICabinets& cabs, QsCab cab, const char* name) {
 
 } // namespace
 
-void CRSSManager::setIconDecoder(IconDecodeProc decode, IconReleaseProc release) {
-    gDecodeIcon = decode;
-    gReleaseIcon = release;
-}
-
 // Binaries and icons.
 
 void CRSSManager::eraseBinary(const _EStrRec* url) {
@@ -79,8 +78,8 @@ void CRSSManager::releaseIcon(const _EStrRec* url) {
     auto found = m_icons.find(normalURL(url));
     if (found == m_icons.end())
         return;
-    if (found->second && gReleaseIcon)
-        gReleaseIcon(found->second);
+    if (found->second && platformIcons())
+        platformIcons()->releaseIcon(found->second);
     found->second = nullptr;
 }
 
@@ -92,8 +91,8 @@ VxIcon CRSSManager::validIcon(VxIcon icon) {
     // Tree icons are small: anything from 6 to 29 pixels a side.
     if (bundle && width >= 6 && width <= 29 && height >= 6 && height <= 29)
         return icon;
-    if (icon && gReleaseIcon)
-        gReleaseIcon(icon);
+    if (icon && platformIcons())
+        platformIcons()->releaseIcon(icon);
     return nullptr;
 }
 
@@ -102,7 +101,8 @@ void CRSSManager::addIcon(EStr url, unsigned char* bytes, uint32_t size) {
     eraseBinary(key);
     m_binaries[key] = BinaryData{typeOf(getFeedDescriptor(key)), bytes, size};
     releaseIcon(key);
-    VxIcon icon = gDecodeIcon && bytes ? validIcon(gDecodeIcon(bytes, size)) : nullptr;
+    IIcons* icons = platformIcons();
+    VxIcon icon = icons && bytes ? validIcon(icons->iconFromPNG(bytes, size)) : nullptr;
     m_icons[key] = icon;
 }
 
@@ -131,14 +131,14 @@ VxIcon CRSSManager::getIcon(EStr given) {
     auto found = m_icons.find(url);
     if (found != m_icons.end())
         return found->second;
-    if (!isLocalURL(url) || !gDecodeIcon)
+    if (!isLocalURL(url) || !platformIcons())
         return nullptr;
     // The rest of the URL, cut to 127 bytes, names a built-in icon.
     char name[128];
     std::snprintf(name, sizeof name, "%s", url.c_str() + std::strlen("local://"));
     size_t size = 0;
     auto* bytes = static_cast<unsigned char*>(mdGetDataFromName(name, &size));
-    VxIcon icon = bytes ? validIcon(gDecodeIcon(bytes, size)) : nullptr;
+    VxIcon icon = bytes ? validIcon(platformIcons()->iconFromPNG(bytes, size)) : nullptr;
     QsFree(bytes);
     m_icons[url] = icon;
     return icon;

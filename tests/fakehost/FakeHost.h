@@ -13,6 +13,7 @@
 #include "host/basekit/CBaseKit.h"
 #include "host/core/CHostCore.h"
 #include "host/encodings/CIconvEncodings.h"
+#include "host/icons/CPngIconBundle.h"
 #include "host/script/CSpiderMonkeyEngine.h"
 #include "host/wsdl/CWsdlReader.h"
 #include "tests/fakehost/FakeCabinets.h"
@@ -65,10 +66,13 @@ class FakeVellView final : public IVellView {
 public:
     int32_t hftVersion() const override { return kVellViewTable.version; }
     IIdle* idle() override { return &m_idle; }
+    /// The reference host's decoder: it is deterministic.
+    IIcons* icons() override { return &m_icons; }
     FakeIdle& fakeIdle() { return m_idle; }
 
 private:
     FakeIdle m_idle;
+    CPngIcons m_icons;
 };
 
 /// Unique identifiers counted up from 1, so that output that holds them is reproducible.

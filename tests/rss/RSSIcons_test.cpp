@@ -38,13 +38,11 @@ std::pair<int32_t, int32_t> sizeOf(VxIcon icon) {
 class RSSIconsTest : public RSSTest {
 protected:
     void SetUp() override {
-        CRSSManager::setIconDecoder(PngIconBundleNew, PngIconBundleRelease);
         QsCabLocalTerm();
         for (const char* name : {"RSS", "RSSBinary"})
             if (auto path = host.cabinets().fileOf("Collab", name))
                 host.files().remove(*path);
     }
-    void TearDown() override { CRSSManager::setIconDecoder(nullptr, nullptr); }
 };
 
 TEST_F(RSSIconsTest, TheDecoderReadsSizeAndPixels) {
