@@ -4,7 +4,7 @@
 
 #include "frame/host/HostTableIds.h"
 #include "frame/host/IVellView.h"
-#include "host/icons/CPngIconBundle.h"
+#include "host/icons/CPngIcons.h"
 
 class CHostVellView final : public IVellView {
 public:

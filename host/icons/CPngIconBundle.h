@@ -2,7 +2,6 @@
 // the image and opens its pixels as a stream of RGBA rows, four bytes a pixel, top row first.
 #pragma once
 
-#include "frame/host/IIcons.h"
 #include "frame/host/ViewerHandles.h"
 
 #include <cstddef>
@@ -11,13 +10,3 @@
 VxIcon PngIconBundleNew(const unsigned char* bytes, size_t size);
 /// Frees a bundle made by PngIconBundleNew; null is fine.
 void PngIconBundleRelease(VxIcon icon);
-
-/// The reference host's icons: PngIconBundleNew and PngIconBundleRelease behind the viewer's
-/// interface.
-class CPngIcons final : public IIcons {
-public:
-    VxIcon iconFromPNG(const unsigned char* bytes, size_t size) override {
-        return PngIconBundleNew(bytes, size);
-    }
-    void releaseIcon(VxIcon icon) override { PngIconBundleRelease(icon); }
-};

@@ -13,7 +13,7 @@
 #include "host/basekit/CBaseKit.h"
 #include "host/core/CHostCore.h"
 #include "host/encodings/CIconvEncodings.h"
-#include "host/icons/CPngIconBundle.h"
+#include "host/icons/CPngIcons.h"
 #include "host/script/CSpiderMonkeyEngine.h"
 #include "host/wsdl/CWsdlReader.h"
 #include "tests/fakehost/FakeCabinets.h"
