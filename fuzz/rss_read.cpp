@@ -1,6 +1,7 @@
 // Bytes to feed record and back: whatever parses must read to a record without harm, write as
 // RSS 2.0 and serialise; the written text must parse again and read to a record with as many
-// items as were written.
+// items as were written. Reading the bytes straight to the record, without the tree, must give
+// the same record.
 #include "fuzz/FuzzHost.h"
 #include "rss/CRSSReader.h"
 #include "rss/CRSSWriter.h"
@@ -45,6 +46,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     fuzzRequire(reader.skipHours == 0);
     fuzzRequire(reader.skipDays < 128);
     fuzzRequire(reader.ttl > 0);
+    CRSSReader streaming;
+    CAgg streamed = streaming.readDocument(reinterpret_cast<const char*>(data), size);
+    fuzzRequire(streamed == record);
+    fuzzRequire(streaming.skipDays == reader.skipDays && streaming.ttl == reader.ttl);
     if (record.getType() == CAgg::eVoid)
         return 0;
 

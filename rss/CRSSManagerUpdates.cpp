@@ -17,10 +17,9 @@
 
 namespace {
 
-constexpr long kDefaultTTL = 120;     // minutes, for a feed without a usable ttl
-constexpr long kRetryInterval = 120;  // minutes after a failure
-constexpr int32_t kIdlePeriod = 6000; // ticks: 100 seconds
-constexpr long kInternalTTL = 10000;  // minutes, for internal, icon and script feeds
+constexpr long kDefaultTTL = 120;    // minutes, for a feed without a usable ttl
+constexpr long kRetryInterval = 120; // minutes after a failure
+constexpr long kInternalTTL = 10000; // minutes, for internal, icon and script feeds
 constexpr long kRelativeURLSize = 1024;
 
 QsAtom atomOf(const char* text) {
