@@ -88,14 +88,3 @@ void* CDNS::startResolve(const char* type, const char* domain, _EStrRec* name, u
 void CDNS::stop(void* request) {
     delete static_cast<CSynchronizedResource*>(request);
 }
-
-CDiscover* CreateDiscoveryClient(DSRequestScope scope) {
-    switch (scope) {
-    case kDSScopeLocal:
-        return new CRendezvous;
-    case kDSScopeUnicast:
-        return new CDNS;
-    default:
-        return nullptr;
-    }
-}

@@ -1,4 +1,4 @@
-// The requests of unicast discovery, over CDNSRequest.
+// Unicast discovery: the client and its requests, over CDNSRequest.
 #pragma once
 
 #include "discovery/CSynchronizedResource.h"
@@ -37,4 +37,15 @@ private:
     DSResolveCallback callback;
     void* clientData;
     CEStr name;
+};
+
+/// Unicast discovery through the system's resolver. A browse always asks in the resolver's
+/// default domain.
+class CDNS final : public CDiscover {
+public:
+    void* startQuery(const char* type, DSQueryCallback callback, void* clientData) override;
+    void* startResolve(const char* type, const char* domain, _EStrRec* name,
+                       unsigned long timeoutSeconds, DSResolveCallback callback,
+                       void* clientData) override;
+    void stop(void* request) override;
 };

@@ -40,26 +40,5 @@ public:
     virtual void stop(void* request) = 0;
 };
 
-/// Multicast discovery on the local link.
-class CRendezvous final : public CDiscover {
-public:
-    void* startQuery(const char* type, DSQueryCallback callback, void* clientData) override;
-    void* startResolve(const char* type, const char* domain, _EStrRec* name,
-                       unsigned long timeoutSeconds, DSResolveCallback callback,
-                       void* clientData) override;
-    void stop(void* request) override;
-};
-
-/// Unicast discovery through the system's resolver. A browse always asks in the resolver's
-/// default domain.
-class CDNS final : public CDiscover {
-public:
-    void* startQuery(const char* type, DSQueryCallback callback, void* clientData) override;
-    void* startResolve(const char* type, const char* domain, _EStrRec* name,
-                       unsigned long timeoutSeconds, DSResolveCallback callback,
-                       void* clientData) override;
-    void stop(void* request) override;
-};
-
 /// A new client of the scope (local or unicast); null for any other scope.
 CDiscover* CreateDiscoveryClient(DSRequestScope scope);

@@ -1,4 +1,4 @@
-// The requests of multicast discovery, over the host's multicast DNS table.
+// Multicast discovery: the client and its requests, over the host's multicast DNS table.
 #pragma once
 
 #include "discovery/CSynchronizedResource.h"
@@ -55,4 +55,14 @@ private:
     unsigned short deletePending = 0;
     long startTime = 0;
     unsigned long timeout = 0;
+};
+
+/// Multicast discovery on the local link.
+class CRendezvous final : public CDiscover {
+public:
+    void* startQuery(const char* type, DSQueryCallback callback, void* clientData) override;
+    void* startResolve(const char* type, const char* domain, _EStrRec* name,
+                       unsigned long timeoutSeconds, DSResolveCallback callback,
+                       void* clientData) override;
+    void stop(void* request) override;
 };

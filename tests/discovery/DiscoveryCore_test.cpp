@@ -1,4 +1,6 @@
+#include "discovery/CDNS.h"
 #include "discovery/CDiscover.h"
+#include "discovery/CRendezvous.h"
 #include "tests/discovery/DiscoveryTestSupport.h"
 #include "tests/fakehost/FakeHost.h"
 
