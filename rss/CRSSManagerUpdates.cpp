@@ -46,18 +46,6 @@ QsAtom typeOf(CAgg& descriptor) {
     return copy.toQsAtom();
 }
 
-/// Seconds since the epoch of a time record, its offset in half hours east of Greenwich.
-long secondsOf(const QsTimeRec& rec) {
-    std::tm parts{};
-    parts.tm_year = rec.year - 1900;
-    parts.tm_mon = rec.month - 1;
-    parts.tm_mday = rec.date;
-    parts.tm_hour = rec.hour;
-    parts.tm_min = rec.minute;
-    parts.tm_sec = rec.second;
-    return static_cast<long>(timegm(&parts)) - rec.gmtOffset * 1800L;
-}
-
 } // namespace
 
 void CRSSManager::ensureIsRunning() {
@@ -193,7 +181,7 @@ bool CRSSManager::isStale(EStr url) {
     CAgg* last = lookUp(*descriptor, "lastAttempt");
     bool hasLast = last && last->getType() != CAgg::eVoid;
     QsTimeRec lastRec = hasLast ? CAgg(*last).toQsTimeRec() : QsTimeRec{};
-    long age = hasLast ? (now - secondsOf(lastRec)) / 60 : 0;
+    long age = hasLast ? (now - miTimeRecToSecs(lastRec)) / 60 : 0;
     if (longOf(*descriptor, "State") < 1) {
         if (!hasLast)
             return true;
@@ -217,7 +205,7 @@ bool CRSSManager::isStale(EStr url) {
         CAgg* record = lookUp(*descriptor, "RSS");
         long days = record ? longOf(*record, "SkipDays") & 0xFFFF : 0;
         long hours = record ? longOf(*record, "SkipHours") & 0xFFFF : 0;
-        std::time_t when = secondsOf(lastRec);
+        std::time_t when = miTimeRecToSecs(lastRec);
         std::tm local{};
         localtime_r(&when, &local);
         if ((days & (1L << local.tm_wday)) || (hours & (1L << local.tm_hour)))

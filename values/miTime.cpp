@@ -153,15 +153,8 @@ void fillLocal(QsTimeRec* out, time_t t) {
 
 // The record moved to the local offset.
 QsTimeRec movedToLocal(const QsTimeRec& rec) {
-    std::tm tm{};
-    tm.tm_year = rec.year - 1900;
-    tm.tm_mon = rec.month - 1;
-    tm.tm_mday = rec.date;
-    tm.tm_hour = rec.hour;
-    tm.tm_min = rec.minute;
-    tm.tm_sec = rec.second;
     QsTimeRec local{};
-    fillLocal(&local, timegm(&tm) - static_cast<time_t>(rec.gmtOffset) * 1800);
+    fillLocal(&local, miTimeRecToSecs(rec));
     return local;
 }
 
@@ -390,4 +383,15 @@ void getARPADateString(QsTimeRec rec, _EStrRec* out) {
                        (magnitude * 30) % 60);
     }
     EStrSetBytes(out, text.c_str(), kEStrHost);
+}
+
+long miTimeRecToSecs(const QsTimeRec& rec) {
+    std::tm tm{};
+    tm.tm_year = rec.year - 1900;
+    tm.tm_mon = rec.month - 1;
+    tm.tm_mday = rec.date;
+    tm.tm_hour = rec.hour;
+    tm.tm_min = rec.minute;
+    tm.tm_sec = rec.second;
+    return static_cast<long>(timegm(&tm)) - rec.gmtOffset * 1800L;
 }

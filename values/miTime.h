@@ -14,6 +14,8 @@ long miTimeSecs();
 long miTimeGMTOffset();
 /// Fills out with the local time of seconds since the epoch; 0 means now.
 void miTimeGetTime(QsTimeRec* out, long seconds);
+/// Seconds since the epoch of a time record, read with its own offset.
+long miTimeRecToSecs(const QsTimeRec& rec);
 /// Reads a PDF date ("D:YYYYMMDDHHmmSSOHH'mm'", every part after the year optional); false
 /// when the text is malformed, with the fields read so far left in out.
 bool miTimeStringToTimeRec(const char* text, QsTimeRec* out);

@@ -6,7 +6,6 @@
 #include "host/mdns/CAvahiMulticastDNS.h"
 #include "tests/discovery/DiscoveryTestSupport.h"
 #include "tests/fakehost/FakeHost.h"
-#include "values/CESEventScope.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -100,17 +99,7 @@ TEST_F(AvahiInside, AScriptDiscoversThroughTheRealDaemon) {
     CJSDiscoveryModule module;
     module.init();
     ESContext context = host.scriptEngine().newContext("App", nullptr);
-    auto run = [&](const std::string& source) {
-        std::string text;
-        HostFrame frame;
-        frame.run([&] {
-            CES::EventScope event(context, "Console", "Exec");
-            CES::Val value(context);
-            event.evaluate(source.c_str(), static_cast<long>(source.size()), value);
-            text = value.text().getString();
-        });
-        return text;
-    };
+    auto run = [&](const std::string& source) { return runConsoleScript(context, source); };
     run("var heard = []; var q = SOAP.queryServices('http', {addServices: function(s) { "
         "for (var n in s) heard.push('add ' + n); }});"
         "var r = SOAP.resolveService('http', 'local.', 'Office Printer', {resolve: "

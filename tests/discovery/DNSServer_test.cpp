@@ -16,24 +16,6 @@ const char* insideNamespace() {
     return std::getenv(kInsideVariable);
 }
 
-struct Heard {
-    std::mutex mutex;
-    std::vector<std::string> calls;
-
-    static void browse(const char* name, const char* type, const char* domain, void* data) {
-        auto* self = static_cast<Heard*>(data);
-        std::lock_guard<std::mutex> lock(self->mutex);
-        self->calls.push_back(std::string(name) + "|" + type + "|" + domain);
-    }
-    static void resolve(const char* name, const char* target, unsigned short port, const char* text,
-                        void* data) {
-        auto* self = static_cast<Heard*>(data);
-        std::lock_guard<std::mutex> lock(self->mutex);
-        self->calls.push_back(std::string(name) + "|" + target + "|" + std::to_string(port) + "|" +
-                              text);
-    }
-};
-
 TEST(DNSServer, InANamespaceOfItsOwn) {
     if (insideNamespace())
         GTEST_SKIP() << "the run inside the namespace";
@@ -54,11 +36,11 @@ protected:
     /// Waits until the request's thread is surely done with the reply.
     void settle() { std::this_thread::sleep_for(std::chrono::milliseconds(300)); }
 
-    Heard heard;
+    HeardCalls heard;
 };
 
 TEST_F(DNSServerInside, BrowseAsksInTheResolversDefaultDomain) {
-    void* request = AsyncDNSBrowserCreate("http", nullptr, Heard::browse, &heard);
+    void* request = AsyncDNSBrowserCreate("http", nullptr, HeardCalls::browse, &heard);
     EXPECT_TRUE(serverSaw("query[PTR] _http._tcp.example.test from 127.0.0.1"));
     settle();
     // The reply's counts are read in the processor's byte order: on a little-endian one a
@@ -72,14 +54,14 @@ TEST_F(DNSServerInside, BrowseAsksInTheResolversDefaultDomain) {
 }
 
 TEST_F(DNSServerInside, BrowseInAGivenDomain) {
-    void* request = AsyncDNSBrowserCreate("ipp", "corp.test", Heard::browse, &heard);
+    void* request = AsyncDNSBrowserCreate("ipp", "corp.test", HeardCalls::browse, &heard);
     EXPECT_TRUE(serverSaw("query[PTR] _ipp._tcp.corp.test from 127.0.0.1"));
     AsyncDNSRelease(request);
 }
 
 TEST_F(DNSServerInside, ResolveAsksForAnyRecordOfTheName) {
     void* request = AsyncDNSResolverResolve("Office._http._tcp.example.test", "http", nullptr,
-                                            Heard::resolve, &heard);
+                                            HeardCalls::resolve, &heard);
     EXPECT_TRUE(serverSaw("query[ANY] Office._http._tcp.example.test from 127.0.0.1"));
     settle();
     std::lock_guard<std::mutex> lock(heard.mutex);

@@ -49,11 +49,15 @@ inline bool waitFor(const std::function<bool()>& done,
     return true;
 }
 
+#include "frame/HostError.h"
 #include "values/CAgg.h"
+#include "values/CES.h"
+#include "values/CESEventScope.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <map>
+#include <mutex>
 
 /// What the shell command prints, standard error included; status gets its exit status.
 inline std::string commandOutput(const std::string& command, int& status) {
@@ -128,4 +132,40 @@ inline std::map<std::string, std::string> instancesOf(CAgg value) {
         out[EStrToUTF8(key.get())] = fields["name"] + "|" + fields["type"] + "|" + fields["domain"];
     }
     return out;
+}
+
+/// What the unicast request's callbacks told, one line each, from any thread.
+struct HeardCalls {
+    std::mutex mutex;
+    std::vector<std::string> calls;
+
+    size_t size() {
+        std::lock_guard<std::mutex> lock(mutex);
+        return calls.size();
+    }
+    static void browse(const char* name, const char* type, const char* domain, void* data) {
+        auto* self = static_cast<HeardCalls*>(data);
+        std::lock_guard<std::mutex> lock(self->mutex);
+        self->calls.push_back(std::string(name) + "|" + type + "|" + domain);
+    }
+    static void resolve(const char* name, const char* target, unsigned short port, const char* text,
+                        void* data) {
+        auto* self = static_cast<HeardCalls*>(data);
+        std::lock_guard<std::mutex> lock(self->mutex);
+        self->calls.push_back(std::string(name) + "|" + target + "|" + std::to_string(port) + "|" +
+                              text);
+    }
+};
+
+/// Runs script in the context as a console script does; the text of its value.
+inline std::string runConsoleScript(ESContext context, const std::string& source) {
+    std::string text;
+    HostFrame frame;
+    frame.run([&] {
+        CES::EventScope event(context, "Console", "Exec");
+        CES::Val value(context);
+        event.evaluate(source.c_str(), static_cast<long>(source.size()), value);
+        text = value.text().getString();
+    });
+    return text;
 }

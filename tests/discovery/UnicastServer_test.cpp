@@ -7,7 +7,6 @@
 #include "discovery/CJSDiscoveryModule.h"
 #include "tests/discovery/DiscoveryTestSupport.h"
 #include "tests/fakehost/FakeHost.h"
-#include "values/CESEventScope.h"
 
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -82,28 +81,6 @@ private:
     std::thread m_thread;
 };
 
-struct Heard {
-    std::mutex mutex;
-    std::vector<std::string> calls;
-
-    size_t size() {
-        std::lock_guard<std::mutex> lock(mutex);
-        return calls.size();
-    }
-    static void browse(const char* name, const char* type, const char* domain, void* data) {
-        auto* self = static_cast<Heard*>(data);
-        std::lock_guard<std::mutex> lock(self->mutex);
-        self->calls.push_back(std::string(name) + "|" + type + "|" + domain);
-    }
-    static void resolve(const char* name, const char* target, unsigned short port, const char* text,
-                        void* data) {
-        auto* self = static_cast<Heard*>(data);
-        std::lock_guard<std::mutex> lock(self->mutex);
-        self->calls.push_back(std::string(name) + "|" + target + "|" + std::to_string(port) + "|" +
-                              text);
-    }
-};
-
 class UnicastServerInside : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -117,16 +94,16 @@ protected:
 };
 
 TEST_F(UnicastServerInside, RequestsHandTheRecordsToTheirCallbacks) {
-    Heard browsed;
-    void* browse = AsyncDNSBrowserCreate("http", nullptr, Heard::browse, &browsed);
+    HeardCalls browsed;
+    void* browse = AsyncDNSBrowserCreate("http", nullptr, HeardCalls::browse, &browsed);
     ASSERT_TRUE(waitFor([&] { return browsed.size() > 0; }));
     AsyncDNSRelease(browse);
     EXPECT_EQ(browsed.calls,
               (std::vector<std::string>{"Office._http._tcp.example.test.|http|example.test"}));
 
-    Heard resolved;
+    HeardCalls resolved;
     void* resolve = AsyncDNSResolverResolve("Office._http._tcp.example.test", "http", nullptr,
-                                            Heard::resolve, &resolved);
+                                            HeardCalls::resolve, &resolved);
     ASSERT_TRUE(waitFor([&] { return resolved.size() > 0; }));
     AsyncDNSRelease(resolve);
     // The TXT strings are joined without a separator.
@@ -140,17 +117,7 @@ TEST_F(UnicastServerInside, AScriptDiscoversByUnicast) {
     CJSDiscoveryModule module;
     module.init();
     ESContext context = host.scriptEngine().newContext("App", nullptr);
-    auto run = [&](const std::string& source) {
-        std::string text;
-        HostFrame frame;
-        frame.run([&] {
-            CES::EventScope event(context, "Console", "Exec");
-            CES::Val value(context);
-            event.evaluate(source.c_str(), static_cast<long>(source.size()), value);
-            text = value.text().getString();
-        });
-        return text;
-    };
+    auto run = [&](const std::string& source) { return runConsoleScript(context, source); };
     // Any domain but "local." browses by unicast, in the resolver's default domain; a resolve
     // without a domain goes to unicast too.
     run("var heard = [];"

@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -36,6 +37,14 @@ protected:
 inline std::string readData(const std::string& name) {
     std::ifstream in(std::string(VELL_TEST_DATA) + "/feeds/" + name, std::ios::binary);
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+/// Compares text with the expected file of tests/data/feeds/. VELL_WRITE_EXPECTED=1 rewrites the
+/// file instead, for review before it is kept.
+inline void expectDataFile(const std::string& text, const std::string& file) {
+    if (std::getenv("VELL_WRITE_EXPECTED"))
+        std::ofstream(std::string(VELL_TEST_DATA) + "/feeds/" + file, std::ios::binary) << text;
+    EXPECT_EQ(text, readData(file));
 }
 
 /// The root record of a document; fails the test when it does not parse.

@@ -154,6 +154,8 @@ TEST_F(miTime, ATimeCarriesTodaysOffsetNotTheOffsetOfItsDate) {
     miTimeGetTime(&rec, 1088683200); // 2004-07-01 12:00:00 UTC
     EXPECT_EQ(rec.hour, 8);
     EXPECT_EQ(rec.gmtOffset, -10);
+    // Read back with the offset it carries, the record is an hour later than the time it came from.
+    EXPECT_EQ(miTimeRecToSecs(rec), 1088683200 + 3600);
 }
 
 TEST_F(miTime, PrintfFieldLetters) {
