@@ -90,10 +90,14 @@ const PIExportEntry kSOAPEntries[] = {
     {12, exported(GetServiceInfo)},
     {13, exported(StopServiceRequest)},
     {14, exported(AddFeed)},
+    {15, exported(GetFeedContents)},
+    {16, exported(RemoveFeed)},
     {17, exported(RegisterNotificationProc)},
     {18, exported(UnregisterNotificationProc)},
     {23, exported(RegisterOnStartProc)},
     {24, exported(HasFeed)},
+    {25, exported(ConvertToStream)},
+    {26, exported(SupportsFeedProtocol)},
 };
 
 const PIProduct kProduct = {

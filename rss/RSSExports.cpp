@@ -2,6 +2,8 @@
 
 #include "frame/HostTables.h"
 #include "rss/CRSSOnStartNotifier.h"
+#include "rss/CRSSWriter.h"
+#include "values/CAggWalk.h"
 
 #include <cstring>
 
@@ -9,6 +11,21 @@ namespace {
 
 CEStr urlText(const char* url) {
     return CEStr(url ? url : "", kEStrHost);
+}
+
+/// The record of a subscribed feed, or null.
+CAgg* storedRecord(const char* url) {
+    if (!url || !CRSSManager::sm_instance)
+        return nullptr;
+    CRSSManager& store = *CRSSManager::sm_instance;
+    CEStr text = urlText(url);
+    if (!store.hasFeed(text))
+        return nullptr;
+    CAgg& descriptor = store.getFeedDescriptor(text);
+    if (!CAggIsMap(descriptor) || !descriptor.has("RSS"))
+        return nullptr;
+    CAgg& record = descriptor["RSS"];
+    return record.getType() == CAgg::eVoid ? nullptr : &record;
 }
 
 } // namespace
@@ -69,4 +86,26 @@ void RegisterNotificationProc(CRSSManager::HFTNotifyProc proc, void* data) {
 void UnregisterNotificationProc(CRSSManager::HFTNotifyProc proc, void* data) {
     if (CRSSManager::sm_instance)
         CRSSManager::sm_instance->unregisterNotificationProc(proc, data);
+}
+
+QsCab GetFeedContents(const char* url) {
+    CAgg* record = storedRecord(url);
+    if (!record)
+        return nullptr;
+    CAgg copy(*record);
+    return CAgg2QsCab(copy);
+}
+
+void RemoveFeed(const char* url) {
+    if (url && *url && CRSSManager::sm_instance)
+        CRSSManager::sm_instance->removeFeed(urlText(url));
+}
+
+QsStm ConvertToStream(const char* url) {
+    CAgg* record = storedRecord(url);
+    return record ? ConvertRecordToStream(*record) : nullptr;
+}
+
+bool SupportsFeedProtocol() {
+    return false;
 }

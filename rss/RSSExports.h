@@ -4,6 +4,8 @@
 
 #include "frame/host/ViewerHandles.h"
 #include "rss/CRSSManager.h"
+#include "values/QsCab.h"
+#include "values/QsStm.h"
 
 /// Runs proc(data) once when the store starts.
 void RegisterOnStartProc(void (*proc)(void* data), void* data);
@@ -22,3 +24,13 @@ bool HasFeed(const char* url);
 /// Calls proc with a feed's URL each time that feed is updated.
 void RegisterNotificationProc(CRSSManager::HFTNotifyProc proc, void* data);
 void UnregisterNotificationProc(CRSSManager::HFTNotifyProc proc, void* data);
+/// A subscribed feed's record as a new cabinet that the caller owns; null when the feed is not
+/// subscribed or has no record yet.
+QsCab GetFeedContents(const char* url);
+/// Drops one reference to url, as removing it in the Tracker does.
+void RemoveFeed(const char* url);
+/// A subscribed feed's record written as RSS 2.0 text, on a read stream that the caller owns;
+/// null when the feed is not subscribed, has no record, or cannot be written.
+QsStm ConvertToStream(const char* url);
+/// Whether another program reads "feed://" links here: never on this platform.
+bool SupportsFeedProtocol();

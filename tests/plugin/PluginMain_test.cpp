@@ -196,7 +196,8 @@ TEST_F(LifeCycle, TheSOAPTableOffersWhatIsBuiltAndReachesTheStore) {
         host.core().extensionMgrGetHFT(host.core().atomFromString("SOAP"), 0x10000));
     ASSERT_NE(table, nullptr);
     // The entries of the Tracker and the rest of the store's road come with their modules.
-    const std::set<int32_t> set = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 17, 18, 23, 24};
+    const std::set<int32_t> set = {1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11,
+                                   12, 13, 14, 15, 16, 17, 18, 23, 24, 25, 26};
     for (int32_t index = 1; index < table->entryCount(); ++index)
         EXPECT_EQ(table->getEntry(index) != nullptr, set.count(index) == 1) << index;
 
@@ -208,6 +209,12 @@ TEST_F(LifeCycle, TheSOAPTableOffersWhatIsBuiltAndReachesTheStore) {
     EXPECT_FALSE(hasFeed(url));
     addFeed(url, nullptr, "RSS", false);
     EXPECT_TRUE(hasFeed(url));
+    using URLProc = void* (*)(const char*);
+    auto convert = reinterpret_cast<URLProc>(table->getEntry(25));
+    EXPECT_EQ(convert(url), nullptr) << "nothing fetched yet, nothing to convert";
+    auto removeFeed = reinterpret_cast<void (*)(const char*)>(table->getEntry(16));
+    removeFeed(url);
+    EXPECT_FALSE(hasFeed(url));
 }
 
 } // namespace

@@ -397,6 +397,53 @@ TEST_F(RSSManagerTest, TheExportedEntries) {
     EXPECT_EQ(CRSSManager::sm_instance, nullptr);
 }
 
+TEST_F(RSSManagerTest, OtherPlugInsReadConvertAndRemoveSubscribedFeeds) {
+    const char* url = "http://x.example/atom";
+    EXPECT_EQ(ConvertToStream(url), nullptr) << "no store yet";
+    EXPECT_EQ(GetFeedContents(url), nullptr);
+    EXPECT_FALSE(SupportsFeedProtocol());
+
+    CRSSManager::sm_instance = new CRSSManager;
+    CRSSManager& store = *CRSSManager::sm_instance;
+    AddFeed(url, nullptr, "RSS", false);
+    EXPECT_EQ(ConvertToStream(url), nullptr) << "subscribed, but nothing fetched yet";
+    EXPECT_EQ(GetFeedContents(url), nullptr);
+
+    CRSSReader reader;
+    CAgg record = reader.readMessage(
+        rsstest::parseDocument(rsstest::readData("atom-0.3-persons-and-modes.xml")));
+    store.setContents(CEStr(url), record);
+    QsStm stream = ConvertToStream(url);
+    ASSERT_NE(stream, nullptr);
+    std::string text = QsStmReadAll(stream, 7);
+    QsStmClose(stream);
+    EXPECT_EQ(text, rsstest::readData("atom-0.3-persons-and-modes.written.xml"))
+        << "an Atom feed leaves as RSS 2.0";
+    EXPECT_EQ(ConvertToStream("http://x.example/other"), nullptr);
+    EXPECT_EQ(ConvertToStream(nullptr), nullptr);
+
+    QsCab cab = GetFeedContents(url);
+    ASSERT_NE(cab, nullptr);
+    CAgg copy;
+    QsCab2CAgg(copy, cab);
+    QsCabDestroy(cab);
+    // A cabinet may keep text in either encoding; the text itself must come back whole.
+    auto textOnly = [](std::string printed) {
+        for (size_t at; (at = printed.find("[ucs]")) != std::string::npos;)
+            printed.erase(at, 5);
+        return printed;
+    };
+    EXPECT_EQ(textOnly(rsstest::printRecord(copy)),
+              rsstest::printRecord(store.getFeedDescriptor(CEStr(url))["RSS"]));
+
+    RemoveFeed(url);
+    EXPECT_FALSE(HasFeed(url));
+    EXPECT_EQ(ConvertToStream(url), nullptr) << "gone with its subscription";
+    RemoveFeed(nullptr);
+    RemoveFeed("http://x.example/never");
+    delete CRSSManager::sm_instance;
+}
+
 TEST_F(RSSManagerTest, TheQueueHoldsOneEntryPerFeedAndCancelsAFetchInFlight) {
     CRSSManager store;
     CEStr a("http://a.example/rss"), b("http://b.example/rss");
