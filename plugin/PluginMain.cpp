@@ -94,6 +94,7 @@ const PIExportEntry kSOAPEntries[] = {
     {18, exported(UnregisterNotificationProc)},
     {23, exported(RegisterOnStartProc)},
     {24, exported(HasFeed)},
+    {26, exported(SupportsFeedProtocol)},
 };
 
 const PIProduct kProduct = {

@@ -70,3 +70,7 @@ void UnregisterNotificationProc(CRSSManager::HFTNotifyProc proc, void* data) {
     if (CRSSManager::sm_instance)
         CRSSManager::sm_instance->unregisterNotificationProc(proc, data);
 }
+
+bool SupportsFeedProtocol() {
+    return false;
+}

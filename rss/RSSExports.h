@@ -22,3 +22,6 @@ bool HasFeed(const char* url);
 /// Calls proc with a feed's URL each time that feed is updated.
 void RegisterNotificationProc(CRSSManager::HFTNotifyProc proc, void* data);
 void UnregisterNotificationProc(CRSSManager::HFTNotifyProc proc, void* data);
+/// Whether another program reads "feed://" URLs, so that a feed could be handed to it: never on
+/// this platform.
+bool SupportsFeedProtocol();
