@@ -41,7 +41,8 @@ void requirePrivilege(ESContext context) {
         raiseHostError(kESErrSecurity);
 }
 
-/// A property of an object whose native side has gone has nothing left to tell.
+/// A property of an object whose native side has gone has nothing left to tell; its methods do
+/// nothing.
 void requireLive(ESObject self) {
     if (CES::isDead(self))
         raiseHostError(kESErrDeadObject);
@@ -130,7 +131,6 @@ void JSRSSSetAddUIProc(JSRSSAddUIProc proc) {
 
 bool JSRSSAddFeed(ESContext context, ESObject self, ESArgs args, ESVal) {
     return CES::scriptBoundary([&] {
-        // A method of an object whose native side has gone does nothing.
         if (CES::isDead(self))
             return true;
         requirePrivilege(context);
@@ -167,7 +167,6 @@ bool JSRSSAddFeed(ESContext context, ESObject self, ESArgs args, ESVal) {
 
 bool JSRSSRemoveFeed(ESContext context, ESObject self, ESArgs args, ESVal) {
     return CES::scriptBoundary([&] {
-        // A method of an object whose native side has gone does nothing.
         if (CES::isDead(self))
             return true;
         requirePrivilege(context);
@@ -216,7 +215,6 @@ bool JSRSSUpdate(ESContext context, ESObject self, ESArgs args, ESVal) {
 
 bool JSRSSGetContents(ESContext context, ESObject self, ESArgs args, ESVal result) {
     return CES::scriptBoundary([&] {
-        // A method of an object whose native side has gone does nothing.
         if (CES::isDead(self))
             return true;
         requirePrivilege(context);
@@ -248,7 +246,6 @@ bool JSRSSGetContents(ESContext context, ESObject self, ESArgs args, ESVal resul
 
 bool JSRSSAddUI(ESContext context, ESObject self, ESArgs args, ESVal) {
     return CES::scriptBoundary([&] {
-        // A method of an object whose native side has gone does nothing.
         if (CES::isDead(self))
             return true;
         requirePrivilege(context);

@@ -40,21 +40,19 @@ protected:
             if (auto path = host.cabinets().fileOf("Collab", name))
                 host.files().remove(*path);
         host.installScriptEngine();
-        // The context initialiser is registered once for the program, as the plug-in does.
-        static CRSSModule module;
-        static bool registered = module.init();
-        ASSERT_TRUE(registered);
+        ASSERT_TRUE(module.init());
         store = &CRSSManager::instance();
         store->ensureIsRunning();
         store->addObserver(&heard);
         context = host.scriptEngine().newContext("App", nullptr);
     }
     void TearDown() override {
-        JSRSSCancelLocalUpdates();
         JSRSSSetAddUIProc(nullptr);
         gInstalledUIs.clear();
         delete CRSSManager::sm_instance;
         CRSSManager::sm_instance = nullptr;
+        module.term();
+        host.removeScriptEngine();
     }
 
     /// Runs source as a script of the event (a console script unless told); the text of its
@@ -112,6 +110,7 @@ protected:
         return copy;
     }
 
+    CRSSModule module;
     CRSSManager* store = nullptr;
     Heard heard;
     ESContext context = nullptr;
