@@ -183,6 +183,45 @@ CScratchDataFolder::~CScratchDataFolder() {
         unsetenv("XDG_DATA_HOME");
 }
 
+namespace {
+
+/// Reads the source, hands it to the plug-in and prints what its reader made; the exit status.
+/// Tells nothing of a failure that a stop (the time limit, Ctrl-C) caused.
+int readFeed(CReferenceHost& host, CScriptRunner& runner, const std::string& source,
+             std::ostream& errors) {
+    CStopRequest& stop = host.loop().stopRequest();
+    std::string bytes;
+    std::string error;
+    bool read =
+        isWebURL(source) ? fetch(host, source, bytes, error) : readFile(source, bytes, error);
+    if (stop.raised())
+        return CScriptRunner::kRunFailed;
+    if (!read) {
+        errors << "vellum-host: " << source << ": " << error << std::endl;
+        return CScriptRunner::kRunFailed;
+    }
+    CFeedRelay relay(std::move(bytes));
+    if (!relay.start(error)) {
+        errors << "vellum-host: " << error << std::endl;
+        return CScriptRunner::kRunFailed;
+    }
+    // The script subscribes with a blocking fetch, and the loop is not run after it: the icons
+    // and comment feeds that the feed names are not fetched.
+    std::string shown;
+    if (!runner.open() || !runner.evaluate("var feedURL = " + quoted(relay.url()) + ";") ||
+        !runner.evaluate(kPrintScript) || !runner.evaluate("feedShown", &shown))
+        return CScriptRunner::kRunFailed;
+    if (shown == "true")
+        return CScriptRunner::kRunOK;
+    if (relay.served() == 0)
+        errors << "vellum-host: " << source << ": the plug-in did not fetch the feed" << std::endl;
+    else
+        errors << "vellum-host: " << source << ": the reader made no feed of it" << std::endl;
+    return CScriptRunner::kRunFailed;
+}
+
+} // namespace
+
 int RunFeed(CReferenceHost& host, const std::string& plugin, const std::string& source,
             int timeoutSeconds, std::ostream& out, std::ostream& errors) {
     bypassProxyForLoopback();
@@ -193,48 +232,22 @@ int RunFeed(CReferenceHost& host, const std::string& plugin, const std::string& 
     }
     int status = CScriptRunner::kRunFailed;
     {
-        std::string bytes;
-        bool read = false;
-        if (isWebURL(source)) {
-            CStopRequest& stop = host.loop().stopRequest();
-            CWatchdog watchdog(stop);
-            watchdog.catchInterrupts();
-            watchdog.arm(timeoutSeconds);
-            read = fetch(host, source, bytes, error);
-            watchdog.disarm();
-            CStopRequest::Reason reason = stop.reason();
-            stop.clear();
-            if (reason == CStopRequest::Reason::Interrupted)
-                status = CScriptRunner::kRunInterrupted;
-            else if (reason != CStopRequest::Reason::None)
-                status = CScriptRunner::kRunTimedOut;
-        } else {
-            read = readFile(source, bytes, error);
+        CScriptRunner runner(host.engine(), host.loop(), out, errors);
+        CStopRequest& stop = host.loop().stopRequest();
+        CWatchdog watchdog(stop);
+        watchdog.catchInterrupts();
+        watchdog.arm(timeoutSeconds);
+        status = readFeed(host, runner, source, errors);
+        watchdog.disarm();
+        CStopRequest::Reason reason = stop.reason();
+        stop.clear();
+        if (reason == CStopRequest::Reason::Interrupted) {
+            errors << "vellum-host: interrupted" << std::endl;
+            status = CScriptRunner::kRunInterrupted;
+        } else if (reason != CStopRequest::Reason::None) {
+            errors << "vellum-host: gave up after " << timeoutSeconds << " seconds" << std::endl;
+            status = CScriptRunner::kRunTimedOut;
         }
-        CFeedRelay relay(std::move(bytes));
-        if (!read) {
-            errors << "vellum-host: " << source << ": " << error << std::endl;
-        } else if (!relay.start(error)) {
-            errors << "vellum-host: " << error << std::endl;
-        } else {
-            CScriptRunner runner(host.engine(), host.loop(), out, errors);
-            runner.catchInterrupts();
-            std::string shown;
-            if (runner.open() && runner.evaluate("var feedURL = " + quoted(relay.url()) + ";")) {
-                status = runner.run(kPrintScript, timeoutSeconds);
-                if (status == CScriptRunner::kRunOK && runner.evaluate("feedShown", &shown) &&
-                    shown != "true") {
-                    status = CScriptRunner::kRunFailed;
-                    if (relay.served() == 0)
-                        errors << "vellum-host: " << source
-                               << ": the plug-in did not fetch the feed" << std::endl;
-                    else
-                        errors << "vellum-host: " << source << ": the reader made no feed of it"
-                               << std::endl;
-                }
-            }
-        }
-        relay.stop();
     }
     host.stop();
     return status;

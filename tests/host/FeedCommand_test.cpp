@@ -103,6 +103,18 @@ TEST_F(FeedCommand, SourcesThatAreNoFeedsFailClearly) {
     }
 }
 
+TEST_F(FeedCommand, TheTimeLimitEndsAFetchThatNeverAnswers) {
+    CLoopbackHTTPServer server;
+    LoopbackReply silent;
+    silent.neverAnswer = true;
+    server.route("/silent.xml", silent);
+    ProgramOutcome outcome =
+        runVellumHost({"--timeout", "1", "feed", server.url("/silent.xml")}, scratch);
+    EXPECT_EQ(outcome.status, 3);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(outcome.err, "vellum-host: gave up after 1 seconds\n");
+}
+
 TEST_F(FeedCommand, CommandLine) {
     struct Case {
         std::vector<std::string> arguments;
