@@ -22,10 +22,15 @@
 using JSRSSAddUIProc = void (*)(ESContext context, EStr url, ESObject driver);
 void JSRSSSetAddUIProc(JSRSSAddUIProc proc);
 
+/// RSS.addFeed(cURL, bHidden, bPersistent, cType, bUpdateAsync).
 bool JSRSSAddFeed(ESContext context, ESObject self, ESArgs args, ESVal result);
+/// RSS.removeFeed(cURL).
 bool JSRSSRemoveFeed(ESContext context, ESObject self, ESArgs args, ESVal result);
+/// RSS.update(cURL, bAsync, cType).
 bool JSRSSUpdate(ESContext context, ESObject self, ESArgs args, ESVal result);
+/// RSS.getContents(cURL).
 bool JSRSSGetContents(ESContext context, ESObject self, ESArgs args, ESVal result);
+/// RSS.addUI(cURL, oDriver).
 bool JSRSSAddUI(ESContext context, ESObject self, ESArgs args, ESVal result);
 /// Reads RSS.feeds.
 bool JSRSSGetFeeds(ESContext context, ESObject self, ESVal result);
