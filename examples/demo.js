@@ -1,5 +1,6 @@
 // The demo of the SOAP plug-in. Run it with `vellum-host demo` (or `make demo`): the host then
-// serves sample SOAP services on 127.0.0.1 and sets demoServer to their address.
+// serves sample SOAP services and two sample feeds on 127.0.0.1 and sets demoServer to their
+// address. Run it twice: the second run finds the feeds that the first subscribed to.
 if (typeof demoServer == "undefined")
     throw new Error("run this script with vellum-host demo, which serves the sample services");
 
@@ -48,7 +49,51 @@ var greeter = SOAP.connect(demoServer + "/literal.wsdl");
 say("   greeter.greet({name: \"Grace\"}) answers " + JSON.stringify(greeter.greet({name: "Grace"})) +
     ".");
 
-say("5. An asynchronous request: SOAP.request returns at once, and the answer comes later.");
+say("5. Feeds: RSS.addFeed subscribes to the two sample feeds that the demo serves.");
+// The demo's server takes a free port each time, so a subscription of an earlier run names that
+// run's port. Finding one shows that the store kept it, with what had arrived for it.
+var sampleFeed = /^http:\/\/127\.0\.0\.1:\d+\/feeds\/(news\.xml|notes\.atom)$/;
+var earlier = RSS.feeds.filter(function(url) {
+    return sampleFeed.test(url) && url.indexOf(demoServer + "/") != 0;
+});
+if (earlier.length == 0)
+    say("   No subscriptions from an earlier run of the demo: run it again to see them found.");
+earlier.forEach(function(url) {
+    var kept = RSS.getContents(url);
+    say("   Found again from an earlier run: " + url.replace(/^http:\/\/[^/]+/, "") +
+        (kept.Items ? ", kept as \"" + kept.Title + "\" with " + kept.Items.length + " items"
+                    : ", which had not arrived") + ".");
+    // That run's server has gone: the feed is subscribed again on this run's port below.
+    RSS.removeFeed(url);
+});
+
+function day(seconds) {
+    return typeof seconds == "number" && seconds > 0 ? new Date(seconds * 1000).toISOString()
+                                                           .substring(0, 10)
+                                                     : "(no date) ";
+}
+
+["/feeds/news.xml", "/feeds/notes.atom"].forEach(function(path) {
+    var url = demoServer + path;
+    // Without bUpdateAsync the call returns once the fetch is over; a feed subscribed already is
+    // fetched again with RSS.update.
+    if (RSS.feeds.indexOf(url) < 0)
+        RSS.addFeed({cURL: url, bUpdateAsync: false});
+    else
+        RSS.update(url, false);
+    var feed = RSS.getContents(url);
+    if (!feed.Items) {
+        say("   " + path + " has not arrived: the fetch failed or has not happened.");
+        return;
+    }
+    say("   " + path + " is \"" + feed.Title + "\" with " + feed.Items.length +
+        " items; the first ones:");
+    feed.Items.slice(0, 3).forEach(function(item) {
+        say("     " + day(item.ModDate) + "  " + item.Title);
+    });
+});
+
+say("6. An asynchronous request: SOAP.request returns at once, and the answer comes later.");
 SOAP.request({
     cURL: demoServer + "/echo",
     oRequest: {"urn:vellum-demo:echo:echoString": {inputString: "answered later"}},
@@ -62,7 +107,7 @@ SOAP.request({
 });
 say("   SOAP.request has returned; the script goes on while the call is under way.");
 
-say("6. Calling a service that always fails: the SOAP fault arrives as an exception.");
+say("7. Calling a service that always fails: the SOAP fault arrives as an exception.");
 try {
     SOAP.request({
         cURL: demoServer + "/fault",

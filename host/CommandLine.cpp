@@ -49,6 +49,14 @@ constexpr CommandText kCommands[] = {
      "\"NAME TARGET:PORT\" and a KEY=VALUE line for each other pair of the answer. Exit\n"
      "status: 0; 1 when a resolve gets no answer; 2 when the plug-in cannot be loaded; 130\n"
      "after Ctrl-C.\n"},
+    {"feed", "feed URL|FILE", "print what the plug-in's feed reader makes of a feed",
+     "Reads the feed at URL (http or https, fetched by the host) or in FILE with the plug-in's\n"
+     "feed reader, as a subscription would, and prints the feed's title, then one line per\n"
+     "item: its date (UTC, dashes when it has none), its title and its link. RSS 0.91 to 2.0,\n"
+     "RDF 1.0 and Atom 0.3 are read. Your own subscriptions are neither used nor changed.\n"
+     "--timeout bounds the fetch and the reading. Exit status: 0; 1 when the feed cannot be\n"
+     "fetched or read, or the reader makes no feed of it; 2 when the plug-in cannot be loaded;\n"
+     "3 when --timeout ends the run; 130 after Ctrl-C.\n"},
 };
 
 struct OptionText {
@@ -153,6 +161,13 @@ bool ParseHostCommandLine(const std::vector<std::string>& arguments, HostCommand
     if (discover) {
         if (line.operands.size() != 1) {
             error = "discover takes one service type";
+            return false;
+        }
+        return true;
+    }
+    if (line.command == "feed") {
+        if (line.operands.size() != 1) {
+            error = "feed takes one URL or file";
             return false;
         }
         return true;

@@ -2,7 +2,7 @@
 //
 //   vellum-host [--plugin PATH] [--pref SECTION.KEY=VALUE]... [--yes | --no]
 //               [--timeout SECONDS] info | run FILE | console | demo [FILE]
-//               | discover TYPE [--domain DOMAIN] [--resolve NAME]
+//               | discover TYPE [--domain DOMAIN] [--resolve NAME] | feed URL|FILE
 //   vellum-host --help | <command> --help
 #pragma once
 

@@ -3,12 +3,14 @@
 #include "host/CommandLine.h"
 #include "host/DemoCommand.h"
 #include "host/DiscoverCommand.h"
+#include "host/FeedCommand.h"
 #include "host/runner/CScriptRunner.h"
 
 #include <unistd.h>
 
 #include <climits>
 #include <iostream>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -88,6 +90,10 @@ int main(int argc, char** argv) {
     }
     std::string plugin = line.plugin.empty() ? defaultPluginPath() : line.plugin;
 
+    // A feed is read with a store of its own: the user's subscriptions stay as they are.
+    std::optional<CScratchDataFolder> scratch;
+    if (line.command == "feed")
+        scratch.emplace();
     CReferenceHost host(std::cin, std::cout, answersOf(line.answers));
     for (const std::string& preference : line.preferences) {
         if (!host.preferences().set(preference))
@@ -104,5 +110,7 @@ int main(int argc, char** argv) {
                                 line.resolveName};
         return RunDiscover(host, plugin, request, line.timeoutSeconds, std::cout, std::cerr);
     }
+    if (line.command == "feed")
+        return RunFeed(host, plugin, line.operands[0], line.timeoutSeconds, std::cout, std::cerr);
     return scripts(host, plugin, line.command, line.operands, line.timeoutSeconds);
 }

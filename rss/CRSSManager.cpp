@@ -404,6 +404,11 @@ void CRSSManager::notifyDidMarkRead(EStr url, long index, unsigned short isRead)
     notify([&](Observer* o) { o->didMarkRead(kept, index, isRead); });
 }
 
+void CRSSManager::notifyDidUpdate(EStr url) {
+    CEStr kept = normalURL(url);
+    notify([&](Observer* o) { o->didUpdate(kept); });
+}
+
 bool CRSSManager::getOpenState(EStr url, EStr group) {
     CAgg& openState = m_state["OpenState"];
     if (!url || !openState.has(url))

@@ -119,6 +119,8 @@ public:
     /// Marks every item of the feed, and of its RSS sub-feeds, read or unread.
     void setIsRead(EStr url, bool isRead);
     void notifyDidMarkRead(EStr url, long index, unsigned short isRead);
+    /// Tells every observer that the feed changed, so that views of it are drawn again.
+    void notifyDidUpdate(EStr url);
     bool getOpenState(EStr url, EStr group);
     void setOpenState(EStr url, EStr group, bool open);
     /// Merges a new version of the feed: read state crosses over, the record is replaced.

@@ -32,5 +32,6 @@ void RemoveFeed(const char* url);
 /// A subscribed feed's record written as RSS 2.0 text, on a read stream that the caller owns;
 /// null when the feed is not subscribed, has no record, or cannot be written.
 QsStm ConvertToStream(const char* url);
-/// Whether another program reads "feed://" links here: never on this platform.
+/// Whether another program reads "feed://" URLs, so that a feed could be handed to it: never on
+/// this platform.
 bool SupportsFeedProtocol();

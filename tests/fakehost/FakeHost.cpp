@@ -79,6 +79,12 @@ CSpiderMonkeyEngine& FakeHost::scriptEngine() {
     return *m_scriptEngine;
 }
 
+void FakeHost::removeScriptEngine() {
+    if (gESHFT == m_scriptEngine.get())
+        gESHFT = nullptr;
+    m_scriptEngine.reset();
+}
+
 CSpiderMonkeyEngine& FakeHost::installScriptEngine() {
     gESHFT = &scriptEngine();
     return *m_scriptEngine;

@@ -128,6 +128,9 @@ public:
     /// The real script engine, made on first use as installScriptEngine says, without making it
     /// the script table.
     CSpiderMonkeyEngine& scriptEngine();
+    /// Ends the script engine with its contexts now, for a host that outlives its tests (the
+    /// engine's runtime goes at exit before such a host would); the next use makes a new one.
+    void removeScriptEngine();
     FakeScriptConsole& scriptConsole() { return m_scriptConsole; }
 
 private:

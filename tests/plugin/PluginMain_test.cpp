@@ -215,6 +215,9 @@ TEST_F(LifeCycle, TheSOAPTableOffersWhatIsBuiltAndReachesTheStore) {
     auto removeFeed = reinterpret_cast<void (*)(const char*)>(table->getEntry(16));
     removeFeed(url);
     EXPECT_FALSE(hasFeed(url));
+    // Nothing on this platform takes "feed://" URLs from the viewer.
+    using SupportsFeedProtocolProc = bool (*)();
+    EXPECT_FALSE(reinterpret_cast<SupportsFeedProtocolProc>(table->getEntry(26))());
 }
 
 } // namespace
