@@ -172,6 +172,15 @@ TEST_F(FetchTest, RemovingTheFeedInFlightDropsItsReply) {
     EXPECT_TRUE(store->pending().empty());
     EXPECT_EQ(numberOf(descriptor(more[0]), "State"), 0);
     EXPECT_TRUE(sentTo(more[1]).empty());
+
+    // A store that goes while a fetch is under way is not written to when the reply comes.
+    store->updateFeed(CEStr(more[1]), true, true, false);
+    for (int i = 0; i < 10 && host.network().openRequests() == 0; ++i)
+        host.idle().runIdle();
+    ASSERT_EQ(host.network().openRequests(), 1u);
+    store.reset();
+    drain();
+    EXPECT_EQ(host.network().openRequests(), 0u);
 }
 
 TEST_F(FetchTest, SubFeedsComeAlongAndKeepTheirReferencesThroughAnUpdate) {
