@@ -70,8 +70,8 @@ protected:
             host.network().initialize();
         m_savedClient = gEFSClientIDs[1];
         gEFSClientIDs[1] = host.network().openClient("VellumTracker/1.0", types, 0);
+        m_savedNow = host.idle().currentTime();
         host.idle().setTime(kStart);
-        m_origin = host.idle().currentTime();
         store = std::make_unique<CRSSManager>();
         store->ensureIsRunning();
         store->addObserver(&recorder);
@@ -80,7 +80,7 @@ protected:
         store.reset();
         host.network().closeClient(gEFSClientIDs[1]);
         gEFSClientIDs[1] = m_savedClient;
-        host.idle().setTime(kStart);
+        host.idle().setTime(m_savedNow);
     }
 
     /// Runs idle moments until no fetch and no scheduled call is left; the most requests that
@@ -96,11 +96,8 @@ protected:
         return most;
     }
     /// Sets "now" to minutes after the test's start, without running anything. Ticks move the
-    /// clock too: 6000 of them are 100 seconds.
-    void minutesLater(long minutes) {
-        host.idle().setTime(m_origin + minutes * 60 -
-                            static_cast<int64_t>(host.idle().ticks() / 60));
-    }
+    /// clock on from there: 6000 of them are 100 seconds.
+    void minutesLater(long minutes) { host.idle().setTime(kStart + minutes * 60); }
 
     CAgg& descriptor(const char* url) { return store->getFeedDescriptor(CEStr(url)); }
     /// The requests sent for url, in order.
@@ -125,7 +122,7 @@ protected:
 
 private:
     NetClientID m_savedClient = kNoNetClient;
-    int64_t m_origin = 0;
+    int64_t m_savedNow = 0;
 };
 
 } // namespace rsstest
