@@ -86,6 +86,7 @@ bool CServiceHandler::begin() {
     if (!resolveService)
         return false;
     int32_t scope = domain == "local." ? kLocalScope : kUnicastScope;
+    // Discovery answers later, from the main loop, never from within this call.
     m_request = resolveService(type.c_str(), domain.c_str(), name.c_str(), scope, &Resolve, this);
     return m_request != nullptr;
 }
