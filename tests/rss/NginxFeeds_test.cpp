@@ -69,6 +69,7 @@ struct LogLine {
     /// Milliseconds: when the request began and when it was logged.
     long long start = 0, end = 0;
     int status = 0;
+    long long bytesSent = 0;
     std::string method, uri, ifNoneMatch, ifModifiedSince;
 };
 
@@ -139,7 +140,7 @@ public:
         std::istringstream in(readFileBytes(m_folder.path() + "logs/access.log"));
         std::string text;
         while (std::getline(in, text)) {
-            // msec request_time status "method uri" "if-none-match" "if-modified-since"
+            // msec request_time status bytes "method uri" "if-none-match" "if-modified-since"
             std::vector<std::string> quoted;
             for (size_t at = text.find('"'); at != std::string::npos;) {
                 size_t end = text.find('"', at + 1);
@@ -149,7 +150,7 @@ public:
             LogLine line;
             double end = 0, duration = 0;
             std::istringstream head(text);
-            head >> end >> duration >> line.status;
+            head >> end >> duration >> line.status >> line.bytesSent;
             line.end = std::llround(end * 1000);
             line.start = line.end - std::llround(duration * 1000);
             if (quoted.size() == 3) {
@@ -201,7 +202,8 @@ private:
                "  scgi_temp_path " +
                temp +
                "scgi;\n"
-               "  log_format timing '$msec $request_time $status \"$request_method $uri\" "
+               "  log_format timing '$msec $request_time $status $body_bytes_sent "
+               "\"$request_method $uri\" "
                "\"$http_if_none_match\" \"$http_if_modified_since\"';\n"
                "  access_log " +
                dir +
@@ -372,6 +374,10 @@ TEST_F(NginxFeedsTest, FeedsAreFetchedOneAtATimeAndAStaleOneConditionally) {
     EXPECT_EQ(newsLines[1].ifNoneMatch, EStrToUTF8(etag));
     EXPECT_EQ(newsLines[1].ifModifiedSince, EStrToUTF8(modified));
     EXPECT_EQ(log.size(), std::size(cases)) << "every other feed was fresh";
+    auto huge = std::find_if(log.begin(), log.end(),
+                             [](const LogLine& line) { return line.uri == "/feeds/huge.xml"; });
+    ASSERT_NE(huge, log.end());
+    EXPECT_LT(huge->bytesSent, 32LL * 1024 * 1024) << "the reading stops at the limit";
 
     // No two fetches ever overlapped; the log counts in milliseconds, so one that begins in
     // the millisecond the last one ended touches it.
