@@ -113,6 +113,19 @@ TEST_F(FetchTest, TimeToLiveAndBackOffOnTheVirtualClock) {
     EXPECT_EQ(numberOf(descriptor(flaky), "State"), 200);
     EXPECT_EQ(textOf(descriptor(flaky), "Error"), "");
     EXPECT_EQ(store->countArticles(CEStr(flaky)), 2) << "the record stays";
+
+    // The skip masks are kept beside the record, where the staleness test never looks: a feed
+    // that asks to be skipped every day is fetched as its time to live says.
+    const char* skipping = "http://ttl.example/skipping.xml";
+    host.network().addReply(skipping, engineReply(200, "skip-every-day.xml"));
+    store->addFeed(CEStr(skipping), false, true);
+    store->update(true);
+    drain();
+    EXPECT_EQ(numberOf(descriptor(skipping), "SkipDays"), 127);
+    minutesLater(221 + 30);
+    store->update(true);
+    drain();
+    EXPECT_EQ(sentTo(skipping).size(), 2u);
 }
 
 TEST_F(FetchTest, ForcingClearsTheValidatorsAndTheBlockingPathFetchesAtOnce) {

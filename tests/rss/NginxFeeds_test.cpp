@@ -373,7 +373,9 @@ TEST_F(NginxFeedsTest, FeedsAreFetchedOneAtATimeAndAStaleOneConditionally) {
     EXPECT_EQ(newsLines[1].status, 304);
     EXPECT_EQ(newsLines[1].ifNoneMatch, EStrToUTF8(etag));
     EXPECT_EQ(newsLines[1].ifModifiedSince, EStrToUTF8(modified));
-    EXPECT_EQ(log.size(), std::size(cases)) << "every other feed was fresh";
+    // Nine feeds on nginx (the silent port is not), and the one re-fetch: every other feed was
+    // fresh.
+    EXPECT_EQ(log.size(), 10u);
     auto huge = std::find_if(log.begin(), log.end(),
                              [](const LogLine& line) { return line.uri == "/feeds/huge.xml"; });
     ASSERT_NE(huge, log.end());
