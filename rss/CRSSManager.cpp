@@ -3,6 +3,7 @@
 #include "frame/HostTables.h"
 #include "frame/QsCore.h"
 #include "frame/host/IIdle.h"
+#include "rss/CAsyncHandler.h"
 #include "rss/CRSSMerge.h"
 #include "values/CAggWalk.h"
 
@@ -113,6 +114,11 @@ CRSSManager::CRSSManager() {
 }
 
 CRSSManager::~CRSSManager() {
+    // A fetch under way finds no store when its reply comes, and writes nothing.
+    if (CAsyncHandler* handler = m_inFlight) {
+        m_inFlight = nullptr;
+        handler->detach();
+    }
     if (IIdle* idle = HostIdle()) {
         idle->cancelDelayed(delayInit, this);
         idle->cancelDelayed(asyncDelayedProc, this);
@@ -269,7 +275,9 @@ void CRSSManager::removeFeed(EStr url) {
         if (count == 0) {
             for (CAgg& sub : getSubFeeds(kept)) {
                 CEStr subURL(CAggValueText(sub["URL"]));
-                removeFeed(subURL);
+                // A feed that names itself holds no reference on itself.
+                if (EStrCmp(subURL, kept) != 0)
+                    removeFeed(subURL);
             }
             // The descriptor may have moved while the sub-feeds went.
             CAgg& descriptor = getFeedDescriptor(kept);
@@ -371,9 +379,18 @@ void CRSSManager::setContents(EStr url, CAgg record) {
 }
 
 void CRSSManager::setIsRead(EStr url, bool isRead) {
-    if (!hasFeed(url))
+    std::vector<CEStr> seen;
+    setIsReadWalk(normalURL(url), isRead, seen);
+}
+
+void CRSSManager::setIsReadWalk(const CEStr& kept, bool isRead, std::vector<CEStr>& seen) {
+    if (!hasFeed(kept))
         return;
-    CEStr kept = normalURL(url);
+    // Two feeds may name each other: each is marked once.
+    for (const CEStr& done : seen)
+        if (EStrCmp(done, kept) == 0)
+            return;
+    seen.push_back(kept);
     std::vector<long> changed;
     if (CAgg* descriptor = findDescriptor(kept)) {
         CAgg* record = lookUp(*descriptor, "RSS");
@@ -393,9 +410,7 @@ void CRSSManager::setIsRead(EStr url, bool isRead) {
     for (CAgg& sub : getSubFeeds(kept)) {
         if (CAgg(sub["Type"]).toQsAtom() != atomOf("RSS"))
             continue;
-        CEStr subURL(CAggValueText(sub["URL"]));
-        if (EStrCmp(subURL, kept) != 0)
-            setIsRead(subURL, isRead);
+        setIsReadWalk(normalURL(CEStr(CAggValueText(sub["URL"]))), isRead, seen);
     }
 }
 

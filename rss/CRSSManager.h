@@ -13,14 +13,18 @@
 #include "frame/host/ICabinets.h"
 #include "frame/host/ViewerHandles.h"
 #include "rss/CRSSAsyncUpdate.h"
+#include "soap/CHTTPRequest.h"
 #include "values/CAgg.h"
 #include "values/EStr.h"
+#include "xml/CXMLElement.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <map>
 #include <vector>
+
+class CAsyncHandler;
 
 class CRSSManager {
 public:
@@ -186,20 +190,41 @@ public:
     /// The icon, script and RSS feeds that the feed and its items name, in the order: the feed's
     /// icon, its UI, then per item its icon, UI and RSS sub-feed; maps of URL, Type (and Hidden).
     std::vector<CAgg> getSubFeeds(EStr url);
+    /// The URL that the feed (index -1) or its item at index names under the extension key
+    /// nameSpace ":" name, made absolute against the feed's URL; empty when there is none or it
+    /// cannot be made absolute.
+    CEStr getSubFeedExt(const QName& name, EStr url, long index);
+    /// The "feedUI" sub-feed of the feed or of an item.
+    CEStr getUISubFeed(EStr url, long index);
+    /// The "icon" sub-feed of the feed or of an item.
+    CEStr getIconSubFeed(EStr url, long index);
+    /// The "subfeed" of the feed or of an item, else its comment feed.
+    CEStr getRSSSubFeed(EStr url, long index);
     /// Subscribes to each sub-feed and queues it.
     void prefetch(EStr url);
     /// The queue, front first.
     const std::vector<CRSSAsyncUpdate>& pending() const { return m_pending; }
+    /// The entry of the fetch or lookup under way (the queue's front), or null.
+    CRSSAsyncUpdate* pendingFront() { return m_pending.empty() ? nullptr : &m_pending.front(); }
 
-    /// Checks one feed at once: stamps lastAttempt and runs a local feed's provider. Fetching a
-    /// remote feed blocking comes with the fetch handlers, which turn a reply into store state.
+    /// Checks one feed at once, blocking: a local feed's provider runs, a remote feed is fetched
+    /// with its validators and its reply goes through the handler of its Type.
     void processUpdate(EStr url, bool force);
-    /// Starts the queue's front; false when nothing was started. Until the fetch handlers come
-    /// (with notifyDidComplete, by which a finished handler moves the queue on, and the
-    /// resolution of "service://" feeds), a remote feed is passed over and stays stale.
+    /// Starts the queue's front: resolves a "service://" feed, or fetches a stale feed
+    /// asynchronously. False when nothing was started.
     bool processUpdate(CRSSAsyncUpdate& entry);
+    /// A handler has finished: a lookup's result goes to the queue's front, and the queue moves
+    /// on to its next pass.
+    void notifyDidComplete(CAsyncHandler* handler);
+    /// Tells every observer that the feed was updated.
+    void notifyDidUpdate(EStr url);
     /// Queues again, unconditionally, the feeds that a server refused for want of a password.
+    /// The store's module has the credential store call it when credentials are stored.
     void recheckAuthentication();
+    /// The most bytes of a feed document that a fetch reads.
+    static constexpr long kMaxFeedBytes = 8L * 1024 * 1024;
+    /// The most bytes of an icon or a script that a fetch reads.
+    static constexpr long kMaxBinaryBytes = 4L * 1024 * 1024;
 
     /// The scheduled call that hands the queue's front to processUpdate.
     static void asyncDelayedProc(void* data);
@@ -225,10 +250,14 @@ private:
     void eraseBinary(const _EStrRec* url);
     void releaseIcon(const _EStrRec* url);
     void registerIdle();
+    /// The network identity of the store's fetches.
+    HTTPClientIds clientIds() const;
     void scheduleDelayed();
     VxIcon validIcon(VxIcon icon);
     static void delayInit(void* data);
     static void docWillClose(DkDoc doc, void* data);
+    /// Marks the feed and its RSS sub-feeds, each once, so that a loop of sub-feeds ends.
+    void setIsReadWalk(const CEStr& url, bool isRead, std::vector<CEStr>& seen);
 
     DocFeeds m_documentFeeds;
     FeedDocs m_feedDocuments;
@@ -246,4 +275,6 @@ private:
     int32_t m_clientIds[2] = {0, 0};
     uint16_t m_isSecondary = 0;
     uint16_t m_docNotifyRegistered = 0;
+    /// The fetch or lookup under way: at most one, the queue's front.
+    CAsyncHandler* m_inFlight = nullptr;
 };

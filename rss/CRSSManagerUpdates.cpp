@@ -1,26 +1,26 @@
 // The store's update queue: when a feed is stale, the queue of feeds to fetch one at a time,
-// local feeds' providers, and the sub-feeds that a feed names.
+// and local feeds' providers. What a reply does to the store is the handlers' business.
 #include "frame/HostError.h"
 #include "frame/HostTables.h"
 #include "frame/PluginEntry.h"
 #include "frame/host/IIdle.h"
+#include "rss/CFeedHandler.h"
 #include "rss/CRSSManager.h"
 #include "rss/CRSSOnStartNotifier.h"
-#include "rss/CRSSReader.h"
+#include "rss/CServiceHandler.h"
+#include "soap/HTTPFunctions.h"
 #include "values/CAggWalk.h"
 #include "values/QsCab.h"
 #include "values/miTime.h"
-#include "values/miUrl.h"
 
-#include <cstring>
 #include <ctime>
+#include <memory>
 
 namespace {
 
 constexpr long kDefaultTTL = 120;    // minutes, for a feed without a usable ttl
 constexpr long kRetryInterval = 120; // minutes after a failure
 constexpr long kInternalTTL = 10000; // minutes, for internal, icon and script feeds
-constexpr long kRelativeURLSize = 1024;
 
 QsAtom atomOf(const char* text) {
     return gCoreHFT ? gCoreHFT->atomFromString(text) : kQsNullAtom;
@@ -197,7 +197,8 @@ bool CRSSManager::isStale(EStr url) {
     if (typeOf(*descriptor) == atomOf("Internal"))
         return true;
     long ttl = longOf(*descriptor, "TTL");
-    if (ttl == 0)
+    // 0 means the default; a negative one, which no reader writes, would fetch without end.
+    if (ttl <= 0)
         ttl = kDefaultTTL;
     if (hasLast) {
         // The skip masks are read under the record, where the reader never puts them: the
@@ -224,6 +225,9 @@ void CRSSManager::asyncDelayedProc(void* data) {
                 self->m_delayedScheduled = 0;
                 return;
             }
+            // The fetch or lookup under way moves the queue on when it ends.
+            if (self->m_inFlight)
+                return;
             CRSSAsyncUpdate& front = self->m_pending.front();
             if (front.url.isNull() || EStrGetLen(front.url) == 0) {
                 self->m_delayedScheduled = 0;
@@ -296,120 +300,6 @@ void CRSSManager::unregisterRSSFeedProc(EStr url) {
         m_feedProcs.erase(normalURL(url));
 }
 
-// Sub-feeds.
-
-namespace {
-
-/// The value of an extension key at the feed level (index -1) or of an item, or empty.
-CEStr extensionValue(CAgg& record, long index, const char* key) {
-    CAgg* level = &record;
-    if (index >= 0) {
-        CAgg* items = lookUp(record, "Items");
-        if (!items || items->getType() != CAgg::eVector ||
-            index >= static_cast<long>(items->toVector().size()))
-            return CEStr();
-        level = &items->toVector()[static_cast<size_t>(index)];
-    }
-    CAgg* extension = lookUp(*level, "Extension");
-    if (!extension || !CAggIsMap(*extension) || !extension->has(key))
-        return CEStr();
-    CEStr text = CAggValueText((*extension)[key]);
-    return EStrGetLen(text) ? text : CEStr();
-}
-
-CEStr combine(const char* base, const char* relative) {
-    char out[kRelativeURLSize];
-    long size = sizeof out;
-    int32_t error = 0;
-    if (!miCombineUrl(base, relative, out, &size, &error) || size >= kRelativeURLSize)
-        return CEStr();
-    return CEStr(std::string(out, static_cast<size_t>(size)).c_str(), kEStrPDFDoc);
-}
-
-} // namespace
-
-std::vector<CAgg> CRSSManager::getSubFeeds(EStr url) {
-    std::vector<CAgg> subFeeds;
-    CAgg* descriptor = url ? findDescriptor(url) : nullptr;
-    if (!descriptor || !CAggIsMap(*descriptor))
-        return subFeeds;
-    CAgg* record = lookUp(*descriptor, "RSS");
-    if (!record || !CAggIsMap(*record))
-        return subFeeds;
-    CEStr base(url);
-    if (isServiceURL(url)) {
-        CAgg* resolved = lookUp(*descriptor, "ResolvedURL");
-        if (resolved && CAggIsString(*resolved) && EStrGetLen(resolved->toEStr()))
-            base = resolved->toEStr();
-    }
-    bool local = isLocalURL(url);
-    std::string inbox(kInboxNamespace);
-    auto find = [&](long index, const std::string& key) -> CEStr {
-        CEStr value = extensionValue(*record, index, key.c_str());
-        if (value.isNull())
-            return value;
-        if (isLocalURL(value) || local) {
-            if (!local || index < 0)
-                return value;
-            // An item of a local feed resolves against its own base, if it names one.
-            CrackedUrlRec cracked{};
-            if (miCrackUrl(value.c_str(), &cracked) == kUrlOK && cracked.scheme != kUrlNone)
-                return value;
-            CEStr itemBase = extensionValue(*record, index, (inbox + ":baseURL").c_str());
-            return itemBase.isNull() ? CEStr() : combine(itemBase.c_str(), value.c_str());
-        }
-        CrackedUrlRec cracked{};
-        if (miCrackUrl(value.c_str(), &cracked) == kUrlOK && cracked.scheme == kUrlNone)
-            return combine(base.c_str(), value.c_str());
-        return value;
-    };
-    auto add = [&](const CEStr& subURL, const char* type, bool rss) {
-        if (subURL.isNull() || EStrGetLen(subURL) == 0)
-            return;
-        CAgg entry;
-        entry["URL"] = CAgg(subURL.get());
-        entry["Type"].toQsAtom() = atomOf(type);
-        if (rss)
-            entry["Hidden"].toQsBool() = 1;
-        subFeeds.push_back(std::move(entry));
-    };
-    add(find(-1, inbox + ":icon"), "PNG", false);
-    add(find(-1, inbox + ":feedUI"), "UI", false);
-    long count = countArticles(url);
-    for (long i = 0; i < count; ++i) {
-        add(find(i, inbox + ":icon"), "PNG", false);
-        add(find(i, inbox + ":feedUI"), "UI", false);
-        CEStr rss = find(i, inbox + ":subfeed");
-        if (rss.isNull())
-            rss = find(i, "http://wellformedweb.org/CommentAPI/:commentRSS");
-        add(rss, "RSS", true);
-    }
-    return subFeeds;
-}
-
-void CRSSManager::prefetch(EStr url) {
-    if (m_isSecondary || !url)
-        return;
-    CEStr kept = normalURL(url);
-    for (CAgg& sub : getSubFeeds(kept)) {
-        CEStr subURL(CAggValueText(sub["URL"]));
-        if (EStrCmp(subURL, kept) == 0 || isLocalURL(subURL))
-            continue;
-        QsAtom type = CAgg(sub["Type"]).toQsAtom();
-        if (type == atomOf("RSS")) {
-            addFeed(subURL, sub.has("Hidden") && CAgg(sub["Hidden"]).toQsBool(), true);
-        } else if (type == atomOf("UI") || type == atomOf("PNG")) {
-            addFeed(subURL, true, true);
-            CAgg& descriptor = getFeedDescriptor(subURL);
-            descriptor["Type"].toQsAtom() = type;
-            descriptor["TTL"] = CAgg(kInternalTTL);
-        } else {
-            continue;
-        }
-        addToPendingList(subURL, false);
-    }
-}
-
 void CRSSManager::recheckAuthentication() {
     std::vector<CEStr> refused;
     CAggForEachEntry(m_state["Contents"], [&](const CEStr& url, CAgg& descriptor) {
@@ -422,27 +312,140 @@ void CRSSManager::recheckAuthentication() {
     }
 }
 
-// The network fetch itself comes with the fetch handlers, which turn a reply into store state.
-// Until then the blocking path runs local providers only, and the queue passes a remote feed
-// over unstarted, leaving it stale for the next round.
+namespace {
+
+/// The conditional headers of a fetch: the validators as the server sent them.
+CAgg conditionalHeaders(CRSSManager& store, EStr url) {
+    CAgg headers;
+    headers.toVector();
+    auto add = [&](const char* key, const CEStr& value) {
+        CAgg record;
+        record["key"] = CAgg(CEStr(key, kEStrPDFDoc).get());
+        record["value"] = CAgg(value.get());
+        headers.toVector().push_back(std::move(record));
+    };
+    CEStr text;
+    if (store.getLastModified(url, text))
+        add("If-Modified-Since", text);
+    if (store.getETag(url, text))
+        add("If-None-Match", text);
+    return headers;
+}
+
+const char* typeName(CAgg* descriptor) {
+    QsAtom type = descriptor ? typeOf(*descriptor) : kQsNullAtom;
+    return type != kQsNullAtom && gCoreHFT ? gCoreHFT->atomGetString(type) : "RSS";
+}
+
+void stampNow(CAgg& descriptor) {
+    QsTimeRec now{};
+    miTimeGetTime(&now, 0);
+    descriptor["lastAttempt"] = CAgg(now);
+}
+
+} // namespace
+
+HTTPClientIds CRSSManager::clientIds() const {
+    // Taken when the store starts; before that, the Tracker's client as it stands.
+    return {m_running ? m_clientIds[0] : gEFSClientIDs[1], 0};
+}
 
 void CRSSManager::processUpdate(EStr url, bool force) {
     if (!url || (!force && !isStale(url)))
         return;
     CEStr kept = normalURL(url);
-    QsTimeRec now{};
-    miTimeGetTime(&now, 0);
-    CAgg& descriptor = getFeedDescriptor(kept);
-    descriptor["lastAttempt"] = CAgg(now);
-    if (typeOf(descriptor) != atomOf("Internal"))
+    stampNow(getFeedDescriptor(kept));
+    if (typeOf(getFeedDescriptor(kept)) == atomOf("Internal")) {
+        auto found = m_feedProcs.find(kept);
+        if (found != m_feedProcs.end())
+            update(found->second);
         return;
-    auto found = m_feedProcs.find(kept);
-    if (found != m_feedProcs.end())
-        update(found->second);
+    }
+    try {
+        std::unique_ptr<CFeedHandler> handler(
+            CFeedHandler::create(*this, typeName(findDescriptor(kept)), kept, false));
+        CAgg headers = conditionalHeaders(*this, kept);
+        simpleGet(clientIds(), kept.c_str(), CFeedHandler::Process, handler.get(), &headers);
+    } catch (const HostError&) {
+        // A failed check leaves the feed as it was.
+    }
 }
 
 bool CRSSManager::processUpdate(CRSSAsyncUpdate& entry) {
-    if (!isStale(entry.url))
-        entry.done = 1;
-    return false;
+    try {
+        CEStr url(entry.url);
+        const char* type = typeName(findDescriptor(url));
+        if (entry.isService() && !entry.isResolved) {
+            auto* lookup = new CServiceHandler(this, url);
+            m_inFlight = lookup;
+            if (lookup->begin())
+                return true;
+            // A URL without its three parts, or no discovery: nothing is asked, and no error
+            // goes to the feed; the queue moves on.
+            m_inFlight = nullptr;
+            delete lookup;
+            return false;
+        }
+        if (!isStale(url)) {
+            entry.done = 1;
+            return false;
+        }
+        stampNow(getFeedDescriptor(url));
+        CAgg headers = conditionalHeaders(*this, url);
+        CFeedHandler* handler = CFeedHandler::create(*this, type, url, true);
+        CEStr fetchURL = url;
+        if (entry.isService()) {
+            fetchURL = entry.resolved;
+            handler->setResolvedURL(entry.resolved);
+        }
+        m_inFlight = handler;
+        if (simpleAsyncGet(clientIds(), fetchURL.c_str(), CFeedHandler::Process, handler, &headers))
+            return true;
+        m_inFlight = nullptr;
+        delete handler;
+        CAgg& descriptor = getFeedDescriptor(url);
+        descriptor["FailureCount"] = CAgg(longOf(descriptor, "FailureCount") + 1);
+        descriptor["State"] = CAgg(-1L);
+        notifyDidUpdate(url);
+        return false;
+    } catch (const HostError&) {
+        m_inFlight = nullptr;
+        return false;
+    }
+}
+
+void CRSSManager::notifyDidComplete(CAsyncHandler* handler) {
+    if (!handler)
+        return;
+    if (handler == m_inFlight)
+        m_inFlight = nullptr;
+    switch (handler->getType()) {
+    case CAsyncHandler::kFeedType:
+    case CAsyncHandler::kPNGType:
+    case CAsyncHandler::kCodeType:
+        break;
+    case CAsyncHandler::kServiceType:
+        // The front stays for the next pass, which fetches what the lookup found. A lookup that
+        // found nothing, or whose feed went meanwhile, finishes the entry.
+        if (!m_pending.empty()) {
+            CRSSAsyncUpdate& front = m_pending.front();
+            front.resolved = static_cast<CServiceHandler*>(handler)->getResolved();
+            front.isResolved = 1;
+            if (front.resolved.isNull() || EStrGetLen(front.resolved) == 0 || front.cancelled)
+                front.done = 1;
+        }
+        break;
+    default:
+        return;
+    }
+    // A finished fetch leaves its entry; the next pass finds the feed fresh and erases it.
+    m_delayedScheduled = 0;
+    if (!m_pending.empty() && m_pending.front().done)
+        m_pending.erase(m_pending.begin());
+    scheduleDelayed();
+}
+
+void CRSSManager::notifyDidUpdate(EStr url) {
+    CEStr kept = normalURL(url);
+    notify([&](Observer* o) { o->didUpdate(kept); });
 }

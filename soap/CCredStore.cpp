@@ -15,6 +15,9 @@ namespace {
 constexpr const char* kSection = "Collab";
 constexpr const char* kName = "Credentials";
 
+CCredStore::ChangeNotice gChangeNotice = nullptr;
+void* gChangeNoticeData = nullptr;
+
 ISealing* hostSealing() {
     return gQsExtraHFT ? gQsExtraHFT->sealing() : nullptr;
 }
@@ -135,6 +138,13 @@ void CCredStore::setCredentials(const char* server, const char* realm, const cha
         return;
     m_store.toMap()[key] = CAgg(CEStr(sealed->c_str(), kEStrPDFDoc).get());
     m_changed = true;
+    if (gChangeNotice)
+        gChangeNotice(gChangeNoticeData);
+}
+
+void CCredStore::setChangeNotice(ChangeNotice notice, void* data) {
+    gChangeNotice = notice;
+    gChangeNoticeData = data;
 }
 
 void CCredStore::clearCredentials(const char* server, const char* realm) {

@@ -42,6 +42,12 @@ public:
     /// The key of a server and realm; empty when either is absent.
     static CEStr makeKey(const char* server, const char* realm);
 
+    /// Told after a user name and password were stored, so that what a server refused can be
+    /// asked again.
+    using ChangeNotice = void (*)(void* data);
+    /// Sets the one listener to stored credentials; null for none.
+    static void setChangeNotice(ChangeNotice notice, void* data);
+
 private:
     CAgg m_store;
     uint16_t m_available = 0;

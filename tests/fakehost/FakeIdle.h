@@ -21,8 +21,10 @@ public:
     void advanceTicks(uint64_t n);
     /// One idle moment without moving the clock: runs what is due now.
     void runIdle();
-    /// Sets "now" (seconds since the epoch) as of tick 0.
-    void setTime(int64_t secondsSinceEpoch) { m_baseTime = secondsSinceEpoch; }
+    /// Sets "now" (seconds since the epoch) as of the current tick; later ticks move it on.
+    void setTime(int64_t secondsSinceEpoch) {
+        m_baseTime = secondsSinceEpoch - static_cast<int64_t>(m_ticks / 60);
+    }
     /// Number of idle procedures registered.
     size_t idleCount() const;
     /// Number of delayed calls waiting.
