@@ -216,8 +216,6 @@ public:
     /// A handler has finished: a lookup's result goes to the queue's front, and the queue moves
     /// on to its next pass.
     void notifyDidComplete(CAsyncHandler* handler);
-    /// Tells every observer that the feed was updated.
-    void notifyDidUpdate(EStr url);
     /// Queues again, unconditionally, the feeds that a server refused for want of a password.
     /// The store's module has the credential store call it when credentials are stored.
     void recheckAuthentication();

@@ -445,7 +445,3 @@ void CRSSManager::notifyDidComplete(CAsyncHandler* handler) {
     scheduleDelayed();
 }
 
-void CRSSManager::notifyDidUpdate(EStr url) {
-    CEStr kept = normalURL(url);
-    notify([&](Observer* o) { o->didUpdate(kept); });
-}
