@@ -220,6 +220,12 @@ TEST_F(RSSManagerTest, Staleness) {
     CEStr url("http://a.example/rss");
     store.addFeed(url, false, true);
     const long now = 1100000000;
+    // The other tests of this program read the clock as the test host starts it.
+    struct ClockBack {
+        FakeIdle& idle;
+        int64_t was;
+        ~ClockBack() { idle.setTime(was); }
+    } clockBack{host.idle(), host.idle().currentTime()};
     host.idle().setTime(now);
     for (const Case& c : cases) {
         CAgg& descriptor = store.getFeedDescriptor(url);
