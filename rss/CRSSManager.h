@@ -186,6 +186,17 @@ public:
     std::vector<CAgg> getSubFeeds(EStr url);
     /// Subscribes to each sub-feed and queues it.
     void prefetch(EStr url);
+    /// A URL that a feed names in its Extension under a namespace-qualified key ("ns:local"),
+    /// at the feed level (index -1) or of an item, resolved against the feed; empty when absent.
+    CEStr getSubFeedExt(const char* qname, EStr url, long index);
+    /// The item's (or, at -1, the feed's) presentation script feed.
+    CEStr getUISubFeed(EStr url, long index);
+    /// The item's (or, at -1, the feed's) icon feed.
+    CEStr getIconSubFeed(EStr url, long index);
+    /// The item's comment thread feed.
+    CEStr getRSSSubFeed(EStr url, long index);
+    /// The document that added a feed, or null.
+    VxDoc getFeedDocument(EStr url);
     /// The queue, front first.
     const std::vector<CRSSAsyncUpdate>& pending() const { return m_pending; }
 

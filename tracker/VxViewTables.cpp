@@ -61,3 +61,7 @@ void VxSetViewTables(IViewLayer* layer) {
         layer ? layer->platformPushButtonView() : nullptr;
     CVxDialogView::s_VxViewLayer = layer;
 }
+
+IViewLayer* VxViewLayer() {
+    return CVxDialogView::s_VxViewLayer;
+}

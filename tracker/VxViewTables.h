@@ -7,3 +7,5 @@
 IViewLayer* VxFindViewLayer();
 /// Sets every view class's table from the layer; null clears them all.
 void VxSetViewTables(IViewLayer* layer);
+/// The view layer the tables came from; null before VxSetViewTables or on a host without one.
+IViewLayer* VxViewLayer();
