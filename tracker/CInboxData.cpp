@@ -1,5 +1,6 @@
 #include "tracker/CInboxData.h"
 
+#include "rss/CRSSManager.h"
 #include "tracker/CRSSFeedUIManager.h"
 #include "tracker/CVxInboxPanel.h"
 
@@ -43,7 +44,11 @@ EStr CInboxData::getDriverURL() {
 
 void CInboxData::didUpdate(EStr) {}
 
-void CInboxData::setOpenState(bool) {}
+void CInboxData::setOpenState(bool open) {
+    // A feed's own node keeps its state in the store; groups keep theirs by name.
+    if (getType() == kInboxFeed)
+        CRSSManager::instance().setOpenState(url, nullptr, open);
+}
 
 bool CInboxData::canRemove() {
     return false;

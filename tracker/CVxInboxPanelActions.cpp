@@ -194,12 +194,12 @@ void CVxInboxPanel::onSubscribe() {
         CEStr url(answer->c_str(), kEStrPDFDoc);
         CRSSManager& store = CRSSManager::instance();
         if (!answer->empty() && store.hasFeed(url)) {
-            mdAlertEx(0, 2, kAlertButtonsOK, IDS_INBOX_EXISTS, {{"{URL}", answer->c_str()}});
+            mdAlertEx(0, 2, kAlertButtonsOK, IDS_INBOX_EXISTS, {{"URL", answer->c_str()}});
             continue;
         }
         if (!isSubscriptionURL(*answer)) {
             mdAlertEx(0, 2, kAlertButtonsOK, IDS_INBOX_SUBSCRIBE_BAD_DATA,
-                      {{"{URL}", answer->c_str()}});
+                      {{"URL", answer->c_str()}});
             continue;
         }
         store.addFeed(url, false, true);
