@@ -88,11 +88,7 @@ bool FeedIsListed(const _EStrRec* url) {
     CRSSManager* store = CRSSManager::sm_instance;
     if (!store || !url)
         return false;
-    CEStr key = CRSSManager::normalURL(url);
-    for (const CEStr& listed : store->feeds())
-        if (EStrCmp(listed, key) == 0)
-            return true;
-    return false;
+    return store->hasFeed(const_cast<EStr>(url));
 }
 
 std::string MessageText(const char* key,
