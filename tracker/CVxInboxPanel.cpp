@@ -64,9 +64,17 @@ CVxInboxPanel::~CVxInboxPanel() {
     if (m_tree)
         m_tree->RemoveAllItems();
     m_selection = nullptr;
+    // The buttons let go of their menu and icons before these go.
+    for (auto& button : m_buttons) {
+        button->SetMenu(nullptr);
+        button->SetIcon(nullptr);
+    }
     if (IViewLayer* layer = VxViewLayer())
         if (m_servicesMenu)
             layer->DestroyMenu(m_servicesMenu);
+    if (IIcons* icons = gVellViewHFT ? gVellViewHFT->icons() : nullptr)
+        for (VxIcon icon : m_icons)
+            icons->releaseIcon(icon);
     if (sm_instance == this)
         sm_instance = nullptr;
 }
@@ -148,8 +156,13 @@ void CVxInboxPanel::buildToolBar(VxView parent) {
             made->SetHelpText(MessageText(helpKey).c_str());
             size_t size = 0;
             void* bytes = mdGetDataFromName(iconName, &size);
-            if (bytes && icons)
-                made->SetIcon(icons->iconFromPNG(static_cast<const unsigned char*>(bytes), size));
+            VxIcon icon = bytes && icons
+                              ? icons->iconFromPNG(static_cast<const unsigned char*>(bytes), size)
+                              : nullptr;
+            if (icon) {
+                m_icons.push_back(icon);
+                made->SetIcon(icon);
+            }
             QsFree(bytes);
         }
         m_buttons.push_back(std::move(made));

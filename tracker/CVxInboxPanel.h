@@ -171,6 +171,8 @@ private:
     std::unique_ptr<CVxTableContainerView> m_toolBarContainer;
     std::unique_ptr<CVxToolBarView> m_toolBar;
     std::vector<std::unique_ptr<CVxPropertyButtonView>> m_buttons;
+    /// The buttons' icons, which the panel owns.
+    std::vector<VxIcon> m_icons;
     VxMenu m_servicesMenu = nullptr;
     std::unique_ptr<CVxSplitterView> m_splitter;
     std::unique_ptr<CVxContainerView> m_left;
