@@ -6,7 +6,7 @@
 
 namespace {
 
-using trackertest::ItemSpec;
+using trackertest::ItemFields;
 using trackertest::TrackerTest;
 
 class FeedUITest : public TrackerTest {
@@ -113,8 +113,8 @@ TEST_F(FeedUITest, GroupingAndSortingReadTheFeedsExtension) {
     };
     for (const auto& c : cases) {
         CAgg record = makeRecord("Feed", {}, c.feedExtension);
-        ItemSpec spec{"first", "", "", {{"topic", "Red"}}, "Ann"};
-        CAgg item = makeItem(spec);
+        ItemFields fields{"first", "", "", {{"topic", "Red"}}, "Ann"};
+        CAgg item = makeItem(fields);
         EXPECT_EQ(ui().shouldGroupBy(record), c.groups) << c.name;
         std::vector<std::string> groups;
         for (CEStr& group : ui().groupBy(record, item))

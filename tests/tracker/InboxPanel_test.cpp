@@ -6,7 +6,7 @@
 
 namespace {
 
-using trackertest::ItemSpec;
+using trackertest::ItemFields;
 using trackertest::TrackerTest;
 
 class InboxPanelTest : public TrackerTest {

@@ -49,7 +49,7 @@ inline void expectDataFile(const std::string& text, const std::string& file) {
 
 /// One item, by its keys; an empty value leaves the key out. extension: pairs of a local name in
 /// the Tracker's namespace and its text.
-struct ItemSpec {
+struct ItemFields {
     std::string title;
     std::string link;
     std::string description;
@@ -97,28 +97,28 @@ public:
 
     CAgg text(const std::string& value) { return CAgg(EStrFromUTF8(value).get()); }
 
-    CAgg makeItem(const ItemSpec& spec) {
+    CAgg makeItem(const ItemFields& fields) {
         CAgg item = CAgg::atomMapWithRoom(8);
-        if (!spec.title.empty())
-            item[atom("Title")] = text(spec.title);
-        if (!spec.link.empty())
-            item[atom("Link")] = text(spec.link);
-        if (!spec.description.empty())
-            item[atom("Description")] = text(spec.description);
-        if (!spec.author.empty())
-            item[atom("Author")] = text(spec.author);
-        if (!spec.comments.empty())
-            item[atom("Comments")] = text(spec.comments);
-        if (spec.modDate)
-            item[atom("ModDate")] = CAgg(spec.modDate);
-        for (const auto& [name, value] : spec.extension)
+        if (!fields.title.empty())
+            item[atom("Title")] = text(fields.title);
+        if (!fields.link.empty())
+            item[atom("Link")] = text(fields.link);
+        if (!fields.description.empty())
+            item[atom("Description")] = text(fields.description);
+        if (!fields.author.empty())
+            item[atom("Author")] = text(fields.author);
+        if (!fields.comments.empty())
+            item[atom("Comments")] = text(fields.comments);
+        if (fields.modDate)
+            item[atom("ModDate")] = CAgg(fields.modDate);
+        for (const auto& [name, value] : fields.extension)
             item[atom("Extension")][(std::string(kInboxNamespace) + ":" + name).c_str()] =
                 text(value);
         return item;
     }
 
     /// A feed record with a title (empty: none), feed-level extension keys and items.
-    CAgg makeRecord(const std::string& title, const std::vector<ItemSpec>& items,
+    CAgg makeRecord(const std::string& title, const std::vector<ItemFields>& items,
                     const std::vector<std::pair<std::string, std::string>>& extension = {}) {
         CAgg record = CAgg::atomMapWithRoom(8);
         if (!title.empty())
@@ -128,7 +128,7 @@ public:
                 text(value);
         CAgg& list = record[atom("Items")];
         list.toVector();
-        for (const ItemSpec& item : items)
+        for (const ItemFields& item : items)
             list.toVector().push_back(makeItem(item));
         return record;
     }
