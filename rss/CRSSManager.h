@@ -202,6 +202,8 @@ public:
     CEStr getRSSSubFeed(EStr url, long index);
     /// Subscribes to each sub-feed and queues it.
     void prefetch(EStr url);
+    /// The document that added a feed, or null.
+    VxDoc getFeedDocument(EStr url);
     /// The queue, front first.
     const std::vector<CRSSAsyncUpdate>& pending() const { return m_pending; }
     /// The entry of the fetch or lookup under way (the queue's front), or null.

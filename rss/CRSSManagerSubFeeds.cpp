@@ -157,3 +157,10 @@ void CRSSManager::prefetch(EStr url) {
         addToPendingList(subURL, false);
     }
 }
+
+VxDoc CRSSManager::getFeedDocument(EStr url) {
+    if (!url)
+        return nullptr;
+    auto found = m_feedDocuments.find(normalURL(url));
+    return found == m_feedDocuments.end() ? nullptr : found->second;
+}

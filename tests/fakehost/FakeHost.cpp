@@ -55,6 +55,9 @@ FakeHost::FakeHost() {
                          &m_encodings);
     // Discovery asks for multicast DNS when it first needs it.
     m_core.registerTable(kMulticastDNSTable.name, kMulticastDNSTable.version, &m_multicastDNS);
+    // The Tracker asks for the view layer and the web capture when it needs them.
+    m_core.registerTable(kVellViewLayerTable.name, kVellViewLayerTable.version, &m_viewLayer);
+    m_core.registerTable(kWebCaptureTable.name, kWebCaptureTable.version, &m_webCapture);
 }
 
 FakeHost::~FakeHost() {
@@ -65,7 +68,8 @@ FakeHost::~FakeHost() {
 
 void FakeHost::registerTables() {
     m_core.registerTables({&m_support, &m_view, &m_extra, &m_documents, &m_network, &m_baseKit,
-                           &m_encodings, &m_ui, &m_wsdlReader, &scriptEngine(), &m_multicastDNS});
+                           &m_encodings, &m_ui, &m_wsdlReader, &scriptEngine(), &m_multicastDNS,
+                           &m_viewLayer, &m_webCapture});
 }
 
 CSpiderMonkeyEngine& FakeHost::scriptEngine() {

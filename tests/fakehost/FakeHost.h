@@ -25,6 +25,8 @@
 #include "tests/fakehost/FakeNetwork.h"
 #include "tests/fakehost/FakeScriptConsole.h"
 #include "tests/fakehost/FakeUserInterface.h"
+#include "tests/fakehost/FakeViewLayer.h"
+#include "tests/fakehost/FakeWebCapture.h"
 
 #include <map>
 #include <memory>
@@ -116,6 +118,10 @@ public:
     FakeMulticastDNS& multicastDNS() { return m_multicastDNS; }
     /// The WSDL reader behind "FormFlow": the host's own, which is deterministic.
     CWsdlReader& wsdlReader() { return m_wsdlReader; }
+    /// The recording view layer, offered as "VellViewLayer".
+    FakeViewLayer& viewLayer() { return m_viewLayer; }
+    /// The web capture, offered as "WebCapture".
+    FakeWebCapture& webCapture() { return m_webCapture; }
 
     /// Offers every table under its name and version in the core's registry, as the reference
     /// host does: for tests that run the handshake themselves.
@@ -148,5 +154,7 @@ private:
     CWsdlReader m_wsdlReader{m_cabinets, &m_network};
     FakeScriptConsole m_scriptConsole;
     FakeMulticastDNS m_multicastDNS;
+    FakeViewLayer m_viewLayer;
+    FakeWebCapture m_webCapture;
     std::unique_ptr<CSpiderMonkeyEngine> m_scriptEngine;
 };

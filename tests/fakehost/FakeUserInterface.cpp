@@ -27,9 +27,10 @@ int32_t FakeUserInterface::alert(int32_t kind, const char* textUtf8, const char*
 }
 
 std::optional<std::string> FakeUserInterface::response(const char* questionUtf8,
-                                                       const char* titleUtf8, const char*,
-                                                       bool password) {
-    m_questions.push_back({questionUtf8 ? questionUtf8 : "", titleUtf8 ? titleUtf8 : "", password});
+                                                       const char* titleUtf8,
+                                                       const char* defaultUtf8, bool password) {
+    m_questions.push_back({questionUtf8 ? questionUtf8 : "", titleUtf8 ? titleUtf8 : "", password,
+                           defaultUtf8 ? defaultUtf8 : ""});
     if (m_responses.empty())
         return std::nullopt;
     std::optional<std::string> answer = std::move(m_responses.front());

@@ -56,6 +56,7 @@ public:
         std::string question;
         std::string title;
         bool password;
+        std::string defaultAnswer;
     };
     /// The answer the next question gets; nothing for a cancelled one.
     void respondNext(std::optional<std::string> answer) {

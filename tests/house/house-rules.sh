@@ -23,9 +23,10 @@ fi
 root=$1
 check=$2
 
-# The plug-in's folders, lowest first. Folders that share an entry stand side by side and do
-# not include each other; plugin/ puts them all together.
-levels=(frame values xml soap "rss tracker discovery scriptui instances" plugin)
+# The plug-in's folders, lowest first. The Tracker, discovery, script dialogs and instances build
+# on the feed store, so rss/ sits below them. Folders that share an entry stand side by side and
+# do not include each other; plugin/ puts them all together.
+levels=(frame values xml soap rss "tracker discovery scriptui instances" plugin)
 # What host/ may include besides itself: the host interfaces, the host error and the UTF-8
 # codec.
 host_allowed=(frame/host/ frame/HostError.h frame/UTF8.h)

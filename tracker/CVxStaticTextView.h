@@ -1,0 +1,38 @@
+// A label that may answer clicks.
+#pragma once
+
+#include "tracker/CVxBaseView.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+/// A label that may answer clicks.
+class CVxStaticTextView : public CVxBaseView {
+public:
+    /// Wraps a view the host made; null makes an object that does nothing.
+    explicit CVxStaticTextView(VxView existing) : CVxBaseView(existing) {}
+    /// Asks the host for a new view inside parent.
+    CVxStaticTextView(VxView parent, const char* name);
+
+    /// The host's table for this class; set when the module acquires the tables.
+    static IVxStaticTextViewFTab* s_VxStaticTextViewFTab;
+
+    virtual void SetText(const char* textUtf8);
+    virtual std::string GetText();
+    virtual void SetFontFlags(int32_t flags);
+    virtual void SetClickProc(VxViewExecProc proc);
+    virtual VxViewExecProc GetClickProc();
+    virtual void SetClickData(void* data);
+    virtual void* GetClickData();
+    virtual void SetDoubleClickProc(VxViewExecProc proc);
+    virtual VxViewExecProc GetDoubleClickProc();
+    virtual void SetDoubleClickData(void* data);
+    virtual void* GetDoubleClickData();
+    virtual void SetRightClickProc(VxViewExecProc proc);
+    virtual VxViewExecProc GetRightClickProc();
+    virtual void SetRightClickData(void* data);
+    virtual void* GetRightClickData();
+    virtual void SetCursor(int32_t cursor);
+    virtual void SetTextColor(VxColor color);
+};
