@@ -2,10 +2,13 @@
 
 #include "frame/HostError.h"
 
+#include <fcntl.h>
 #include <glib.h>
 #include <glib/gstdio.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <iostream>
@@ -75,15 +78,55 @@ std::optional<std::string> CGVariantCabinets::fileOf(const char* section, const 
     return m_root + section + "/" + name;
 }
 
+namespace {
+
+/// The contents of an open file of the given size.
+void readAll(int fd, size_t size, std::string& bytes) {
+    bytes.resize(size);
+    size_t done = 0;
+    while (done < size) {
+        ssize_t n = ::read(fd, bytes.data() + done, size - done);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0)
+            break;
+        done += static_cast<size_t>(n);
+    }
+    // A file that shrank while it was read is read as it now ends.
+    bytes.resize(done);
+}
+
+} // namespace
+
+CGVariantCabinets::FileStamp CGVariantCabinets::stampFrom(const struct stat& info) {
+    return {info.st_dev, info.st_ino, info.st_size, static_cast<long>(info.st_ctim.tv_sec),
+            static_cast<long>(info.st_ctim.tv_nsec)};
+}
+
+std::optional<CGVariantCabinets::FileStamp> CGVariantCabinets::stampOf(const std::string& path) {
+    struct stat info;
+    if (::stat(path.c_str(), &info) != 0)
+        return std::nullopt;
+    return stampFrom(info);
+}
+
 QsCab CGVariantCabinets::loadFile(const std::string& path) {
     removeStaleTemporaries(path);
-    gchar* contents = nullptr;
-    gsize length = 0;
-    if (!g_file_get_contents(path.c_str(), &contents, &length, nullptr))
+    m_sound.erase(path);
+    int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0)
         return nullptr;
-    std::string bytes(contents, length);
-    g_free(contents);
+    struct stat info;
+    std::string bytes;
+    bool regular = ::fstat(fd, &info) == 0 && S_ISREG(info.st_mode);
+    if (regular)
+        readAll(fd, static_cast<size_t>(info.st_size), bytes);
+    ::close(fd);
+    if (!regular)
+        return nullptr;
     QsCab cab = fromBytes(bytes);
+    if (cab && bytes.size() == static_cast<size_t>(info.st_size))
+        m_sound[path] = stampFrom(info);
     if (!cab) {
         std::string aside = path + ".corrupt";
         if (::rename(path.c_str(), aside.c_str()) == 0)
@@ -104,7 +147,11 @@ void CGVariantCabinets::saveCabinet(QsCab cab, const char* section, const char* 
     if (!cab || !path)
         throw HostError{kHostErrGeneral};
     // Reading what is there sets a damaged file aside before it is replaced.
-    destroyCabinet(loadFile(*path));
+    auto sound = m_sound.find(*path);
+    if (sound == m_sound.end() || stampOf(*path) != sound->second)
+        destroyCabinet(loadFile(*path));
+    else
+        removeStaleTemporaries(*path);
     std::string folder = m_root + section;
     if (g_mkdir_with_parents(folder.c_str(), 0700) != 0)
         throw HostError{kHostErrGeneral};
@@ -114,4 +161,6 @@ void CGVariantCabinets::saveCabinet(QsCab cab, const char* section, const char* 
     if (!g_file_set_contents_full(path->c_str(), bytes.data(), static_cast<gssize>(bytes.size()),
                                   flags, 0600, nullptr))
         throw HostError{kHostErrGeneral};
+    if (auto stamp = stampOf(*path))
+        m_sound[*path] = *stamp;
 }

@@ -32,20 +32,40 @@ QsCabValue::~QsCabValue() {
         destroy(pointer);
 }
 
-QsCabValue* _t_QsCabinet::find(const std::string& key) {
+namespace {
+
+// Up to this many entries a cabinet is searched in order; most cabinets are this small.
+constexpr size_t kSearchedInOrder = 16;
+
+} // namespace
+
+QsCabValue* _t_QsCabinet::find(std::string_view key) {
+    if (index.empty()) {
+        if (entries.size() <= kSearchedInOrder) {
+            for (auto& entry : entries) {
+                if (entry.first == key)
+                    return &entry.second;
+            }
+            return nullptr;
+        }
+        index.reserve(entries.size());
+        for (size_t i = 0; i < entries.size(); ++i)
+            index.emplace(entries[i].first, i);
+    }
     auto found = index.find(key);
     return found == index.end() ? nullptr : &entries[found->second].second;
 }
 
-void _t_QsCabinet::put(const std::string& key, QsCabValue value) {
+void _t_QsCabinet::put(std::string key, QsCabValue value) {
     if (value.cabinet)
         value.cabinet->parent = this;
     if (QsCabValue* existing = find(key)) {
         *existing = std::move(value);
         return;
     }
-    index.emplace(key, entries.size());
-    entries.emplace_back(key, std::move(value));
+    if (!index.empty())
+        index.emplace(key, entries.size());
+    entries.emplace_back(std::move(key), std::move(value));
 }
 
 int _t_QsCabinet::depth() const {

@@ -1,4 +1,5 @@
-// The host's cabinet: entries in insertion order, with an index by key.
+// The host's cabinet: entries in insertion order, with an index by key once there are enough of
+// them for a search to cost more than the index.
 #pragma once
 
 #include "frame/host/ICabinets.h"
@@ -6,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -33,16 +35,23 @@ struct QsCabValue {
     ~QsCabValue();
 };
 
+/// Hashes keys given as any kind of string, so that a lookup makes no copy of the key.
+struct QsCabKeyHash {
+    using is_transparent = void;
+    size_t operator()(std::string_view key) const { return std::hash<std::string_view>{}(key); }
+};
+
 struct _t_QsCabinet {
     /// The cabinet that holds this one under a key; null for one of its own.
     _t_QsCabinet* parent = nullptr;
     std::vector<std::pair<std::string, QsCabValue>> entries;
-    std::unordered_map<std::string, size_t> index;
+    /// Position of each key in entries; built on the first search of a large cabinet.
+    std::unordered_map<std::string, size_t, QsCabKeyHash, std::equal_to<>> index;
 
     /// The value of a key, or null.
-    QsCabValue* find(const std::string& key);
+    QsCabValue* find(std::string_view key);
     /// Puts a value under a key: in place when the key is there, at the end otherwise.
-    void put(const std::string& key, QsCabValue value);
+    void put(std::string key, QsCabValue value);
     /// Nesting depth below this cabinet, itself counted: 1 when it holds no cabinet.
     int depth() const;
 };
