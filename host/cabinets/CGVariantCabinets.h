@@ -10,7 +10,8 @@
 //
 // A save reads the file it replaces only when that file may be damaged: one that this object
 // read whole or wrote itself, and that nobody has changed since (same inode, size and time of
-// change), is known to be sound and is replaced without a look.
+// change, which the kernel keeps to the nanosecond where it can and to a clock tick elsewhere),
+// is known to be sound and is replaced without a look.
 #pragma once
 
 #include "host/cabinets/CMemoryCabinets.h"
