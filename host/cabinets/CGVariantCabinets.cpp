@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <functional>
 #include <iostream>
 #include <utility>
 
@@ -96,6 +97,59 @@ void readAll(int fd, size_t size, std::string& bytes) {
     bytes.resize(done);
 }
 
+/// Writes to an open file; a failed write raises a host error.
+class FileSink final : public CabinetByteSink {
+public:
+    explicit FileSink(int fd) : m_fd(fd) {}
+
+    void append(const char* bytes, size_t size) override {
+        writeAt(m_end, bytes, size);
+        m_end += size;
+    }
+    void patch(size_t at, const char* bytes, size_t size) override { writeAt(at, bytes, size); }
+
+private:
+    void writeAt(size_t at, const char* bytes, size_t size) {
+        while (size > 0) {
+            ssize_t n = ::pwrite(m_fd, bytes, size, static_cast<off_t>(at));
+            if (n < 0 && errno == EINTR)
+                continue;
+            if (n <= 0)
+                throw HostError{kHostErrGeneral};
+            bytes += n;
+            at += static_cast<size_t>(n);
+            size -= static_cast<size_t>(n);
+        }
+    }
+
+    int m_fd;
+    size_t m_end = 0;
+};
+
+/// Writes a cabinet's byte form to a file in one step: into a temporary file beside it, made
+/// durable, then renamed over it. On failure the file is as it was and a host error is raised.
+void replaceFile(const std::string& path, const std::function<void(CabinetByteSink&)>& write) {
+    std::string temporary = path + ".XXXXXX";
+    int fd = g_mkstemp_full(temporary.data(), O_RDWR | O_CLOEXEC, 0600);
+    if (fd < 0)
+        throw HostError{kHostErrGeneral};
+    bool written = false;
+    try {
+        FileSink sink(fd);
+        write(sink);
+        written = ::fsync(fd) == 0;
+    } catch (...) {
+        ::close(fd);
+        g_unlink(temporary.c_str());
+        throw;
+    }
+    written = ::close(fd) == 0 && written;
+    if (!written || ::rename(temporary.c_str(), path.c_str()) != 0) {
+        g_unlink(temporary.c_str());
+        throw HostError{kHostErrGeneral};
+    }
+}
+
 } // namespace
 
 CGVariantCabinets::FileStamp CGVariantCabinets::stampFrom(const struct stat& info) {
@@ -155,12 +209,7 @@ void CGVariantCabinets::saveCabinet(QsCab cab, const char* section, const char* 
     std::string folder = m_root + section;
     if (g_mkdir_with_parents(folder.c_str(), 0700) != 0)
         throw HostError{kHostErrGeneral};
-    std::string bytes = toBytes(cab);
-    auto flags = static_cast<GFileSetContentsFlags>(G_FILE_SET_CONTENTS_CONSISTENT |
-                                                    G_FILE_SET_CONTENTS_DURABLE);
-    if (!g_file_set_contents_full(path->c_str(), bytes.data(), static_cast<gssize>(bytes.size()),
-                                  flags, 0600, nullptr))
-        throw HostError{kHostErrGeneral};
+    replaceFile(*path, [&](CabinetByteSink& sink) { writeBytes(cab, sink); });
     if (auto stamp = stampOf(*path))
         m_sound[*path] = *stamp;
 }

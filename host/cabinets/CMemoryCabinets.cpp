@@ -273,6 +273,11 @@ std::string CMemoryCabinets::toBytes(QsCab cab) {
     return cab ? CabinetToBytes(*cab, m_core) : std::string();
 }
 
+void CMemoryCabinets::writeBytes(QsCab cab, CabinetByteSink& sink) {
+    if (cab)
+        CabinetWriteBytes(*cab, m_core, sink);
+}
+
 QsCab CMemoryCabinets::fromBytes(const std::string& bytes) {
     std::unique_ptr<_t_QsCabinet> cab = CabinetFromBytes(bytes, m_core);
     if (!cab)

@@ -13,14 +13,20 @@ constexpr size_t kMagicSize = sizeof kMagic; // the closing zero included
 constexpr size_t kSumAt = 24;
 constexpr size_t kDictAt = 32;
 
-uint64_t fnv1a(const void* data, size_t size) {
-    uint64_t hash = 14695981039346656037ull;
+constexpr uint64_t kFnvStart = 14695981039346656037ull;
+
+/// The sum of more bytes, from the sum of those before them.
+uint64_t fnv1aMore(uint64_t hash, const void* data, size_t size) {
     const auto* bytes = static_cast<const unsigned char*>(data);
     for (size_t i = 0; i < size; ++i) {
         hash ^= bytes[i];
         hash *= 1099511628211ull;
     }
     return hash;
+}
+
+uint64_t fnv1a(const void* data, size_t size) {
+    return fnv1aMore(kFnvStart, data, size);
 }
 
 size_t align8(size_t at) {
@@ -66,87 +72,143 @@ bool fitsUTF8(const std::u16string& units) {
     return true;
 }
 
+// Writes the byte form to a sink in blocks, so that a large cabinet is never held whole in
+// memory a second time. The positions it works with are those in the file.
 class Writer {
 public:
-    explicit Writer(ICore& core) : m_core(core) {}
+    Writer(ICore& core, CabinetByteSink& sink) : m_core(core), m_sink(sink) {
+        m_block.reserve(kBlockSize + 4096);
+    }
 
-    std::string file(const _t_QsCabinet& cab) {
-        m_out.assign(kMagic, kMagicSize);
-        m_out.resize(kDictAt, '\0'); // the sum is filled in once the dictionary is there
+    void file(const _t_QsCabinet& cab) {
+        // The sum comes first but is known last: the header goes out with a blank sum, which
+        // is patched once the dictionary is out.
+        char header[kDictAt] = {};
+        std::memcpy(header, kMagic, kMagicSize);
+        m_sink.append(header, kDictAt);
+        m_flushed = kDictAt;
         dict(cab);
-        uint64_t sum = fnv1a(m_out.data() + kDictAt, m_out.size() - kDictAt);
-        std::memcpy(&m_out[kSumAt], &sum, sizeof sum);
-        appendOffset(kMagicSize, offsetWidthFor(m_out.size(), 1));
-        return std::move(m_out);
+        flush();
+        uint64_t sum = m_sum;
+        m_sink.patch(kSumAt, reinterpret_cast<const char*>(&sum), sizeof sum);
+        size_t size = m_flushed;
+        appendOffset(kMagicSize, offsetWidthFor(size, 1));
+        m_sink.append(m_block.data(), m_block.size());
     }
 
 private:
-    void pad(size_t start) { m_out.resize(start + align8(m_out.size() - start), '\0'); }
+    static constexpr size_t kBlockSize = 1 << 20;
 
-    void appendOffset(size_t value, size_t width) {
+    size_t position() const { return m_flushed + m_block.size(); }
+
+    void flush() {
+        m_sum = fnv1aMore(m_sum, m_block.data(), m_block.size());
+        m_sink.append(m_block.data(), m_block.size());
+        m_flushed += m_block.size();
+        m_block.clear();
+    }
+
+    void flushIfFull() {
+        if (m_block.size() >= kBlockSize)
+            flush();
+    }
+
+    void append(const char* bytes, size_t size) {
+        if (m_block.size() + size > kBlockSize && !m_block.empty())
+            flush();
+        if (size > kBlockSize) {
+            // A large value goes straight through.
+            m_sum = fnv1aMore(m_sum, bytes, size);
+            m_sink.append(bytes, size);
+            m_flushed += size;
+            return;
+        }
+        m_block.append(bytes, size);
+    }
+
+    void pad(size_t start) {
+        size_t at = position() - start;
+        m_block.append(align8(at) - at, '\0');
+    }
+
+    void appendOffset(uint64_t value, size_t width) {
+        char bytes[8];
         for (size_t i = 0; i < width; ++i)
-            m_out.push_back(static_cast<char>(value >> (8 * i)));
+            bytes[i] = static_cast<char>(value >> (8 * i));
+        m_block.append(bytes, width);
     }
 
     template <typename T> void appendRaw(const T& value) {
-        m_out.append(reinterpret_cast<const char*>(&value), sizeof value);
+        m_block.append(reinterpret_cast<const char*>(&value), sizeof value);
     }
 
     // a(ayv): the entries, each aligned to 8, then the end of each.
     void dict(const _t_QsCabinet& cab) {
-        size_t start = m_out.size();
-        std::vector<size_t> ends;
-        ends.reserve(cab.entries.size());
+        size_t start = position();
+        // The ends of the entries of every open dictionary share one stack.
+        size_t base = m_ends.size();
         for (const auto& [key, value] : cab.entries) {
             pad(start);
             entry(key, value);
-            ends.push_back(m_out.size() - start);
+            m_ends.push_back(position() - start);
         }
-        size_t width = offsetWidthFor(m_out.size() - start, ends.size());
-        for (size_t end : ends)
-            appendOffset(end, width);
+        size_t count = m_ends.size() - base;
+        size_t width = offsetWidthFor(position() - start, count);
+        for (size_t i = base; i < m_ends.size(); ++i) {
+            appendOffset(m_ends[i], width);
+            flushIfFull();
+        }
+        m_ends.resize(base);
     }
 
     // (ayv): the key, the value aligned to 8, then the end of the key.
     void entry(const std::string& key, const QsCabValue& value) {
-        size_t start = m_out.size();
-        m_out += key;
+        size_t start = position();
+        append(key.data(), key.size());
         size_t keyEnd = key.size();
         pad(start);
         variant(value);
-        appendOffset(keyEnd, offsetWidthFor(m_out.size() - start, 1));
+        appendOffset(keyEnd, offsetWidthFor(position() - start, 1));
+        flushIfFull();
     }
 
     // (say): the name with its zero, the bytes, then the end of the name.
     void named(const char* name, std::string_view bytes) {
-        size_t start = m_out.size();
-        m_out.append(name, std::strlen(name) + 1);
-        size_t nameEnd = m_out.size() - start;
-        m_out += bytes;
-        appendOffset(nameEnd, offsetWidthFor(m_out.size() - start, 1));
+        size_t start = position();
+        m_block.append(name, std::strlen(name) + 1);
+        size_t nameEnd = position() - start;
+        append(bytes.data(), bytes.size());
+        appendOffset(nameEnd, offsetWidthFor(position() - start, 1));
     }
 
     void utf8(const std::u16string& units) {
+        // At most three bytes a unit: a pair of units makes four.
+        if (m_block.size() + 3 * units.size() > kBlockSize && !m_block.empty())
+            flush();
+        size_t at = m_block.size();
+        m_block.resize(at + 3 * units.size());
+        char* out = m_block.data() + at;
         for (size_t i = 0; i < units.size(); ++i) {
             uint32_t c = units[i];
             if (c < 0x80) {
-                m_out.push_back(static_cast<char>(c));
+                *out++ = static_cast<char>(c);
                 continue;
             }
             if (c >= 0xD800 && c <= 0xDBFF) // a pair, as fitsUTF8 made sure
                 c = 0x10000 + ((c - 0xD800) << 10) + (units[++i] - 0xDC00);
             if (c < 0x800) {
-                m_out.push_back(static_cast<char>(0xC0 | c >> 6));
+                *out++ = static_cast<char>(0xC0 | c >> 6);
             } else if (c < 0x10000) {
-                m_out.push_back(static_cast<char>(0xE0 | c >> 12));
-                m_out.push_back(static_cast<char>(0x80 | (c >> 6 & 0x3F)));
+                *out++ = static_cast<char>(0xE0 | c >> 12);
+                *out++ = static_cast<char>(0x80 | (c >> 6 & 0x3F));
             } else {
-                m_out.push_back(static_cast<char>(0xF0 | c >> 18));
-                m_out.push_back(static_cast<char>(0x80 | (c >> 12 & 0x3F)));
-                m_out.push_back(static_cast<char>(0x80 | (c >> 6 & 0x3F)));
+                *out++ = static_cast<char>(0xF0 | c >> 18);
+                *out++ = static_cast<char>(0x80 | (c >> 12 & 0x3F));
+                *out++ = static_cast<char>(0x80 | (c >> 6 & 0x3F));
             }
-            m_out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
+            *out++ = static_cast<char>(0x80 | (c & 0x3F));
         }
+        m_block.resize(static_cast<size_t>(out - m_block.data()));
     }
 
     // v: the value, a zero byte, then its type.
@@ -154,7 +216,7 @@ private:
         const char* type = "()";
         switch (value.kind) {
         case kQsCabBool:
-            m_out.push_back(value.boolean ? 1 : 0);
+            m_block.push_back(value.boolean ? 1 : 0);
             type = "b";
             break;
         case kQsCabInt:
@@ -172,17 +234,17 @@ private:
             type = "d";
             break;
         case kQsCabString:
-            m_out += value.bytes;
+            append(value.bytes.data(), value.bytes.size());
             type = "ay";
             break;
         case kQsCabText:
             if (fitsUTF8(value.text)) {
                 utf8(value.text);
-                m_out.push_back('\0');
+                m_block.push_back('\0');
                 type = "s";
             } else {
-                m_out.append(reinterpret_cast<const char*>(value.text.data()),
-                             value.text.size() * sizeof(char16_t));
+                append(reinterpret_cast<const char*>(value.text.data()),
+                       value.text.size() * sizeof(char16_t));
                 type = "aq";
             }
             break;
@@ -204,15 +266,32 @@ private:
             type = "u";
             break;
         case kQsCabNull:
-            m_out.push_back('\0'); // the unit value is one zero byte
+            m_block.push_back('\0'); // the unit value is one zero byte
             break;
         }
-        m_out.push_back('\0');
-        m_out += type;
+        m_block.push_back('\0');
+        m_block.append(type);
     }
 
     ICore& m_core;
-    std::string m_out;
+    CabinetByteSink& m_sink;
+    std::string m_block;
+    size_t m_flushed = 0;
+    uint64_t m_sum = kFnvStart;
+    std::vector<size_t> m_ends;
+};
+
+/// Collects the bytes in a string.
+class StringSink final : public CabinetByteSink {
+public:
+    void append(const char* bytes, size_t size) override { m_bytes.append(bytes, size); }
+    void patch(size_t at, const char* bytes, size_t size) override {
+        m_bytes.replace(at, size, bytes, size);
+    }
+    std::string take() { return std::move(m_bytes); }
+
+private:
+    std::string m_bytes;
 };
 
 /// A run of serialised bytes; every read is checked against its end.
@@ -426,8 +505,14 @@ private:
 
 } // namespace
 
+void CabinetWriteBytes(const _t_QsCabinet& cab, ICore& core, CabinetByteSink& sink) {
+    Writer(core, sink).file(cab);
+}
+
 std::string CabinetToBytes(const _t_QsCabinet& cab, ICore& core) {
-    return Writer(core).file(cab);
+    StringSink sink;
+    CabinetWriteBytes(cab, core, sink);
+    return sink.take();
 }
 
 std::unique_ptr<_t_QsCabinet> CabinetFromBytes(const char* bytes, size_t size, ICore& core) {

@@ -21,7 +21,20 @@
 #include <memory>
 #include <string>
 
-/// The byte form of a cabinet; atoms go as their texts.
+/// Where the byte form of a cabinet goes, in order, as it is made.
+class CabinetByteSink {
+public:
+    virtual ~CabinetByteSink() = default;
+    /// The next bytes.
+    virtual void append(const char* bytes, size_t size) = 0;
+    /// Replaces bytes already given, at a position from the start.
+    virtual void patch(size_t at, const char* bytes, size_t size) = 0;
+};
+
+/// Gives the byte form of a cabinet to a sink in blocks of about a megabyte; atoms go as their
+/// texts. A sink's exception stops the writing and passes through.
+void CabinetWriteBytes(const _t_QsCabinet& cab, ICore& core, CabinetByteSink& sink);
+/// The byte form of a cabinet, whole.
 std::string CabinetToBytes(const _t_QsCabinet& cab, ICore& core);
 
 /// A cabinet from its byte form, or null when the bytes are truncated, damaged, of another

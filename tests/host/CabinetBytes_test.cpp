@@ -154,6 +154,8 @@ TEST_F(CabinetBytesTest, WritesTheBytesGLibMakesAndReadsThemBack) {
         {"a surrogate pair cut short, as units", withText(std::u16string(1, char16_t(0xD800)))},
         {"offsets of two bytes", large(40, 10)},
         {"offsets of four bytes", large(3, 30000)},
+        {"a value larger than a block of writing", large(2, 1500000)},
+        {"many values over several blocks", large(30000, 100)},
     };
     for (const auto& test : cases) {
         SCOPED_TRACE(test.what);
