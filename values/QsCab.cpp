@@ -307,13 +307,13 @@ void fillValue(ICabinets& cabs, CAgg& value, QsCab cab, bool atomKeys, int level
     for (const auto& info : keys) {
         if (counter >= 0)
             counter = isIndex(info.key, counter) ? counter + 1 : -1;
+        // A key without an escape is its own name, of encoding 3 as any key given as bytes.
+        if (info.key.find('_') == std::string::npos) {
+            readEntry(cabs, cab, info, value[info.key.c_str()], atomKeys, level);
+            continue;
+        }
         CEStr name(""); // "_sSs_" leaves it so: the empty name
-        CEStr raw(info.key.c_str());
-        // A key without an escape is its own name.
-        if (info.key.find('_') == std::string::npos)
-            name = raw;
-        else
-            QsCabDecodeName(raw, name);
+        QsCabDecodeName(CEStr(info.key.c_str()), name);
         readEntry(cabs, cab, info, value[name], atomKeys, level);
     }
     if (counter >= 0)

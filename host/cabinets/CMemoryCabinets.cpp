@@ -116,8 +116,7 @@ std::optional<QsCabValueKind> CMemoryCabinets::kindOf(QsCab cab, const char* key
 void CMemoryCabinets::makeEmpty(QsCab cab) {
     if (!cab)
         return;
-    cab->entries.clear();
-    cab->index.clear();
+    cab->clear();
 }
 
 void CMemoryCabinets::merge(QsCab dst, QsCab src) {

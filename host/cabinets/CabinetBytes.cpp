@@ -415,7 +415,7 @@ private:
         QsCabValue value;
         if (!variant(boxed, value, depth))
             return false;
-        cab.put(std::move(name), std::move(value));
+        cab.append(std::move(name), std::move(value));
         return true;
     }
 

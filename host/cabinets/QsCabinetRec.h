@@ -8,7 +8,6 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -35,23 +34,29 @@ struct QsCabValue {
     ~QsCabValue();
 };
 
-/// Hashes keys given as any kind of string, so that a lookup makes no copy of the key.
-struct QsCabKeyHash {
-    using is_transparent = void;
-    size_t operator()(std::string_view key) const { return std::hash<std::string_view>{}(key); }
-};
-
 struct _t_QsCabinet {
     /// The cabinet that holds this one under a key; null for one of its own.
     _t_QsCabinet* parent = nullptr;
     std::vector<std::pair<std::string, QsCabValue>> entries;
-    /// Position of each key in entries; built on the first search of a large cabinet.
-    std::unordered_map<std::string, size_t, QsCabKeyHash, std::equal_to<>> index;
 
     /// The value of a key, or null.
     QsCabValue* find(std::string_view key);
     /// Puts a value under a key: in place when the key is there, at the end otherwise.
     void put(std::string key, QsCabValue value);
+    /// Puts a value under a key that the cabinet does not hold yet, at the end.
+    void append(std::string key, QsCabValue value);
+    /// Removes every entry.
+    void clear();
     /// Nesting depth below this cabinet, itself counted: 1 when it holds no cabinet.
     int depth() const;
+
+private:
+    /// Rebuilds the index with room for twice the entries.
+    void reindex();
+    /// Enters the entry at a position into the index.
+    void enter(size_t position);
+
+    /// An open-addressed table of the entries' positions plus one (0 for a free slot), its size
+    /// a power of two; empty while the cabinet is small enough to be searched in order.
+    std::vector<uint32_t> m_slots;
 };
