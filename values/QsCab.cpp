@@ -241,6 +241,15 @@ bool isIndex(const std::string& key, long expected) {
 
 void fillValue(ICabinets& cabs, CAgg& value, QsCab cab, bool atomKeys, int level);
 
+/// The entry of a key in a map being filled, made when missing. A stored map comes back in its
+/// own order, so a text key usually goes at the end, which the map is asked first.
+CAgg& entryOf(CAgg& value, const char* key, bool atomKeys) {
+    if (atomKeys)
+        return value[key];
+    CAgg::CAggMap& map = value.toMap();
+    return map.emplace_hint(map.end(), CEStr(key), CAgg())->second;
+}
+
 void readEntry(ICabinets& cabs, QsCab cab, const QsCabKeyInfo& info, CAgg& entry, bool atomKeys,
                int level) {
     const char* key = info.key.c_str();
@@ -309,7 +318,7 @@ void fillValue(ICabinets& cabs, CAgg& value, QsCab cab, bool atomKeys, int level
             counter = isIndex(info.key, counter) ? counter + 1 : -1;
         // A key without an escape is its own name, of encoding 3 as any key given as bytes.
         if (info.key.find('_') == std::string::npos) {
-            readEntry(cabs, cab, info, value[info.key.c_str()], atomKeys, level);
+            readEntry(cabs, cab, info, entryOf(value, info.key.c_str(), atomKeys), atomKeys, level);
             continue;
         }
         CEStr name(""); // "_sSs_" leaves it so: the empty name

@@ -1,10 +1,13 @@
 #include "host/cabinets/QsCabinetRec.h"
 
 #include <algorithm>
+#include <utility>
 
-QsCabValue::QsCabValue(QsCabValue&& other) noexcept {
-    *this = std::move(other);
-}
+QsCabValue::QsCabValue(QsCabValue&& other) noexcept
+    : kind(other.kind), boolean(other.boolean), integer(other.integer), uns32(other.uns32),
+      atom(other.atom), real(other.real), bytes(std::move(other.bytes)),
+      text(std::move(other.text)), pointer(std::exchange(other.pointer, nullptr)),
+      destroy(std::exchange(other.destroy, nullptr)), cabinet(std::move(other.cabinet)) {}
 
 QsCabValue& QsCabValue::operator=(QsCabValue&& other) noexcept {
     if (this == &other)
@@ -93,6 +96,9 @@ void _t_QsCabinet::put(std::string key, QsCabValue value) {
 void _t_QsCabinet::append(std::string key, QsCabValue value) {
     if (value.cabinet)
         value.cabinet->parent = this;
+    // Most cabinets hold a handful of keys: room for them at once spares the moves of growing.
+    if (entries.capacity() == 0)
+        entries.reserve(8);
     entries.emplace_back(std::move(key), std::move(value));
     if (m_slots.empty())
         return;
