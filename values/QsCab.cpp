@@ -55,6 +55,16 @@ QsTextRec textUnits(const _EStrRec* text) {
         }
         return units;
     }
+    // UCS is the units already, big-endian behind the mark; a trailing odd byte is no unit.
+    if (EStrGetEncoding(text) == kEStrUCS) {
+        long length = EStrGetLen(text);
+        size_t count = length > 2 ? static_cast<size_t>(length - 2) / 2 : 0;
+        const auto* bytes = reinterpret_cast<const unsigned char*>(EStrGetBytes(text)) + 2;
+        units.units.resize(count);
+        for (size_t i = 0; i < count; ++i)
+            units.units[i] = static_cast<char16_t>(bytes[2 * i] << 8 | bytes[2 * i + 1]);
+        return units;
+    }
     QsTextFromEStr(text, &units);
     return units;
 }

@@ -56,22 +56,6 @@ size_t offsetWidthOf(size_t size) {
     return size > 0 ? 1 : 0;
 }
 
-// Whether UTF-8 can carry the units: no zero unit, every surrogate in a pair.
-bool fitsUTF8(const std::u16string& units) {
-    for (size_t i = 0; i < units.size(); ++i) {
-        char16_t unit = units[i];
-        if (unit == 0)
-            return false;
-        if (unit < 0xD800 || unit > 0xDFFF)
-            continue;
-        if (unit > 0xDBFF || i + 1 == units.size() || units[i + 1] < 0xDC00 ||
-            units[i + 1] > 0xDFFF)
-            return false;
-        ++i;
-    }
-    return true;
-}
-
 // Writes the byte form to a sink in blocks, so that a large cabinet is never held whole in
 // memory a second time. The positions it works with are those in the file.
 class Writer {
@@ -181,21 +165,31 @@ private:
         appendOffset(nameEnd, offsetWidthFor(position() - start, 1));
     }
 
-    void utf8(const std::u16string& units) {
+    // The units as UTF-8 with the closing zero; false, with nothing written, for a text that
+    // UTF-8 cannot carry: one with a zero unit or a lone surrogate.
+    bool utf8(const std::u16string& units) {
         // At most three bytes a unit: a pair of units makes four.
-        if (m_block.size() + 3 * units.size() > kBlockSize && !m_block.empty())
+        if (m_block.size() + 3 * units.size() + 1 > kBlockSize && !m_block.empty())
             flush();
         size_t at = m_block.size();
-        m_block.resize(at + 3 * units.size());
+        m_block.resize(at + 3 * units.size() + 1);
         char* out = m_block.data() + at;
-        for (size_t i = 0; i < units.size(); ++i) {
-            uint32_t c = units[i];
+        const char16_t* in = units.data();
+        const char16_t* end = in + units.size();
+        bool fits = true;
+        while (in < end && fits) {
+            uint32_t c = *in++;
             if (c < 0x80) {
+                fits = c != 0;
                 *out++ = static_cast<char>(c);
                 continue;
             }
-            if (c >= 0xD800 && c <= 0xDBFF) // a pair, as fitsUTF8 made sure
-                c = 0x10000 + ((c - 0xD800) << 10) + (units[++i] - 0xDC00);
+            if (c >= 0xD800 && c <= 0xDFFF) {
+                fits = c <= 0xDBFF && in < end && *in >= 0xDC00 && *in <= 0xDFFF;
+                if (!fits)
+                    break;
+                c = 0x10000 + ((c - 0xD800) << 10) + (*in++ - 0xDC00);
+            }
             if (c < 0x800) {
                 *out++ = static_cast<char>(0xC0 | c >> 6);
             } else if (c < 0x10000) {
@@ -208,7 +202,13 @@ private:
             }
             *out++ = static_cast<char>(0x80 | (c & 0x3F));
         }
+        if (!fits) {
+            m_block.resize(at);
+            return false;
+        }
+        *out++ = '\0';
         m_block.resize(static_cast<size_t>(out - m_block.data()));
+        return true;
     }
 
     // v: the value, a zero byte, then its type.
@@ -238,9 +238,7 @@ private:
             type = "ay";
             break;
         case kQsCabText:
-            if (fitsUTF8(value.text)) {
-                utf8(value.text);
-                m_block.push_back('\0');
+            if (utf8(value.text)) {
                 type = "s";
             } else {
                 append(reinterpret_cast<const char*>(value.text.data()),
