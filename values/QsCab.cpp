@@ -318,14 +318,23 @@ void fillValue(ICabinets& cabs, CAgg& value, QsCab cab, bool atomKeys, int level
         value.toVector();
         return;
     }
+    // Keys that run "0", "1", ... in order make a vector: its elements are read in place,
+    // rather than into a map that is then converted.
+    bool vector = true;
+    for (size_t i = 0; i < keys.size() && vector; ++i)
+        vector = isIndex(keys[i].key, static_cast<long>(i));
+    if (vector) {
+        CAgg::CAggVector& items = value.toVector();
+        items.resize(keys.size());
+        for (size_t i = 0; i < keys.size(); ++i)
+            readEntry(cabs, cab, keys[i], items[i], atomKeys, level);
+        return;
+    }
     if (atomKeys)
         value.toQsAtomMap();
     else
         value.toMap();
-    long counter = 0;
     for (const auto& info : keys) {
-        if (counter >= 0)
-            counter = isIndex(info.key, counter) ? counter + 1 : -1;
         // A key without an escape is its own name, of encoding 3 as any key given as bytes.
         if (info.key.find('_') == std::string::npos) {
             readEntry(cabs, cab, info, entryOf(value, info.key.c_str(), atomKeys), atomKeys, level);
@@ -335,8 +344,6 @@ void fillValue(ICabinets& cabs, CAgg& value, QsCab cab, bool atomKeys, int level
         QsCabDecodeName(CEStr(info.key.c_str()), name);
         readEntry(cabs, cab, info, value[name], atomKeys, level);
     }
-    if (counter >= 0)
-        value.convert(CAgg::eVector);
 }
 
 } // namespace
