@@ -7,16 +7,20 @@
 
 namespace {
 
-constexpr char kMagic[] = "vellum-cabinet-1";
+// The text of the files this host writes, and of those of earlier runs, whose sum is plain
+// FNV-1a; both are read. The two texts have the same length.
+constexpr char kMagic[] = "vellum-cabinet-2";
+constexpr char kMagicPlainSum[] = "vellum-cabinet-1";
 constexpr size_t kMagicSize = sizeof kMagic; // the closing zero included
+static_assert(sizeof kMagicPlainSum == kMagicSize);
 // Where the sum and the dictionary of a file start: each is aligned to 8.
 constexpr size_t kSumAt = 24;
 constexpr size_t kDictAt = 32;
 
 constexpr uint64_t kFnvStart = 14695981039346656037ull;
 
-/// The sum of more bytes, from the sum of those before them.
-uint64_t fnv1aMore(uint64_t hash, const void* data, size_t size) {
+uint64_t fnv1a(const void* data, size_t size) {
+    uint64_t hash = kFnvStart;
     const auto* bytes = static_cast<const unsigned char*>(data);
     for (size_t i = 0; i < size; ++i) {
         hash ^= bytes[i];
@@ -25,9 +29,46 @@ uint64_t fnv1aMore(uint64_t hash, const void* data, size_t size) {
     return hash;
 }
 
-uint64_t fnv1a(const void* data, size_t size) {
-    return fnv1aMore(kFnvStart, data, size);
-}
+/// The sum of the files this host writes: the FNV-1a sums of four lanes of the bytes (those at
+/// positions 0, 4, 8, ...; 1, 5, 9, ...; and so on), then FNV-1a over the four, little-endian.
+/// The lanes run side by side, which makes it several times faster than one FNV-1a chain.
+class LaneSum {
+public:
+    void add(const void* data, size_t size) {
+        const auto* bytes = static_cast<const unsigned char*>(data);
+        const auto* end = bytes + size;
+        while (bytes < end && m_lane != 0)
+            step(*bytes++);
+        for (; end - bytes >= 4; bytes += 4) {
+            for (int lane = 0; lane < 4; ++lane) {
+                m_lanes[lane] ^= bytes[lane];
+                m_lanes[lane] *= 1099511628211ull;
+            }
+        }
+        while (bytes < end)
+            step(*bytes++);
+    }
+
+    uint64_t sum() const {
+        unsigned char bytes[32];
+        for (int lane = 0; lane < 4; ++lane) {
+            for (int i = 0; i < 8; ++i)
+                bytes[8 * lane + i] = static_cast<unsigned char>(m_lanes[lane] >> (8 * i));
+        }
+        return fnv1a(bytes, sizeof bytes);
+    }
+
+private:
+    void step(unsigned char byte) {
+        uint64_t& lane = m_lanes[m_lane];
+        lane ^= byte;
+        lane *= 1099511628211ull;
+        m_lane = (m_lane + 1) % 4;
+    }
+
+    uint64_t m_lanes[4] = {kFnvStart, kFnvStart, kFnvStart, kFnvStart};
+    int m_lane = 0; // the lane of the next byte
+};
 
 size_t align8(size_t at) {
     return (at + 7) & ~size_t{7};
@@ -73,7 +114,7 @@ public:
         m_flushed = kDictAt;
         dict(cab);
         flush();
-        uint64_t sum = m_sum;
+        uint64_t sum = m_sum.sum();
         m_sink.patch(kSumAt, reinterpret_cast<const char*>(&sum), sizeof sum);
         size_t size = m_flushed;
         appendOffset(kMagicSize, offsetWidthFor(size, 1));
@@ -86,7 +127,7 @@ private:
     size_t position() const { return m_flushed + m_block.size(); }
 
     void flush() {
-        m_sum = fnv1aMore(m_sum, m_block.data(), m_block.size());
+        m_sum.add(m_block.data(), m_block.size());
         m_sink.append(m_block.data(), m_block.size());
         m_flushed += m_block.size();
         m_block.clear();
@@ -102,7 +143,7 @@ private:
             flush();
         if (size > kBlockSize) {
             // A large value goes straight through.
-            m_sum = fnv1aMore(m_sum, bytes, size);
+            m_sum.add(bytes, size);
             m_sink.append(bytes, size);
             m_flushed += size;
             return;
@@ -275,7 +316,7 @@ private:
     CabinetByteSink& m_sink;
     std::string m_block;
     size_t m_flushed = 0;
-    uint64_t m_sum = kFnvStart;
+    LaneSum m_sum;
     std::vector<size_t> m_ends;
 };
 
@@ -329,7 +370,9 @@ bool splitPair(Span tuple, size_t secondAlignment, Span& first, Span& second) {
 // UTF-8 of a GVariant string to UTF-16 units; false for anything that is not well-formed UTF-8
 // of Unicode scalar values.
 bool decodeUTF8(std::string_view in, std::u16string& out) {
-    out.reserve(in.size());
+    // Never more units than bytes: the text is written in place and cut to its length.
+    out.resize(in.size());
+    char16_t* to = out.data();
     const auto* p = reinterpret_cast<const unsigned char*>(in.data());
     const auto* end = p + in.size();
     while (p < end) {
@@ -337,7 +380,7 @@ bool decodeUTF8(std::string_view in, std::u16string& out) {
         if (c < 0x80) {
             if (c == 0)
                 return false;
-            out.push_back(static_cast<char16_t>(c));
+            *to++ = static_cast<char16_t>(c);
             continue;
         }
         int more;
@@ -362,13 +405,14 @@ bool decodeUTF8(std::string_view in, std::u16string& out) {
         if (c < least || c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF))
             return false;
         if (c < 0x10000) {
-            out.push_back(static_cast<char16_t>(c));
+            *to++ = static_cast<char16_t>(c);
         } else {
             c -= 0x10000;
-            out.push_back(static_cast<char16_t>(0xD800 + (c >> 10)));
-            out.push_back(static_cast<char16_t>(0xDC00 + (c & 0x3FF)));
+            *to++ = static_cast<char16_t>(0xD800 + (c >> 10));
+            *to++ = static_cast<char16_t>(0xDC00 + (c & 0x3FF));
         }
     }
+    out.resize(static_cast<size_t>(to - out.data()));
     return true;
 }
 
@@ -520,13 +564,18 @@ std::unique_ptr<_t_QsCabinet> CabinetFromBytes(const char* bytes, size_t size, I
     // gives the end of the text.
     Span file{bytes, size};
     size_t width = offsetWidthOf(size);
-    if (size < kDictAt + width || readOffset(bytes + size - width, width) != kMagicSize ||
-        std::memcmp(bytes, kMagic, kMagicSize) != 0)
+    if (size < kDictAt + width || readOffset(bytes + size - width, width) != kMagicSize)
+        return nullptr;
+    bool lanes = std::memcmp(bytes, kMagic, kMagicSize) == 0;
+    if (!lanes && std::memcmp(bytes, kMagicPlainSum, kMagicSize) != 0)
         return nullptr;
     Span dict = file.sub(kDictAt, size - width);
     uint64_t sum;
     std::memcpy(&sum, bytes + kSumAt, sizeof sum);
-    if (sum != fnv1a(dict.data, dict.size))
+    LaneSum laneSum;
+    if (lanes)
+        laneSum.add(dict.data, dict.size);
+    if (sum != (lanes ? laneSum.sum() : fnv1a(dict.data, dict.size)))
         return nullptr;
     auto cab = std::make_unique<_t_QsCabinet>();
     if (!Reader(core).dict(dict, *cab, 1))

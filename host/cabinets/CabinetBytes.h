@@ -1,17 +1,19 @@
 // The byte form of a cabinet: one GVariant of type (sta(ayv)), in normal form.
 //
-// The text is "vellum-cabinet-1", the number a 64-bit FNV-1a sum over the dictionary's own bytes,
-// and the dictionary is the list of (key, value) pairs in insertion order: a{sv} in all but the
-// key's type, since a cabinet's keys are bytes that need not be UTF-8 and a GVariant dictionary
-// key cannot be a byte array. A value's GVariant type tells its kind: b boolean, i integer,
-// d double, u unsigned 32-bit, ay string bytes, s text as UTF-8, aq text as UTF-16 units (for a
-// text that UTF-8 cannot carry: one with a zero unit or a lone surrogate), a(ayv) a nested
-// cabinet, () null, and (say) the kinds named by its text: ("atom", the atom's text),
+// The text is "vellum-cabinet-2", the number a 64-bit sum over the dictionary's own bytes (FNV-1a
+// of four interleaved FNV-1a lanes), and the dictionary is the list of (key, value) pairs in
+// insertion order: a{sv} in all but the key's type, since a cabinet's keys are bytes that need not
+// be UTF-8 and a GVariant dictionary key cannot be a byte array. A value's GVariant type tells its
+// kind: b boolean, i integer, d double, u unsigned 32-bit, ay string bytes, s text as UTF-8, aq
+// text as UTF-16 units (for a text that UTF-8 cannot carry: one with a zero unit or a lone
+// surrogate), a(ayv) a nested cabinet, () null, and (say) the kinds named by its text: ("atom", the
+// atom's text),
 // ("binary", the bytes), ("pointer", the type; the address is not kept).
 //
-// Both directions work on the serialised bytes directly rather than through a tree of GVariant
-// objects, which costs an allocation and a lock per value; the bytes are the ones GLib itself
-// makes and reads for the same values, so files of either remain readable by the other.
+// Files of earlier runs, "vellum-cabinet-1" with a plain FNV-1a sum and text as units only, are
+// read as well. Both directions work on the serialised bytes directly rather than through a tree of
+// GVariant objects, which costs an allocation and a lock per value; the bytes are the ones GLib
+// itself makes and reads for the same values, so files of either remain readable by the other.
 #pragma once
 
 #include "frame/host/ICore.h"
