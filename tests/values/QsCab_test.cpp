@@ -344,3 +344,32 @@ TEST(QsCab, PutCutsNestingFromTheLevelItIsGiven) {
         QsCabDestroy(top);
     }
 }
+
+TEST(QsCab, StoresEachTextAsItsUnits) {
+    FakeHost host;
+    struct Case {
+        const char* what;
+        CEStr text;
+    } cases[] = {
+        {"printable ASCII and blanks", CEStr("a b\tc\nd\re~", kEStrPDFDoc)},
+        {"PDFDocEncoding's own characters", CEStr("\x18\x7f\x80\xE9", kEStrPDFDoc)},
+        {"the host's encoding", CEStr("caf\xE9", kEStrHost)},
+        {"UCS", ucs(u"\u65e5\u672c \U0001F600")},
+        {"empty", CEStr("", kEStrPDFDoc)},
+    };
+    for (auto& test : cases) {
+        SCOPED_TRACE(test.what);
+        QsTextRec expected;
+        QsTextFromEStr(test.text, &expected);
+        CAgg live;
+        live["Text"] = CAgg(test.text.get());
+        QsCab put = host.cabinets().newCabinet();
+        QsCabPutCAgg(put, 1, CEStr("Key"), live);
+        QsCab whole = CAgg2QsCab(live);
+        EXPECT_EQ(host.cabinets().getText(host.cabinets().getCabinet(put, "Key"), "Text"),
+                  expected.units);
+        EXPECT_EQ(host.cabinets().getText(whole, "Text"), expected.units);
+        QsCabDestroy(put);
+        QsCabDestroy(whole);
+    }
+}
