@@ -2,10 +2,11 @@
 //   - Merge/n: setContents of a new version of an n-item feed into the old one, where a tenth of
 //     the items are new, the rest carried over in the same order with half of them read (the
 //     set-up of the old version is not timed). Expect n log n: 1k, 10k, 100k.
-//   - StoreRestore/0, /1, /2: store, restore, both; 1,000 subscriptions of 100 items each, read
-//   from generated RSS 2.0 text;
-//     storeFeedContents, then a fresh store restoring it, into cabinet files on disk. The
-//     counters give the bytes of the feeds' XML and of the two cabinet files.
+//   - StoreRestore/0, /1, /2: store, restore, both, for 1,000 subscriptions of 100 items each
+//     read from generated RSS 2.0 text: storeFeedContents into cabinet files on disk, then a
+//     fresh store restoring them. The counters give the bytes of the feeds' XML and of the two
+//     cabinet files. The store's time includes making its file durable (fsync), so the wall
+//     time depends on the disk as well as the CPU time.
 // Run by hand: build/bench/rss_bench --benchmark_filter='Merge|StoreRestore'
 #include "host/cabinets/CGVariantCabinets.h"
 #include "rss/CRSSManager.h"

@@ -14,6 +14,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <optional>
 #include <set>
 
 namespace {
@@ -61,6 +62,30 @@ void saveWhole(ICabinets& cabs, QsCab cab, const char* name) {
     }
     cabs.destroyCabinet(cab);
 }
+
+/// Marks a descriptor verified for as long as it lives, then puts back what it had.
+class StoredAsVerified {
+public:
+    explicit StoredAsVerified(CAgg& descriptor)
+        : m_descriptor(descriptor), m_had(descriptor.has("Verified")) {
+        if (m_had)
+            m_old = descriptor["Verified"];
+        descriptor["Verified"].toQsBool() = 1;
+    }
+    ~StoredAsVerified() {
+        if (m_had)
+            m_descriptor["Verified"] = std::move(m_old);
+        else
+            CAggRemoveKey(m_descriptor, "Verified");
+    }
+    StoredAsVerified(const StoredAsVerified&) = delete;
+    StoredAsVerified& operator=(const StoredAsVerified&) = delete;
+
+private:
+    CAgg& m_descriptor;
+    bool m_had;
+    CAgg m_old;
+};
 
 } // namespace
 
@@ -152,7 +177,6 @@ void CRSSManager::storeFeedContents(bool isShutdown) {
     ICabinets* cabs = HostCabinets();
     if (!cabs)
         return;
-    CAgg stored;
     CAgg::CAggVector kept;
     for (CAgg& entry : m_state["Feeds"].toVector()) {
         if (!CAggIsString(entry))
@@ -164,24 +188,37 @@ void CRSSManager::storeFeedContents(bool isShutdown) {
     }
     if (isShutdown)
         m_state["Feeds"].toVector() = kept;
-    CAgg& contents = stored["Contents"];
-    contents.toMap();
-    for (CAgg& entry : kept) {
-        EStr url = entry.toEStr();
-        CAgg& copy = contents[url];
-        copy = getFeedDescriptor(url);
-        // A feed known at shutdown is not unverified at the next start.
-        if (isShutdown && CAggIsMap(copy))
-            copy["Verified"].toQsBool() = 1;
-    }
-    stored["Feeds"].toVector() = std::move(kept);
-    stored["OpenState"] = m_state["OpenState"];
 
     // Each cabinet is written whole in one step of the host's, so that a process killed at any
     // moment leaves the old state or the new one. It does not go through the shared local
     // cabinet: that would read the old file twice, to empty it and to compare it at release,
-    // which for a large store costs more than the write.
-    QsCab rss = CAgg2QsCab(stored);
+    // which for a large store costs more than the write. The descriptors go into the cabinet
+    // as they stand, without a copy of the state: the cabinet is laid out as CAgg2QsCab lays
+    // out a map of "Contents", "Feeds" and "OpenState", in that order.
+    QsCab rss = QsCabNew();
+    try {
+        QsCab contents = QsCabNew();
+        cabs->putCabinet(rss, "Contents", contents);
+        std::set<CEStr, CEStrLessNumbersFirst> urls;
+        for (CAgg& entry : kept)
+            urls.insert(CEStr(entry.toEStr()));
+        for (const CEStr& url : urls) {
+            CAgg& descriptor = getFeedDescriptor(url);
+            // A feed known at shutdown is not unverified at the next start; the live
+            // descriptor keeps what it had.
+            std::optional<StoredAsVerified> verified;
+            if (isShutdown && CAggIsMap(descriptor))
+                verified.emplace(descriptor);
+            QsCabPutCAgg(contents, 2, url, descriptor);
+        }
+        CAgg feeds;
+        feeds.toVector() = std::move(kept);
+        QsCabPutCAgg(rss, 1, CEStr("Feeds"), feeds);
+        QsCabPutCAgg(rss, 1, CEStr("OpenState"), m_state["OpenState"]);
+    } catch (const HostError&) {
+        QsCabDestroy(rss);
+        throw;
+    }
     saveWhole(*cabs, rss, "RSS");
 
     QsCab binary = cabs->newCabinet();

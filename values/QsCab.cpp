@@ -5,9 +5,13 @@
 #include "frame/QsCore.h"
 #include "frame/miString.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cstring>
 #include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -31,76 +35,206 @@ std::u16string unitsOf(const _EStrRec* s) {
     return units;
 }
 
-void putValue(ICabinets& cabs, QsCab cab, const char* key, CAgg& value, int level);
-
-// Fills a cabinet at a nesting level (the top is 1) from a map or a vector.
-void fillCabinet(ICabinets& cabs, QsCab cab, CAgg& value, int level) {
-    if (value.getType() == CAgg::eVector) {
-        CAgg::CAggVector& items = value.toVector();
-        for (size_t i = 0; i < items.size(); ++i) {
-            char key[24];
-            miSnprintf(key, sizeof key, "%d", static_cast<int>(i));
-            putValue(cabs, cab, key, items[i], level);
+/// The units of a text for a cabinet, as the text moved to its smallest encoding gives them.
+QsTextRec textUnits(const _EStrRec* text) {
+    QsTextRec units;
+    // Printable ASCII and the three blanks are the same characters in PDFDocEncoding and
+    // Unicode, and they are most of what a feed says: no converter is needed for them.
+    if (EStrGetEncoding(text) == kEStrPDFDoc) {
+        long length = EStrGetLen(text);
+        const char* bytes = EStrGetBytes(text);
+        units.units.resize(static_cast<size_t>(length));
+        for (long i = 0; i < length; ++i) {
+            auto byte = static_cast<unsigned char>(bytes[i]);
+            if ((byte < 0x20 && byte != '\t' && byte != '\n' && byte != '\r') || byte > 0x7E) {
+                units.units.clear();
+                QsTextFromEStr(text, &units);
+                return units;
+            }
+            units.units[static_cast<size_t>(i)] = byte;
         }
-        return;
+        return units;
     }
-    for (auto& [key, item] : value.toMap()) {
-        CEStr pdfKey = CEStr::adopt(EStrCopySetEncoding(key.get(), kEStrPDFDoc));
-        putValue(cabs, cab, QsCabEncodeName(pdfKey).c_str(), item, level);
+    // UCS is the units already, big-endian behind the mark; a trailing odd byte is no unit.
+    if (EStrGetEncoding(text) == kEStrUCS) {
+        long length = EStrGetLen(text);
+        size_t count = length > 2 ? static_cast<size_t>(length - 2) / 2 : 0;
+        const auto* bytes = reinterpret_cast<const unsigned char*>(EStrGetBytes(text)) + 2;
+        units.units.resize(count);
+        for (size_t i = 0; i < count; ++i)
+            units.units[i] = static_cast<char16_t>(bytes[2 * i] << 8 | bytes[2 * i + 1]);
+        return units;
     }
+    QsTextFromEStr(text, &units);
+    return units;
+}
+
+/// A text key as a cabinet key: the key in PDFDocEncoding, escaped.
+std::string cabinetKey(const _EStrRec* key) {
+    // A key of ASCII letters and digits in a single-byte encoding is its own escape, and almost
+    // every key is one.
+    int32_t encoding = EStrGetEncoding(key);
+    long length = EStrGetLen(key);
+    if ((encoding == kEStrPDFDoc || encoding == kEStrHost) && length > 0) {
+        const char* bytes = EStrGetBytes(key);
+        bool plain = true;
+        for (long i = 0; i < length && plain; ++i) {
+            auto byte = static_cast<unsigned char>(bytes[i]);
+            plain = byte < 0x80 && std::isalnum(byte);
+        }
+        if (plain)
+            return std::string(bytes, static_cast<size_t>(length));
+    }
+    CEStr pdfKey = CEStr::adopt(EStrCopySetEncoding(key, kEStrPDFDoc));
+    return QsCabEncodeName(pdfKey).c_str();
 }
 
 void freeCell(void* cell) {
     QsFree(cell);
 }
 
-void putValue(ICabinets& cabs, QsCab cab, const char* key, CAgg& value, int level) {
-    value.convert(CAgg::eVector, CAgg::eMap, CAgg::eEStr, CAgg::eQsAtom, CAgg::eQsBool,
-                  CAgg::eQsInt32, CAgg::eDouble, CAgg::eQsStm, CAgg::eVxIcon);
-    switch (value.getType()) {
-    case CAgg::eEStr: {
-        EStr& text = value.toEStr();
-        EStrSetEncoding(text, kEStrAuto);
-        QsTextRec units;
-        QsTextFromEStr(text, &units);
-        cabs.putText(cab, key, units);
-        return;
-    }
-    case CAgg::eQsAtom:
-        cabs.putAtom(cab, key, value.toQsAtom());
-        return;
-    case CAgg::eQsInt32:
-        cabs.putInt(cab, key, value.toQsInt32());
-        return;
-    case CAgg::eQsBool:
-        cabs.putBool(cab, key, value.toQsBool() != 0);
-        return;
-    case CAgg::eDouble:
-        cabs.putDouble(cab, key, value.todouble());
-        return;
-    case CAgg::eMap:
-    case CAgg::eVector: {
-        // Deeper than the host keeps, a nested value is left out.
-        if (level >= kQsCabMaxDepth)
+/// Fills cabinets from CAgg values. In place, each value is first converted to a type a cabinet
+/// holds, and so changed for good; otherwise a value that already has such a type is read as it
+/// stands and only one of another type is converted, on a copy.
+class CabinetFiller {
+public:
+    CabinetFiller(ICabinets& cabs, bool inPlace) : m_cabs(cabs), m_inPlace(inPlace) {}
+
+    // Fills a cabinet at a nesting level (the top is 1) from a map, atom map or vector.
+    void fill(QsCab cab, CAgg& value, int level) {
+        switch (value.getType()) {
+        case CAgg::eVector: {
+            CAgg::CAggVector& items = value.toVector();
+            for (size_t i = 0; i < items.size(); ++i) {
+                char key[24];
+                miSnprintf(key, sizeof key, "%d", static_cast<int>(i));
+                put(cab, key, items[i], level);
+            }
             return;
-        QsCab nested = cabs.newCabinet();
-        fillCabinet(cabs, nested, value, level + 1);
-        cabs.putCabinet(cab, key, nested);
-        return;
+        }
+        case CAgg::eQsAtomMap:
+            fillFromAtoms(cab, value.toQsAtomMap(), level);
+            return;
+        default:
+            for (auto& [key, item] : value.toMap())
+                put(cab, cabinetKey(key.get()).c_str(), item, level);
+        }
     }
-    case CAgg::eQsStm: {
-        auto* cell = static_cast<QsStm*>(QsSureCalloc(1, sizeof(QsStm)));
-        *cell = value.toQsStm();
-        cabs.putPointer(cab, key, "QsStm", cell, freeCell);
-        return;
+
+    void put(QsCab cab, const char* key, CAgg& value, int level) {
+        if (m_inPlace || !holdsAsItIs(value.getType()))
+            return putConverted(cab, key, value, level);
+        putAsItIs(cab, key, value, level);
     }
-    case CAgg::eVxIcon:
-        cabs.putPointer(cab, key, "VxIcon", value.toVxIcon(), nullptr);
-        return;
-    default:
-        return;
+
+private:
+    /// What an atom key gives: the text key it becomes in a map, and its cabinet key.
+    struct AtomKey {
+        CEStr text;
+        std::string key;
+    };
+
+    static bool holdsAsItIs(CAgg::CAggType type) {
+        switch (type) {
+        case CAgg::eEStr:
+        case CAgg::eQsAtom:
+        case CAgg::eQsInt32:
+        case CAgg::eQsBool:
+        case CAgg::eDouble:
+        case CAgg::eMap:
+        case CAgg::eQsAtomMap:
+        case CAgg::eVector:
+        case CAgg::eQsStm:
+        case CAgg::eVxIcon:
+            return true;
+        default:
+            return false;
+        }
     }
-}
+
+    const AtomKey& atomKey(QsAtom atom) {
+        auto found = m_atomKeys.find(atom);
+        if (found != m_atomKeys.end())
+            return found->second;
+        CEStr text(QsAtomGetString(atom), kEStrPDFDoc);
+        std::string key = cabinetKey(text.get());
+        return m_atomKeys.emplace(atom, AtomKey{std::move(text), std::move(key)}).first->second;
+    }
+
+    // An atom map's entries go in the order of the map of text keys it would convert to.
+    void fillFromAtoms(QsCab cab, CAgg::CAggQsAtomMap& entries, int level) {
+        std::vector<std::pair<const AtomKey*, CAgg*>> ordered;
+        ordered.reserve(entries.size());
+        for (auto& [atom, item] : entries)
+            ordered.emplace_back(&atomKey(atom), &item);
+        std::sort(ordered.begin(), ordered.end(), [](const auto& a, const auto& b) {
+            return CEStrLessNumbersFirst::compare(a.first->text.get(), b.first->text.get()) < 0;
+        });
+        for (auto& [atomKey, item] : ordered)
+            put(cab, atomKey->key.c_str(), *item, level);
+    }
+
+    void putConverted(QsCab cab, const char* key, CAgg& value, int level) {
+        if (!m_inPlace) {
+            CAgg copy(value);
+            copy.convert(CAgg::eVector, CAgg::eMap, CAgg::eEStr, CAgg::eQsAtom, CAgg::eQsBool,
+                         CAgg::eQsInt32, CAgg::eDouble, CAgg::eQsStm, CAgg::eVxIcon);
+            return putAsItIs(cab, key, copy, level);
+        }
+        value.convert(CAgg::eVector, CAgg::eMap, CAgg::eEStr, CAgg::eQsAtom, CAgg::eQsBool,
+                      CAgg::eQsInt32, CAgg::eDouble, CAgg::eQsStm, CAgg::eVxIcon);
+        if (value.getType() == CAgg::eEStr)
+            EStrSetEncoding(value.toEStr(), kEStrAuto);
+        putAsItIs(cab, key, value, level);
+    }
+
+    // Puts a value of a type that a cabinet holds, reading it without converting it.
+    void putAsItIs(QsCab cab, const char* key, CAgg& value, int level) {
+        switch (value.getType()) {
+        case CAgg::eEStr:
+            m_cabs.putText(cab, key, textUnits(value.toEStr()));
+            return;
+        case CAgg::eQsAtom:
+            m_cabs.putAtom(cab, key, value.toQsAtom());
+            return;
+        case CAgg::eQsInt32:
+            m_cabs.putInt(cab, key, value.toQsInt32());
+            return;
+        case CAgg::eQsBool:
+            m_cabs.putBool(cab, key, value.toQsBool() != 0);
+            return;
+        case CAgg::eDouble:
+            m_cabs.putDouble(cab, key, value.todouble());
+            return;
+        case CAgg::eMap:
+        case CAgg::eQsAtomMap:
+        case CAgg::eVector: {
+            // Deeper than the host keeps, a nested value is left out.
+            if (level >= kQsCabMaxDepth)
+                return;
+            QsCab nested = m_cabs.newCabinet();
+            fill(nested, value, level + 1);
+            m_cabs.putCabinet(cab, key, nested);
+            return;
+        }
+        case CAgg::eQsStm: {
+            auto* cell = static_cast<QsStm*>(QsSureCalloc(1, sizeof(QsStm)));
+            *cell = value.toQsStm();
+            m_cabs.putPointer(cab, key, "QsStm", cell, freeCell);
+            return;
+        }
+        case CAgg::eVxIcon:
+            m_cabs.putPointer(cab, key, "VxIcon", value.toVxIcon(), nullptr);
+            return;
+        default:
+            return;
+        }
+    }
+
+    ICabinets& m_cabs;
+    bool m_inPlace;
+    std::unordered_map<QsAtom, AtomKey> m_atomKeys;
+};
 
 /// Whether a key is all decimal digits and reads as the number expected.
 bool isIndex(const std::string& key, long expected) {
@@ -116,6 +250,15 @@ bool isIndex(const std::string& key, long expected) {
 }
 
 void fillValue(ICabinets& cabs, CAgg& value, QsCab cab, bool atomKeys, int level);
+
+/// The entry of a key in a map being filled, made when missing. A stored map comes back in its
+/// own order, so a text key usually goes at the end, which the map is asked first.
+CAgg& entryOf(CAgg& value, const char* key, bool atomKeys) {
+    if (atomKeys)
+        return value[key];
+    CAgg::CAggMap& map = value.toMap();
+    return map.emplace_hint(map.end(), CEStr(key), CAgg())->second;
+}
 
 void readEntry(ICabinets& cabs, QsCab cab, const QsCabKeyInfo& info, CAgg& entry, bool atomKeys,
                int level) {
@@ -141,8 +284,11 @@ void readEntry(ICabinets& cabs, QsCab cab, const QsCabKeyInfo& info, CAgg& entry
     }
     case kQsCabText: {
         QsTextRec text{cabs.getText(cab, key).value_or(u"")};
-        CEStr converted = CEStr::adopt(EStrNewFromQsText(&text));
-        entry = CAgg(converted.get());
+        // The new string goes into the entry as it is, rather than as a copy.
+        EStr& slot = entry.toEStr();
+        EStr empty = slot;
+        slot = EStrNewFromQsText(&text);
+        EStrDelete(empty);
         return;
     }
     case kQsCabPointer: {
@@ -172,20 +318,32 @@ void fillValue(ICabinets& cabs, CAgg& value, QsCab cab, bool atomKeys, int level
         value.toVector();
         return;
     }
+    // Keys that run "0", "1", ... in order make a vector: its elements are read in place,
+    // rather than into a map that is then converted.
+    bool vector = true;
+    for (size_t i = 0; i < keys.size() && vector; ++i)
+        vector = isIndex(keys[i].key, static_cast<long>(i));
+    if (vector) {
+        CAgg::CAggVector& items = value.toVector();
+        items.resize(keys.size());
+        for (size_t i = 0; i < keys.size(); ++i)
+            readEntry(cabs, cab, keys[i], items[i], atomKeys, level);
+        return;
+    }
     if (atomKeys)
         value.toQsAtomMap();
     else
         value.toMap();
-    long counter = 0;
     for (const auto& info : keys) {
-        if (counter >= 0)
-            counter = isIndex(info.key, counter) ? counter + 1 : -1;
+        // A key without an escape is its own name, of encoding 3 as any key given as bytes.
+        if (info.key.find('_') == std::string::npos) {
+            readEntry(cabs, cab, info, entryOf(value, info.key.c_str(), atomKeys), atomKeys, level);
+            continue;
+        }
         CEStr name(""); // "_sSs_" leaves it so: the empty name
         QsCabDecodeName(CEStr(info.key.c_str()), name);
         readEntry(cabs, cab, info, value[name], atomKeys, level);
     }
-    if (counter >= 0)
-        value.convert(CAgg::eVector);
 }
 
 } // namespace
@@ -194,8 +352,15 @@ _t_QsCabinet* CAgg2QsCab(CAgg& value) {
     ICabinets& cabs = cabinets();
     value.convert(CAgg::eVector, CAgg::eMap);
     QsCab cab = cabs.newCabinet();
-    fillCabinet(cabs, cab, value, 1);
+    CabinetFiller(cabs, true).fill(cab, value, 1);
     return cab;
+}
+
+void QsCabPutCAgg(_t_QsCabinet* cab, int level, const CEStr& key, CAgg& value) {
+    ICabinets& cabs = cabinets();
+    if (!cab)
+        return;
+    CabinetFiller(cabs, false).put(cab, cabinetKey(key.get()).c_str(), value, level);
 }
 
 void QsCab2CAgg(CAgg& value, _t_QsCabinet* cab) {

@@ -13,6 +13,11 @@
 /// A new cabinet holding the value, which is first converted to a vector or a map. The value and
 /// its entries are converted in place on the way.
 _t_QsCabinet* CAgg2QsCab(CAgg& value);
+/// Puts a value under a key text of a cabinet at a nesting level (a cabinet of its own is 1), as
+/// CAgg2QsCab puts each entry, but leaving the value and its entries of the types they have:
+/// only a value of a type that a cabinet does not hold is converted, on a copy. So a large tree
+/// is stored without copying it.
+void QsCabPutCAgg(_t_QsCabinet* cab, int level, const CEStr& key, CAgg& value);
 /// Replaces the value by the cabinet's contents, with text keys; a cabinet whose keys run "0",
 /// "1", ... in order comes back as a vector, and an absent or empty one as an empty vector.
 void QsCab2CAgg(CAgg& value, _t_QsCabinet* cab);

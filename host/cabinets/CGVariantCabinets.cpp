@@ -2,12 +2,16 @@
 
 #include "frame/HostError.h"
 
+#include <fcntl.h>
 #include <glib.h>
 #include <glib/gstdio.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <functional>
 #include <iostream>
 #include <utility>
 
@@ -75,15 +79,108 @@ std::optional<std::string> CGVariantCabinets::fileOf(const char* section, const 
     return m_root + section + "/" + name;
 }
 
+namespace {
+
+/// The contents of an open file of the given size.
+void readAll(int fd, size_t size, std::string& bytes) {
+    bytes.resize(size);
+    size_t done = 0;
+    while (done < size) {
+        ssize_t n = ::read(fd, bytes.data() + done, size - done);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0)
+            break;
+        done += static_cast<size_t>(n);
+    }
+    // A file that shrank while it was read is read as it now ends.
+    bytes.resize(done);
+}
+
+/// Writes to an open file; a failed write raises a host error.
+class FileSink final : public CabinetByteSink {
+public:
+    explicit FileSink(int fd) : m_fd(fd) {}
+
+    void append(const char* bytes, size_t size) override {
+        writeAt(m_end, bytes, size);
+        m_end += size;
+    }
+    void patch(size_t at, const char* bytes, size_t size) override { writeAt(at, bytes, size); }
+
+private:
+    void writeAt(size_t at, const char* bytes, size_t size) {
+        while (size > 0) {
+            ssize_t n = ::pwrite(m_fd, bytes, size, static_cast<off_t>(at));
+            if (n < 0 && errno == EINTR)
+                continue;
+            if (n <= 0)
+                throw HostError{kHostErrGeneral};
+            bytes += n;
+            at += static_cast<size_t>(n);
+            size -= static_cast<size_t>(n);
+        }
+    }
+
+    int m_fd;
+    size_t m_end = 0;
+};
+
+/// Writes a cabinet's byte form to a file in one step: into a temporary file beside it, made
+/// durable, then renamed over it. On failure the file is as it was and a host error is raised.
+void replaceFile(const std::string& path, const std::function<void(CabinetByteSink&)>& write) {
+    std::string temporary = path + ".XXXXXX";
+    int fd = g_mkstemp_full(temporary.data(), O_RDWR | O_CLOEXEC, 0600);
+    if (fd < 0)
+        throw HostError{kHostErrGeneral};
+    bool written = false;
+    try {
+        FileSink sink(fd);
+        write(sink);
+        written = ::fsync(fd) == 0;
+    } catch (...) {
+        ::close(fd);
+        g_unlink(temporary.c_str());
+        throw;
+    }
+    written = ::close(fd) == 0 && written;
+    if (!written || ::rename(temporary.c_str(), path.c_str()) != 0) {
+        g_unlink(temporary.c_str());
+        throw HostError{kHostErrGeneral};
+    }
+}
+
+} // namespace
+
+CGVariantCabinets::FileStamp CGVariantCabinets::stampFrom(const struct stat& info) {
+    return {info.st_dev, info.st_ino, info.st_size, static_cast<long>(info.st_ctim.tv_sec),
+            static_cast<long>(info.st_ctim.tv_nsec)};
+}
+
+std::optional<CGVariantCabinets::FileStamp> CGVariantCabinets::stampOf(const std::string& path) {
+    struct stat info;
+    if (::stat(path.c_str(), &info) != 0)
+        return std::nullopt;
+    return stampFrom(info);
+}
+
 QsCab CGVariantCabinets::loadFile(const std::string& path) {
     removeStaleTemporaries(path);
-    gchar* contents = nullptr;
-    gsize length = 0;
-    if (!g_file_get_contents(path.c_str(), &contents, &length, nullptr))
+    m_sound.erase(path);
+    int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0)
         return nullptr;
-    std::string bytes(contents, length);
-    g_free(contents);
+    struct stat info;
+    std::string bytes;
+    bool regular = ::fstat(fd, &info) == 0 && S_ISREG(info.st_mode);
+    if (regular)
+        readAll(fd, static_cast<size_t>(info.st_size), bytes);
+    ::close(fd);
+    if (!regular)
+        return nullptr;
     QsCab cab = fromBytes(bytes);
+    if (cab && bytes.size() == static_cast<size_t>(info.st_size))
+        m_sound[path] = stampFrom(info);
     if (!cab) {
         std::string aside = path + ".corrupt";
         if (::rename(path.c_str(), aside.c_str()) == 0)
@@ -104,14 +201,15 @@ void CGVariantCabinets::saveCabinet(QsCab cab, const char* section, const char* 
     if (!cab || !path)
         throw HostError{kHostErrGeneral};
     // Reading what is there sets a damaged file aside before it is replaced.
-    destroyCabinet(loadFile(*path));
+    auto sound = m_sound.find(*path);
+    if (sound == m_sound.end() || stampOf(*path) != sound->second)
+        destroyCabinet(loadFile(*path));
+    else
+        removeStaleTemporaries(*path);
     std::string folder = m_root + section;
     if (g_mkdir_with_parents(folder.c_str(), 0700) != 0)
         throw HostError{kHostErrGeneral};
-    std::string bytes = toBytes(cab);
-    auto flags = static_cast<GFileSetContentsFlags>(G_FILE_SET_CONTENTS_CONSISTENT |
-                                                    G_FILE_SET_CONTENTS_DURABLE);
-    if (!g_file_set_contents_full(path->c_str(), bytes.data(), static_cast<gssize>(bytes.size()),
-                                  flags, 0600, nullptr))
-        throw HostError{kHostErrGeneral};
+    replaceFile(*path, [&](CabinetByteSink& sink) { writeBytes(cab, sink); });
+    if (auto stamp = stampOf(*path))
+        m_sound[*path] = *stamp;
 }

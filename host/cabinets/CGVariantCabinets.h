@@ -7,12 +7,20 @@
 // blindly; standard error says so in one line. The temporary file of a save that was killed
 // (<file>.XXXXXX) is removed by the next load or save of that cabinet once it has been left
 // untouched for a minute, so that a save under way in another run of the host is not disturbed.
+//
+// A save reads the file it replaces only when that file may be damaged: one that this object
+// read whole or wrote itself, and that nobody has changed since (same inode, size and time of
+// change, which the kernel keeps to the nanosecond where it can and to a clock tick elsewhere),
+// is known to be sound and is replaced without a look.
 #pragma once
 
 #include "host/cabinets/CMemoryCabinets.h"
 
 #include <optional>
 #include <string>
+#include <sys/stat.h>
+#include <sys/types.h>
+#include <unordered_map>
 
 class CGVariantCabinets final : public CMemoryCabinets {
 public:
@@ -33,5 +41,19 @@ private:
     /// Removes the temporary files that killed saves of the file left beside it.
     static void removeStaleTemporaries(const std::string& path);
 
+    /// What tells one state of a file from another without reading it.
+    struct FileStamp {
+        dev_t device;
+        ino_t inode;
+        off_t size;
+        long changedSeconds;
+        long changedNanoseconds;
+        bool operator==(const FileStamp&) const = default;
+    };
+    static FileStamp stampFrom(const struct stat& info);
+    static std::optional<FileStamp> stampOf(const std::string& path);
+
     std::string m_root;
+    /// The files known to be sound cabinets, as they were when this object last read or wrote them.
+    std::unordered_map<std::string, FileStamp> m_sound;
 };

@@ -116,8 +116,7 @@ std::optional<QsCabValueKind> CMemoryCabinets::kindOf(QsCab cab, const char* key
 void CMemoryCabinets::makeEmpty(QsCab cab) {
     if (!cab)
         return;
-    cab->entries.clear();
-    cab->index.clear();
+    cab->clear();
 }
 
 void CMemoryCabinets::merge(QsCab dst, QsCab src) {
@@ -271,6 +270,11 @@ std::optional<uint32_t> CMemoryCabinets::getUns32(QsCab cab, const char* key) {
 
 std::string CMemoryCabinets::toBytes(QsCab cab) {
     return cab ? CabinetToBytes(*cab, m_core) : std::string();
+}
+
+void CMemoryCabinets::writeBytes(QsCab cab, CabinetByteSink& sink) {
+    if (cab)
+        CabinetWriteBytes(*cab, m_core, sink);
 }
 
 QsCab CMemoryCabinets::fromBytes(const std::string& bytes) {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "frame/host/ICabinets.h"
+#include "host/cabinets/CabinetBytes.h"
 #include "host/cabinets/QsCabinetRec.h"
 
 #include <memory>
@@ -58,6 +59,8 @@ public:
 protected:
     /// The cabinet's byte form: a GVariant of type (sta(ayv)).
     std::string toBytes(QsCab cab);
+    /// The same given to a sink as it is made.
+    void writeBytes(QsCab cab, CabinetByteSink& sink);
     /// A new cabinet from its byte form; null when the bytes are no cabinet.
     QsCab fromBytes(const std::string& bytes);
 

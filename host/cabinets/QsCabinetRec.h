@@ -1,4 +1,5 @@
-// The host's cabinet: entries in insertion order, with an index by key.
+// The host's cabinet: entries in insertion order, with an index by key once there are enough of
+// them for a search to cost more than the index.
 #pragma once
 
 #include "frame/host/ICabinets.h"
@@ -6,7 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
-#include <unordered_map>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -37,12 +38,25 @@ struct _t_QsCabinet {
     /// The cabinet that holds this one under a key; null for one of its own.
     _t_QsCabinet* parent = nullptr;
     std::vector<std::pair<std::string, QsCabValue>> entries;
-    std::unordered_map<std::string, size_t> index;
 
     /// The value of a key, or null.
-    QsCabValue* find(const std::string& key);
+    QsCabValue* find(std::string_view key);
     /// Puts a value under a key: in place when the key is there, at the end otherwise.
-    void put(const std::string& key, QsCabValue value);
+    void put(std::string key, QsCabValue value);
+    /// Puts a value under a key that the cabinet does not hold yet, at the end.
+    void append(std::string key, QsCabValue value);
+    /// Removes every entry.
+    void clear();
     /// Nesting depth below this cabinet, itself counted: 1 when it holds no cabinet.
     int depth() const;
+
+private:
+    /// Rebuilds the index with room for twice the entries.
+    void reindex();
+    /// Enters the entry at a position into the index.
+    void enter(size_t position);
+
+    /// An open-addressed table of the entries' positions plus one (0 for a free slot), its size
+    /// a power of two; empty while the cabinet is small enough to be searched in order.
+    std::vector<uint32_t> m_slots;
 };

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <ctime>
 #include <fcntl.h>
+#include <functional>
 #include <sys/stat.h>
 
 namespace {
@@ -141,6 +142,53 @@ TEST_F(CGVariantCabinetsTest, SetsAsideAFileThatIsNoCabinetAndStartsEmpty) {
     EXPECT_EQ(readFileBytes(file("RSS.corrupt")), "garbage");
     QsCab loaded = m_cabs.loadCabinet("Collab", "RSS");
     EXPECT_TRUE(m_cabs.equal(cab, loaded));
+}
+
+TEST_F(CGVariantCabinetsTest, ASaveLooksAgainAtAFileChangedSinceItWasReadOrWritten) {
+    QsCab cab = m_cabs.newCabinet();
+    m_cabs.putInt(cab, "Count", 3);
+    CGVariantCabinets other(m_core, m_folder.path());
+    QsCab others = other.newCabinet();
+    other.putInt(others, "Count", 4);
+    struct Case {
+        const char* what;
+        std::function<void()> change;
+        bool setAside;
+    } cases[] = {
+        {"unchanged", [] {}, false},
+        {"replaced by another run's save", [&] { other.saveCabinet(others, "Collab", "RSS"); },
+         false},
+        {"damaged in place, same size",
+         [&] {
+             std::string bytes = readFileBytes(file("RSS"));
+             bytes[bytes.size() / 2] ^= 1;
+             writeFileBytes(file("RSS"), bytes);
+         },
+         true},
+        {"replaced by garbage", [&] { writeFileBytes(file("RSS"), "garbage"); }, true},
+    };
+    for (bool loadedFirst : {false, true}) {
+        for (const auto& test : cases) {
+            SCOPED_TRACE(std::string(test.what) + (loadedFirst ? ", after a load" : ""));
+            std::remove(file("RSS.corrupt").c_str());
+            m_cabs.saveCabinet(cab, "Collab", "RSS");
+            if (loadedFirst)
+                m_cabs.destroyCabinet(m_cabs.loadCabinet("Collab", "RSS"));
+            test.change();
+            std::string before = readFileBytes(file("RSS"));
+            ::testing::internal::CaptureStderr();
+            m_cabs.saveCabinet(cab, "Collab", "RSS");
+            std::string said = ::testing::internal::GetCapturedStderr();
+            EXPECT_EQ(g_file_test(file("RSS.corrupt").c_str(), G_FILE_TEST_EXISTS), test.setAside);
+            EXPECT_EQ(said.empty(), !test.setAside) << said;
+            if (test.setAside) {
+                EXPECT_EQ(readFileBytes(file("RSS.corrupt")), before);
+            }
+            QsCab loaded = m_cabs.loadCabinet("Collab", "RSS");
+            EXPECT_TRUE(m_cabs.equal(cab, loaded));
+            m_cabs.destroyCabinet(loaded);
+        }
+    }
 }
 
 TEST_F(CGVariantCabinetsTest, LoadsAndSavesRemoveTheStaleTemporaryFilesOfKilledSaves) {

@@ -146,6 +146,44 @@ TEST_F(RSSStoreTest, ASuspendKeepsTransientFeedsAndResumeMergesTheStoredState) {
                                                      "http://other.example/rss"}));
 }
 
+TEST_F(RSSStoreTest, AShutdownStoresEveryFeedVerifiedAndLeavesTheLiveDescriptorsAsTheyWere) {
+    struct Feed {
+        const char* url;
+        int verified; // -1: no such key
+    } feeds[] = {
+        {"http://never.example/rss", -1},
+        {"http://failed.example/rss", 0},
+        {"http://good.example/rss", 1},
+    };
+    {
+        CRSSManager store;
+        store.ensureIsRunning();
+        for (const Feed& feed : feeds) {
+            store.addFeed(CEStr(feed.url), false, true);
+            store.setContents(CEStr(feed.url), this->feed({"1"}));
+            if (feed.verified >= 0)
+                store.getFeedDescriptor(CEStr(feed.url))["Verified"].toQsBool() =
+                    static_cast<QsBool>(feed.verified);
+        }
+        CAgg::CAggType kind = store.getFeedDescriptor(CEStr(feeds[0].url)).getType();
+        store.storeFeedContents(true);
+        for (const Feed& feed : feeds) {
+            SCOPED_TRACE(feed.url);
+            CAgg& descriptor = store.getFeedDescriptor(CEStr(feed.url));
+            EXPECT_EQ(descriptor.getType(), kind) << "the kind of map is kept";
+            EXPECT_EQ(descriptor.has("Verified"), feed.verified >= 0);
+            if (feed.verified >= 0) {
+                EXPECT_EQ(CAgg(descriptor["Verified"]).toQsBool(), feed.verified);
+            }
+        }
+        QsCabLocalTerm();
+    }
+    CRSSManager restored;
+    restored.ensureIsRunning();
+    for (const Feed& feed : feeds)
+        EXPECT_TRUE(restored.isVerified(CEStr(feed.url))) << feed.url;
+}
+
 /// Writes a cabinet under "Collab" and a name as the host would, from a filler.
 template <class Fill> void storeCabinet(const char* name, Fill fill) {
     ICabinets& cabs = rsstest::testHost().cabinets();

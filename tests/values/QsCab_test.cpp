@@ -247,3 +247,129 @@ TEST(QsCab, CutsNestingTheHostCannotKeep) {
 }
 
 } // namespace
+
+namespace {
+
+/// A value put under a key by QsCabPutCAgg, against a copy of it in a map turned whole.
+void expectPutAsCAgg2QsCabPuts(FakeHost& host, CAgg value, int level = 1) {
+    ICabinets& cabs = host.cabinets();
+    const CAgg before = value;
+    CAgg whole;
+    whole["Key"] = value;
+    QsCab expected = CAgg2QsCab(whole);
+    QsCab put = cabs.newCabinet();
+    QsCabPutCAgg(put, level, CEStr("Key"), value);
+    EXPECT_TRUE(cabs.equal(put, expected));
+    EXPECT_TRUE(value == before) << "the value was changed";
+    QsCabDestroy(put);
+    QsCabDestroy(expected);
+}
+
+} // namespace
+
+TEST(QsCab, PutsALiveValueAsCAgg2QsCabPutsItsCopyAndLeavesItAlone) {
+    FakeHost host;
+    auto atom = [](const char* text) { return QsAtomFromString(text); };
+    CAgg item = CAgg::atomMapWithRoom(4);
+    item[atom("Title")] = CAgg("plain text");
+    item[atom("Link")] = CAgg("caf\xE9 \x18"); // not all of it is the same in Unicode
+    item[atom("10")] = CAgg(1);
+    item[atom("9")] = CAgg(2);
+    item[atom("a_b")].toQsBool() = 1;
+    item[atom("Text")] = CAgg(ucs(u"\u65e5\u672c").get());
+    QsTimeRec when{};
+    when.year = 2004;
+    when.month = 3;
+    CAgg record;
+    record["Items"][0] = item;
+    record["Items"][1] = CAgg(7L);
+    record[ucs(u"\u65e5")] = CAgg(3.5);
+    record[""].toQsAtom() = atom("RSS");
+    record["ModDate"] = CAgg(when);
+    struct Case {
+        const char* what;
+        CAgg value;
+    } cases[] = {
+        {"an atom map, in the order of the map of texts it would become", item},
+        {"a map of every kind of key, with a time record", record},
+        {"a time record alone", CAgg(when)},
+        {"a text in UCS", CAgg(ucs(u"\u00e9t\u00e9").get())},
+    };
+    for (const auto& test : cases) {
+        SCOPED_TRACE(test.what);
+        expectPutAsCAgg2QsCabPuts(host, test.value);
+    }
+    // Nothing becomes a stream cell of its own, as in CAgg2QsCab.
+    CAgg nothing;
+    QsCab cell = host.cabinets().newCabinet();
+    QsCabPutCAgg(cell, 1, CEStr("Key"), nothing);
+    EXPECT_EQ(host.cabinets().kindOf(cell, "Key"), kQsCabPointer);
+    EXPECT_EQ(nothing.getType(), CAgg::eVoid);
+    QsCabDestroy(cell);
+
+    // The live value keeps its types: what CAgg2QsCab would have converted in place.
+    QsCab cab = host.cabinets().newCabinet();
+    QsCabPutCAgg(cab, 1, CEStr("Key"), record);
+    EXPECT_EQ(record["Items"][0].getType(), CAgg::eQsAtomMap);
+    EXPECT_EQ(EStrGetEncoding(record["Items"][0][atom("Text")].toEStr()), kEStrUCS);
+    EXPECT_EQ(record["ModDate"].getType(), CAgg::eQsTimeRec);
+    QsCabDestroy(cab);
+}
+
+TEST(QsCab, PutCutsNestingFromTheLevelItIsGiven) {
+    FakeHost host;
+    CAgg deep;
+    CAgg* level = &deep;
+    for (int i = 0; i < 40; ++i)
+        level = &(*level)["In"];
+    *level = CAgg(1);
+    for (int at : {1, 2, kQsCabMaxDepth - 1, kQsCabMaxDepth}) {
+        SCOPED_TRACE(at);
+        // A cabinet at that level: the nesting above it counts against the bound.
+        QsCab top = host.cabinets().newCabinet();
+        QsCab inner = top;
+        for (int i = 1; i < at; ++i) {
+            QsCab next = host.cabinets().newCabinet();
+            host.cabinets().putCabinet(inner, "In", next);
+            inner = next;
+        }
+        QsCabPutCAgg(inner, at, CEStr("In"), deep);
+        CAgg back;
+        QsCab2CAgg(back, top);
+        int depth = 0;
+        for (CAgg* node = &back; node->getType() == CAgg::eMap && node->has("In");
+             node = &(*node)["In"])
+            ++depth;
+        EXPECT_EQ(depth, kQsCabMaxDepth - 1);
+        QsCabDestroy(top);
+    }
+}
+
+TEST(QsCab, StoresEachTextAsItsUnits) {
+    FakeHost host;
+    struct Case {
+        const char* what;
+        CEStr text;
+    } cases[] = {
+        {"printable ASCII and blanks", CEStr("a b\tc\nd\re~", kEStrPDFDoc)},
+        {"PDFDocEncoding's own characters", CEStr("\x18\x7f\x80\xE9", kEStrPDFDoc)},
+        {"the host's encoding", CEStr("caf\xE9", kEStrHost)},
+        {"UCS", ucs(u"\u65e5\u672c \U0001F600")},
+        {"empty", CEStr("", kEStrPDFDoc)},
+    };
+    for (auto& test : cases) {
+        SCOPED_TRACE(test.what);
+        QsTextRec expected;
+        QsTextFromEStr(test.text, &expected);
+        CAgg live;
+        live["Text"] = CAgg(test.text.get());
+        QsCab put = host.cabinets().newCabinet();
+        QsCabPutCAgg(put, 1, CEStr("Key"), live);
+        QsCab whole = CAgg2QsCab(live);
+        EXPECT_EQ(host.cabinets().getText(host.cabinets().getCabinet(put, "Key"), "Text"),
+                  expected.units);
+        EXPECT_EQ(host.cabinets().getText(whole, "Text"), expected.units);
+        QsCabDestroy(put);
+        QsCabDestroy(whole);
+    }
+}
