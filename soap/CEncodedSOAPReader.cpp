@@ -36,7 +36,7 @@ void CEncodedSOAPReader::processNode(CAgg& result, CAgg& node) {
         return;
     CAgg& cur = getCurrentNode(result, node);
     CEStr type = getType(node);
-    if (isArrayNode(node))
+    if (isArrayType(type))
         cur.toVector();
     CAgg::CAggVector* children = childrenOf(node);
     for (size_t i = 0; children && i < children->size(); ++i) {
@@ -47,7 +47,7 @@ void CEncodedSOAPReader::processNode(CAgg& result, CAgg& node) {
         } else if (element.isText() && child.has(kXMLKeyText)) {
             // A type applies only to text: an element with elements inside stays a map or a
             // vector, whatever its xsi:type says.
-            cur = CAgg(CAggValueText(child[kXMLKeyText]).get());
+            takeText(cur, child[kXMLKeyText]);
             setType(cur, type);
         }
     }
@@ -55,8 +55,9 @@ void CEncodedSOAPReader::processNode(CAgg& result, CAgg& node) {
 
 CAgg& CEncodedSOAPReader::getCurrentNode(CAgg& parent, CAgg& node) {
     CXMLElement element(node);
-    CEStr id = element.getAttribute("id");
-    CEStr href = element.getAttribute("href");
+    const AttributeKeys& keys = attributeKeys();
+    CEStr id = element.getAttribute(keys.id.get());
+    CEStr href = element.getAttribute(keys.href.get());
     if (parent.getType() == CAgg::eVector)
         return withReference(parent.toVector().emplace_back(), href);
     CEStr key = keyOf(node);
@@ -72,7 +73,7 @@ CAgg& CEncodedSOAPReader::getCurrentNode(CAgg& parent, CAgg& node) {
         // A repeated element in a struct with other members overwrites the earlier one.
         return parent[key];
     }
-    CEStr root = element.getAttribute((std::string(kSOAP11EncodingNS) + ":root").c_str());
+    CEStr root = element.getAttribute(keys.encodingRoot.get());
     if (EStrToUTF8(root) != "0")
         parent[key]["soap_href_id"] = CAgg(EStrFromUTF8("#" + EStrToUTF8(id)).get());
     // An independent element (root="0") lives only in the table, until a reference binds it.
@@ -89,7 +90,10 @@ CAgg CEncodedSOAPReader::resolvePartName(const _EStrRec* name) {
 }
 
 void CEncodedSOAPReader::setType(CAgg& value, const _EStrRec* type) {
-    std::string local = SOAPSplitQName(EStrToUTF8(type)).second;
+    if (EStrGetLen(type) == 0)
+        return;
+    std::string scratch;
+    std::string_view local = localPartOf(type, scratch);
     if (local == "int") {
         value.toQsInt32();
     } else if (local == "string") {

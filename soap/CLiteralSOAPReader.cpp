@@ -38,7 +38,8 @@ void CLiteralSOAPReader::processSubNode(CAgg& parent, CAgg& node) {
         if (element.isElement()) {
             processSubNode(cur, child);
         } else if (element.isText() && child.has(kXMLKeyText)) {
-            CAgg text(CAggValueText(child[kXMLKeyText]).get());
+            CAgg text;
+            takeText(text, child[kXMLKeyText]);
             if (m_xmlMessage)
                 cur["soapValue"] = std::move(text);
             else
