@@ -218,14 +218,15 @@ QName CSOAPReader::getQName(const _EStrRec* name) {
 }
 
 const CSOAPReader::AttributeKeys& CSOAPReader::attributeKeys() {
-    static const AttributeKeys keys{
+    // Made once and kept for the life of the process, past the end of static destruction.
+    static const AttributeKeys* keys = new AttributeKeys{
         EStrFromUTF8(std::string(kXMLSchemaInstanceNS) + ":type"),
         EStrFromUTF8(std::string(kXMLSchemaInstance1999NS) + ":type"),
         EStrFromUTF8("id"),
         EStrFromUTF8("href"),
         EStrFromUTF8(std::string(kSOAP11EncodingNS) + ":root"),
     };
-    return keys;
+    return *keys;
 }
 
 void CSOAPReader::takeText(CAgg& value, CAgg& text) {

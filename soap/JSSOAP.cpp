@@ -213,7 +213,7 @@ bool JSSOAPRequest(ESContext context, ESObject self, ESArgs args, ESVal result) 
             request->startRequest();
             return true;
         }
-        SOAPRequestCore(command);
+        SOAPRequestCore(command, SOAPRequestAfterWriting::handedOver);
         CAgg& response = command[kSOAPCmdResponse];
         if (const char* type = SOAPFailureType(response))
             raiseFailure(self, type, response, scope);
@@ -243,7 +243,7 @@ bool JSSOAPResponse(ESContext context, ESObject self, ESArgs args, ESVal) {
         CAgg command = commandFrom(a, false);
         command[kSOAPCmdMessage] = flagValue(true);
         std::vector<Val> keepAlive = streamObjectsOf(a, command);
-        SOAPRequestCore(command);
+        SOAPRequestCore(command, SOAPRequestAfterWriting::handedOver);
         CAgg& response = command[kSOAPCmdResponse];
         if (const char* type = SOAPFailureType(response))
             raiseFailure(self, type, response, scope);
