@@ -237,6 +237,42 @@ void CSOAPReader::takeText(CAgg& value, CAgg& text) {
     value = CAgg(CAggValueText(text).get());
 }
 
+const _EStrRec* CSOAPReader::attributeText(CAgg& node, const CEStr& key, CEStr& holder) {
+    CAgg* value = CXMLElement(node).findAttribute(key.get());
+    if (!value)
+        return nullptr;
+    if (value->getType() == CAgg::eEStr)
+        return value->toEStr();
+    holder = CAggValueText(*value);
+    return holder.get();
+}
+
+const _EStrRec* CSOAPReader::typeOf(CAgg& node, CEStr& holder) {
+    const _EStrRec* type = attributeText(node, attributeKeys().type2001, holder);
+    if (EStrGetCharLen(type) > 0)
+        return type;
+    return attributeText(node, attributeKeys().type1999, holder);
+}
+
+const _EStrRec* CSOAPReader::keyText(CAgg& node, CEStr& holder) {
+    if (node.getType() == CAgg::eQsAtomMap) {
+        CAgg::CAggQsAtomMap& fields = node.toQsAtomMap();
+        auto name = fields.find(kXMLKeyName);
+        auto nameSpace = fields.find(kXMLKeyNameSpace);
+        bool noNameSpace =
+            nameSpace == fields.end() || (nameSpace->second.getType() == CAgg::eEStr &&
+                                          EStrGetLen(nameSpace->second.toEStr()) == 0);
+        if (noNameSpace && name != fields.end() && name->second.getType() == CAgg::eEStr) {
+            const _EStrRec* text = name->second.toEStr();
+            if (EStrGetEncoding(text) == kEStrPDFDoc &&
+                IsASCII(EStrGetBytes(text), static_cast<size_t>(EStrGetLen(text))))
+                return text; // the key keyOf would make of it
+        }
+    }
+    holder = keyOf(node);
+    return holder.get();
+}
+
 CEStr CSOAPReader::getType(CAgg& node) {
     CXMLElement element(node);
     CEStr type = element.getAttribute(attributeKeys().type2001.get());

@@ -107,6 +107,13 @@ protected:
         CEStr type2001, type1999, id, href, encodingRoot;
     };
     static const AttributeKeys& attributeKeys();
+    /// An attribute's value as text, or null when the element does not have it; holder keeps
+    /// a value that had to be converted.
+    static const _EStrRec* attributeText(CAgg& node, const CEStr& key, CEStr& holder);
+    /// getType without a copy: null when the element has no type.
+    static const _EStrRec* typeOf(CAgg& node, CEStr& holder);
+    /// keyOf without a copy where the element's own name is the key.
+    static const _EStrRec* keyText(CAgg& node, CEStr& holder);
     /// Makes value the text of a text node's value. The reader owns its document, which is read
     /// once: a string is moved out of it rather than copied.
     static void takeText(CAgg& value, CAgg& text);
