@@ -100,13 +100,35 @@ bool isPlainASCII(const char* bytes, long length) {
 bool keepsPlainASCII(IEncodings* c, const char* name) {
     static IEncodings* askedOf = nullptr;
     static std::map<std::string, bool> answers;
+    // The last few answers, kept by name where a lookup finds them without making a string.
+    struct Recent {
+        char name[32];
+        bool answer;
+    };
+    static Recent recent[4] = {};
+    static size_t nextRecent = 0;
+    auto remember = [](const char* asked, bool answer) {
+        if (std::strlen(asked) >= sizeof recent[0].name)
+            return;
+        Recent& entry = recent[nextRecent++ % 4];
+        std::strcpy(entry.name, asked);
+        entry.answer = answer;
+    };
     if (askedOf != c) {
         answers.clear();
+        for (Recent& entry : recent)
+            entry = {};
         askedOf = c;
     }
+    for (const Recent& entry : recent) {
+        if (entry.name[0] && std::strcmp(entry.name, name) == 0)
+            return entry.answer;
+    }
     auto [at, fresh] = answers.emplace(name, false);
-    if (!fresh)
+    if (!fresh) {
+        remember(name, at->second);
         return at->second;
+    }
     std::string probe = "\t\n\r";
     for (char ch = 0x20; ch <= 0x7E; ++ch)
         probe += ch;
@@ -116,6 +138,7 @@ bool keepsPlainASCII(IEncodings* c, const char* name) {
     at->second = c->toUnicode(name, probe.data(), probe.size(), read) && read == units &&
                  c->canEncode(name, units.data(), units.size()) &&
                  c->fromUnicode(name, units.data(), units.size(), written) && written == probe;
+    remember(name, at->second);
     return at->second;
 }
 
