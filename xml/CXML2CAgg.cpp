@@ -17,6 +17,14 @@ bool isBlank(const XML_Char* text, int len) {
     return true;
 }
 
+// Appends a node. Most elements hold one child, their text, and get room for one; the second
+// child makes room for four at once, which a record of a few members then fills without moving.
+CAgg& appendChild(CAgg::CAggVector& children, CAgg&& node) {
+    if (children.size() == 1 && children.capacity() < 4)
+        children.reserve(4);
+    return children.emplace_back(std::move(node));
+}
+
 } // namespace
 
 // A short ASCII text fits the buffer that comes with the new string; anything else is made to
@@ -72,7 +80,7 @@ void CXML2CAgg::startElementHandler(const XML_Char* tag, const XML_Char** atts) 
         child.toQsAtomMap()[m_keys.nsDict] = m_pendingNSDict;
         // The pointer pushed below stays good because a parent takes no further child until
         // this one is closed.
-        record = &parent.children->emplace_back(std::move(child));
+        record = &appendChild(*parent.children, std::move(child));
         parent.lastIsText = false;
     }
     CAgg::CAggQsAtomMap& fields = record->toQsAtomMap();
@@ -149,7 +157,7 @@ void CXML2CAgg::cDataHandler(const XML_Char* text, int len) {
             return;
         CAgg node = CAgg::atomMapWithRoom(2);
         node.toQsAtomMap()[m_keys.type].toQsAtom() = m_keys.text;
-        open.children->emplace_back(std::move(node));
+        appendChild(*open.children, std::move(node));
         open.lastIsText = true;
     }
     m_text.assign(text, static_cast<size_t>(len));
