@@ -280,6 +280,15 @@ void setUnits(EStr s, const char16_t* units, size_t count) {
 bool raiseToUCS(EStr s) {
     if (isUCS(s->encoding))
         return true;
+    // Plain ASCII in an encoding that holds it as it is widens byte by byte.
+    if (!isUCSShaped(s->encoding) && isPlainASCII(s->bytes, s->length)) {
+        IEncodings* c = converter();
+        if (c && keepsPlainASCII(c, encodingName(s->encoding))) {
+            std::u16string units(s->bytes, s->bytes + s->length);
+            setUnits(s, units.data(), units.size());
+            return true;
+        }
+    }
     std::u16string units;
     if (!toUnits(s, units))
         return false;
