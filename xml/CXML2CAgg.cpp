@@ -27,17 +27,17 @@ CAgg& appendChild(CAgg::CAggVector& children, CAgg&& node) {
 
 } // namespace
 
-// A short ASCII text fits the buffer that comes with the new string; anything else is made to
-// measure and taken over rather than copied.
+// An ASCII text is a PDFDocEncoding string of those bytes, made to measure in one piece; any
+// other text goes through the UTF-8 door. Either way the value takes the string over.
 void CXML2CAgg::setText(CAgg& value, const XML_Char* text, size_t length) {
-    EStr& payload = value.toEStr();
-    if (length + 2 <= static_cast<size_t>(payload->capacity) && IsASCII(text, length)) {
-        EStrSetBytesWithSize(payload, text, static_cast<long>(length), kEStrPDFDoc);
+    if (IsASCII(text, length)) {
+        EStr made = EStrNewSize(static_cast<long>(length), kEStrPDFDoc);
+        if (length > 0)
+            std::memcpy(made->bytes, text, length);
+        value = CAgg::adoptEStr(made);
         return;
     }
-    CEStr made = XML_String2ESTR(text, static_cast<long>(length));
-    EStrDelete(payload);
-    payload = made.release();
+    value = CAgg::adoptEStr(XML_String2ESTR(text, static_cast<long>(length)).release());
 }
 
 CXML2CAgg::CXML2CAgg() : CXMLParser(nullptr, '\0') {
