@@ -40,8 +40,11 @@ EStr textOfInt(QsInt32 value) {
 }
 
 EStr textOfDouble(double value) {
+    // The text of "%f" in the C locale, without the formatter.
     char buffer[1024];
-    miSnprintf(buffer, sizeof buffer, "%f", value);
+    char* end =
+        std::to_chars(buffer, buffer + sizeof buffer - 1, value, std::chars_format::fixed, 6).ptr;
+    *end = '\0';
     return EStrNew(buffer, kEStrHost);
 }
 
