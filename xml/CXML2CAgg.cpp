@@ -27,17 +27,24 @@ CAgg& appendChild(CAgg::CAggVector& children, CAgg&& node) {
 
 } // namespace
 
+namespace {
+
 // An ASCII text is a PDFDocEncoding string of those bytes, made to measure in one piece; any
-// other text goes through the UTF-8 door. Either way the value takes the string over.
+// other text goes through the UTF-8 door.
+EStr makeText(const XML_Char* text, size_t length) {
+    if (!IsASCII(text, length))
+        return XML_String2ESTR(text, static_cast<long>(length)).release();
+    EStr made = EStrNewSize(static_cast<long>(length), kEStrPDFDoc);
+    if (length > 0)
+        std::memcpy(made->bytes, text, length);
+    return made;
+}
+
+} // namespace
+
+// The value takes the string over.
 void CXML2CAgg::setText(CAgg& value, const XML_Char* text, size_t length) {
-    if (IsASCII(text, length)) {
-        EStr made = EStrNewSize(static_cast<long>(length), kEStrPDFDoc);
-        if (length > 0)
-            std::memcpy(made->bytes, text, length);
-        value = CAgg::adoptEStr(made);
-        return;
-    }
-    value = CAgg::adoptEStr(XML_String2ESTR(text, static_cast<long>(length)).release());
+    value = CAgg::adoptEStr(makeText(text, length));
 }
 
 CXML2CAgg::CXML2CAgg() : CXMLParser(nullptr, '\0') {
@@ -101,8 +108,7 @@ void CXML2CAgg::startElementHandler(const XML_Char* tag, const XML_Char** atts) 
             m_key.assign(att[0]);
         }
         CAgg& value =
-            attr.insert_or_assign(XML_String2ESTR(m_key.data(), static_cast<long>(m_key.size())),
-                                  CAgg())
+            attr.insert_or_assign(CEStr::adopt(makeText(m_key.data(), m_key.size())), CAgg())
                 .first->second;
         const XML_Char* text = att[1] ? att[1] : "";
         setText(value, text, std::strlen(text));
