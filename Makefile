@@ -37,6 +37,7 @@ test-sanitize: deps $(ASAN_BUILD)/build.ninja
 
 bench: build
 	for b in values xml soap; do ./$(BUILD)/bench/$${b}_bench --benchmark_min_time=2 || exit 1; done
+	BUILD=$(BUILD) ./bench/soap_vs_php.sh
 
 format:
 	git ls-files '*.cpp' '*.h' | xargs clang-format -i

@@ -11,14 +11,14 @@
 
 namespace {
 
-bool isEmpty(const CEStr& text) {
-    return text.isNull() || EStrGetCharLen(text) == 0;
+bool isEmpty(const _EStrRec* text) {
+    return !text || EStrGetCharLen(text) == 0;
 }
 
 // A value that refers to another by href carries the reference until the binding.
-CAgg& withReference(CAgg& value, const CEStr& href) {
+CAgg& withReference(CAgg& value, const _EStrRec* href) {
     if (!isEmpty(href))
-        value["soap_href_id"] = CAgg(href.get());
+        value["soap_href_id"] = CAgg(href);
     return value;
 }
 
@@ -35,8 +35,9 @@ void CEncodedSOAPReader::processNode(CAgg& result, CAgg& node) {
     if (guard.tooDeep())
         return;
     CAgg& cur = getCurrentNode(result, node);
-    CEStr type = getType(node);
-    if (isArrayNode(node))
+    CEStr typeHolder;
+    const _EStrRec* type = typeOf(node, typeHolder);
+    if (isArrayType(type))
         cur.toVector();
     CAgg::CAggVector* children = childrenOf(node);
     for (size_t i = 0; children && i < children->size(); ++i) {
@@ -47,21 +48,24 @@ void CEncodedSOAPReader::processNode(CAgg& result, CAgg& node) {
         } else if (element.isText() && child.has(kXMLKeyText)) {
             // A type applies only to text: an element with elements inside stays a map or a
             // vector, whatever its xsi:type says.
-            cur = CAgg(CAggValueText(child[kXMLKeyText]).get());
+            takeText(cur, child[kXMLKeyText]);
             setType(cur, type);
         }
     }
 }
 
 CAgg& CEncodedSOAPReader::getCurrentNode(CAgg& parent, CAgg& node) {
-    CXMLElement element(node);
-    CEStr id = element.getAttribute("id");
-    CEStr href = element.getAttribute("href");
+    const AttributeKeys& keys = attributeKeys();
+    CEStr idHolder;
+    CEStr hrefHolder;
+    const _EStrRec* id = attributeText(node, keys.id, idHolder);
+    const _EStrRec* href = attributeText(node, keys.href, hrefHolder);
     if (parent.getType() == CAgg::eVector)
         return withReference(parent.toVector().emplace_back(), href);
-    CEStr key = keyOf(node);
+    CEStr keyHolder;
+    const _EStrRec* key = keyText(node, keyHolder);
     if (isEmpty(id)) {
-        if (!parent.has(key.get()))
+        if (!parent.has(key))
             return withReference(parent[key], href);
         if (CAggMapSize(parent) == 1) {
             // A repeated element where it is the only member is taken for an implicit array:
@@ -72,11 +76,11 @@ CAgg& CEncodedSOAPReader::getCurrentNode(CAgg& parent, CAgg& node) {
         // A repeated element in a struct with other members overwrites the earlier one.
         return parent[key];
     }
-    CEStr root = element.getAttribute((std::string(kSOAP11EncodingNS) + ":root").c_str());
+    CEStr root = CXMLElement(node).getAttribute(keys.encodingRoot.get());
     if (EStrToUTF8(root) != "0")
         parent[key]["soap_href_id"] = CAgg(EStrFromUTF8("#" + EStrToUTF8(id)).get());
     // An independent element (root="0") lives only in the table, until a reference binds it.
-    return m_multiRefs[id];
+    return m_multiRefs[CEStr(id)];
 }
 
 bool CEncodedSOAPReader::canResolvePartName(const _EStrRec* name) {
@@ -89,7 +93,10 @@ CAgg CEncodedSOAPReader::resolvePartName(const _EStrRec* name) {
 }
 
 void CEncodedSOAPReader::setType(CAgg& value, const _EStrRec* type) {
-    std::string local = SOAPSplitQName(EStrToUTF8(type)).second;
+    if (EStrGetLen(type) == 0)
+        return;
+    std::string scratch;
+    std::string_view local = localPartOf(type, scratch);
     if (local == "int") {
         value.toQsInt32();
     } else if (local == "string") {

@@ -68,11 +68,42 @@ void CEncodedSOAPWriter::writeNode(CAgg& value, CXMLElement& element, long depth
         text[kXMLKeyText].toQsStm(1);
         return;
     }
-    default:
-        setTypeInfo(element, getSOAPType(value));
-        element.appendText(CAgg(CAggValueText(value).get()), true);
+    default: {
+        setScalarType(element, value);
+        // The value read as a string, as CAggValueText reads it, made once.
+        CAgg text(value);
+        text.toEStr();
+        element.appendText(std::move(text), true);
         return;
     }
+    }
+}
+
+void CEncodedSOAPWriter::setScalarType(CXMLElement& element, CAgg& value) {
+    const char* type = nullptr;
+    switch (value.getType()) {
+    case CAgg::eEStr:
+    case CAgg::eCQsText:
+        type = sm_StringTypeString;
+        break;
+    case CAgg::eQsInt32:
+        type = sm_IntegerTypeString;
+        break;
+    case CAgg::eQsBool:
+        type = sm_BoolTypeString;
+        break;
+    case CAgg::eDouble:
+        type = sm_DoubleTypeString;
+        break;
+    default:
+        setTypeInfo(element, getSOAPType(value));
+        return;
+    }
+    // The common types have no namespace and nothing to escape: the attribute is set as
+    // setTypeInfo would set it, without the steps between.
+    // Made once and kept for the life of the process, past the end of static destruction.
+    static const CEStr* key = new CEStr("xsi:type", kEStrPDFDoc);
+    element.setAttribute(key->get(), CEStr(type, kEStrPDFDoc).get());
 }
 
 void CEncodedSOAPWriter::writeMap(CAgg& value, CXMLElement& element, long depth,

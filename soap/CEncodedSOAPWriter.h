@@ -47,6 +47,8 @@ private:
     void writeVector(CAgg& value, CXMLElement& element, long depth, unsigned short isHeader);
     void writeChild(const CEStr& key, CAgg& item, CXMLElement& element, long depth,
                     unsigned short isHeader);
+    /// setTypeInfo for a value that is not a collection or a stream.
+    void setScalarType(CXMLElement& element, CAgg& value);
     /// Declares the namespace of a type under a fresh prefix; the type's text in prefix form.
     CEStr typeText(CXMLElement& element, const QName& type);
 

@@ -38,7 +38,8 @@ void CLiteralSOAPReader::processSubNode(CAgg& parent, CAgg& node) {
         if (element.isElement()) {
             processSubNode(cur, child);
         } else if (element.isText() && child.has(kXMLKeyText)) {
-            CAgg text(CAggValueText(child[kXMLKeyText]).get());
+            CAgg text;
+            takeText(text, child[kXMLKeyText]);
             if (m_xmlMessage)
                 cur["soapValue"] = std::move(text);
             else
@@ -48,10 +49,10 @@ void CLiteralSOAPReader::processSubNode(CAgg& parent, CAgg& node) {
 }
 
 CAgg& CLiteralSOAPReader::getCurrentNode(CAgg& parent, CAgg& node) {
-    CXMLElement element(node);
-    std::string name = EStrToUTF8(element.getName());
-    std::string nameSpace = EStrToUTF8(element.getNameSpace());
     if (m_xmlMessage) {
+        CXMLElement element(node);
+        std::string name = EStrToUTF8(element.getName());
+        std::string nameSpace = EStrToUTF8(element.getNameSpace());
         CAgg& record = parent["soapValue"].toVector().emplace_back();
         record["soapName"] =
             CAgg(EStrFromUTF8(nameSpace.empty() ? name : nameSpace + ":" + name).get());
@@ -65,8 +66,9 @@ CAgg& CLiteralSOAPReader::getCurrentNode(CAgg& parent, CAgg& node) {
     }
     if (parent.getType() == CAgg::eVector)
         return parent.toVector().emplace_back();
-    CEStr key = keyOf(node);
-    if (!parent.has(key.get()) || CAggMapSize(parent) > 1)
+    CEStr keyHolder;
+    const _EStrRec* key = keyText(node, keyHolder);
+    if (!parent.has(key) || CAggMapSize(parent) > 1)
         return parent[key]; // a repeated member of a struct overwrites the earlier one
     // A repeated element where it is the only member: unlike the encoded reader's, the array
     // stands under the element's name, holding the earlier value and the new one.

@@ -1,6 +1,7 @@
 #include "soap/CSOAPReader.h"
 
 #include "frame/HostError.h"
+#include "frame/UTF8.h"
 #include "soap/CEncodedSOAPReader.h"
 #include "soap/CLiteralSOAPReader.h"
 #include "soap/SOAPNamespaces.h"
@@ -216,17 +217,92 @@ QName CSOAPReader::getQName(const _EStrRec* name) {
     return {EStrFromUTF8(local), EStrFromUTF8(nameSpace)};
 }
 
-CEStr CSOAPReader::getType(CAgg& node) {
-    CXMLElement element(node);
-    CEStr type = element.getAttribute((std::string(kXMLSchemaInstanceNS) + ":type").c_str());
+const CSOAPReader::AttributeKeys& CSOAPReader::attributeKeys() {
+    // Made once and kept for the life of the process, past the end of static destruction.
+    static const AttributeKeys* keys = new AttributeKeys{
+        EStrFromUTF8(std::string(kXMLSchemaInstanceNS) + ":type"),
+        EStrFromUTF8(std::string(kXMLSchemaInstance1999NS) + ":type"),
+        EStrFromUTF8("id"),
+        EStrFromUTF8("href"),
+        EStrFromUTF8(std::string(kSOAP11EncodingNS) + ":root"),
+    };
+    return *keys;
+}
+
+void CSOAPReader::takeText(CAgg& value, CAgg& text) {
+    if (text.getType() == CAgg::eEStr) {
+        value = std::move(text);
+        return;
+    }
+    value = CAgg(CAggValueText(text).get());
+}
+
+const _EStrRec* CSOAPReader::attributeText(CAgg& node, const CEStr& key, CEStr& holder) {
+    CAgg* value = CXMLElement(node).findAttribute(key.get());
+    if (!value)
+        return nullptr;
+    if (value->getType() == CAgg::eEStr)
+        return value->toEStr();
+    holder = CAggValueText(*value);
+    return holder.get();
+}
+
+const _EStrRec* CSOAPReader::typeOf(CAgg& node, CEStr& holder) {
+    const _EStrRec* type = attributeText(node, attributeKeys().type2001, holder);
     if (EStrGetCharLen(type) > 0)
         return type;
-    return element.getAttribute((std::string(kXMLSchemaInstance1999NS) + ":type").c_str());
+    return attributeText(node, attributeKeys().type1999, holder);
+}
+
+const _EStrRec* CSOAPReader::keyText(CAgg& node, CEStr& holder) {
+    if (node.getType() == CAgg::eQsAtomMap) {
+        CAgg::CAggQsAtomMap& fields = node.toQsAtomMap();
+        auto name = fields.find(kXMLKeyName);
+        auto nameSpace = fields.find(kXMLKeyNameSpace);
+        bool noNameSpace =
+            nameSpace == fields.end() || (nameSpace->second.getType() == CAgg::eEStr &&
+                                          EStrGetLen(nameSpace->second.toEStr()) == 0);
+        if (noNameSpace && name != fields.end() && name->second.getType() == CAgg::eEStr) {
+            const _EStrRec* text = name->second.toEStr();
+            if (EStrGetEncoding(text) == kEStrPDFDoc &&
+                IsASCII(EStrGetBytes(text), static_cast<size_t>(EStrGetLen(text))))
+                return text; // the key keyOf would make of it
+        }
+    }
+    holder = keyOf(node);
+    return holder.get();
+}
+
+CEStr CSOAPReader::getType(CAgg& node) {
+    CXMLElement element(node);
+    CEStr type = element.getAttribute(attributeKeys().type2001.get());
+    if (EStrGetCharLen(type) > 0)
+        return type;
+    return element.getAttribute(attributeKeys().type1999.get());
 }
 
 bool CSOAPReader::isArrayNode(CAgg& node) {
-    CEStr type = getType(node);
-    return EStrGetCharLen(type) > 0 && EStrToUTF8(getQName(type).name) == "Array";
+    return isArrayType(getType(node));
+}
+
+bool CSOAPReader::isArrayType(const _EStrRec* type) {
+    if (EStrGetCharLen(type) <= 0)
+        return false;
+    std::string scratch;
+    return localPartOf(type, scratch) == "Array";
+}
+
+std::string_view CSOAPReader::localPartOf(const _EStrRec* qname, std::string& scratch) {
+    // The parser makes a name of ASCII text a PDFDocEncoding string, whose bytes are the UTF-8.
+    const char* bytes = EStrGetBytes(qname);
+    long length = EStrGetLen(qname);
+    if (EStrGetEncoding(qname) == kEStrPDFDoc && IsASCII(bytes, static_cast<size_t>(length))) {
+        std::string_view name(bytes, static_cast<size_t>(length));
+        size_t colon = name.rfind(':');
+        return colon == std::string_view::npos ? name : name.substr(colon + 1);
+    }
+    scratch = SOAPSplitQName(EStrToUTF8(qname)).second;
+    return scratch;
 }
 
 void CSOAPReader::setSOAPVersion(CAgg& element) {
@@ -255,9 +331,14 @@ CAgg* CSOAPReader::findChildElement(CAgg& element, const char* name) {
 
 CEStr CSOAPReader::keyOf(CAgg& node) {
     CXMLElement element(node);
-    std::string name = EStrToUTF8(element.getName());
-    std::string nameSpace = EStrToUTF8(element.getNameSpace());
-    return EStrFromUTF8(nameSpace.empty() ? name : nameSpace + ":" + name);
+    CEStr name = element.getName();
+    CEStr nameSpace = element.getNameSpace();
+    if (EStrGetLen(nameSpace) == 0 && EStrGetEncoding(name) == kEStrPDFDoc &&
+        IsASCII(EStrGetBytes(name), static_cast<size_t>(EStrGetLen(name))))
+        return name; // already the key EStrFromUTF8 would make of it
+    std::string local = EStrToUTF8(name);
+    std::string uri = EStrToUTF8(nameSpace);
+    return EStrFromUTF8(uri.empty() ? local : uri + ":" + local);
 }
 
 CAgg::CAggVector* CSOAPReader::childrenOf(CAgg& node) {

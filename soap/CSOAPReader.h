@@ -20,6 +20,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <string_view>
 
 class CSOAPReader {
 public:
@@ -74,6 +75,11 @@ public:
     CEStr getType(CAgg& node);
     /// Whether the element is typed as an array.
     bool isArrayNode(CAgg& node);
+    /// Whether an xsi:type names an array.
+    static bool isArrayType(const _EStrRec* type);
+    /// The local part of a qualified name (what follows its last ":"), as UTF-8 text; scratch
+    /// holds it when the name's own bytes can't be given as they are.
+    static std::string_view localPartOf(const _EStrRec* qname, std::string& scratch);
 
     /// How deep a value may nest once its references are bound. A reference whose value would
     /// nest deeper stays unresolved: a cycle, or a chain without end, stops there instead of
@@ -96,6 +102,21 @@ protected:
     static CEStr keyOf(CAgg& node);
     /// The children of an element; null without any.
     static CAgg::CAggVector* childrenOf(CAgg& node);
+    /// The attribute keys the readers look up, made once.
+    struct AttributeKeys {
+        CEStr type2001, type1999, id, href, encodingRoot;
+    };
+    static const AttributeKeys& attributeKeys();
+    /// An attribute's value as text, or null when the element does not have it; holder keeps
+    /// a value that had to be converted.
+    static const _EStrRec* attributeText(CAgg& node, const CEStr& key, CEStr& holder);
+    /// getType without a copy: null when the element has no type.
+    static const _EStrRec* typeOf(CAgg& node, CEStr& holder);
+    /// keyOf without a copy where the element's own name is the key.
+    static const _EStrRec* keyText(CAgg& node, CEStr& holder);
+    /// Makes value the text of a text node's value. The reader owns its document, which is read
+    /// once: a string is moved out of it rather than copied.
+    static void takeText(CAgg& value, CAgg& text);
 
     /// Counts the levels of elements being read, for kMaxNodeDepth.
     class DepthGuard {

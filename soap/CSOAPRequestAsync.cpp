@@ -31,7 +31,7 @@ CSOAPRequestAsync::~CSOAPRequestAsync() {
 
 bool CSOAPRequestAsync::startRequest() {
     try {
-        m_body = SOAPWriteRequest(m_command);
+        m_body = SOAPWriteRequest(m_command, SOAPRequestAfterWriting::handedOver);
     } catch (...) {
         // A request refused before it started (a wrong argument) tells no one and is gone.
         delete this;

@@ -1,6 +1,7 @@
 #include "soap/CSOAPWriter.h"
 
 #include "frame/HostError.h"
+#include "frame/UTF8.h"
 #include "frame/ZString.h"
 #include "frame/host/IScriptEngine.h"
 #include "soap/CEncodedSOAPWriter.h"
@@ -52,6 +53,14 @@ CSOAPWriter::CSOAPWriter(CAgg& header, CAgg& request)
         return;
     m_header = header;
     m_request = request;
+}
+
+CSOAPWriter::CSOAPWriter(CAgg&& header, CAgg&& request)
+    : m_tooDeep(nestsDeeperThan(header, kMaxDepth) || nestsDeeperThan(request, kMaxDepth)) {
+    if (m_tooDeep)
+        return;
+    m_header = std::move(header);
+    m_request = std::move(request);
 }
 
 CSOAPWriter::~CSOAPWriter() = default;
@@ -113,7 +122,21 @@ QName CSOAPWriter::getQName(const _EStrRec* name) {
 }
 
 void CSOAPWriter::setName(CXMLElement& element, const _EStrRec* name) {
+    if (isPlainName(name)) {
+        std::string_view text(EStrGetBytes(name), static_cast<size_t>(EStrGetLen(name)));
+        if (text.find(':') == std::string_view::npos) {
+            // A name without a namespace is its own local name, as getQName would give it.
+            checkName(std::string(text), false);
+            element.setName(name);
+            return;
+        }
+    }
     setName(element, getQName(name));
+}
+
+bool CSOAPWriter::isPlainName(const _EStrRec* name) {
+    return name && EStrGetEncoding(name) == kEStrPDFDoc &&
+           IsASCII(EStrGetBytes(name), static_cast<size_t>(EStrGetLen(name)));
 }
 
 void CSOAPWriter::setName(CXMLElement& element, const QName& name) {
@@ -143,6 +166,9 @@ CEStr CSOAPWriter::getDateTime(CAgg& value) {
 }
 
 bool CSOAPWriter::isReservedKey(const _EStrRec* key) {
+    // Every reserved key begins "soap"; most keys are told apart by their first byte.
+    if (isPlainName(key) && (EStrGetLen(key) == 0 || EStrGetBytes(key)[0] != 's'))
+        return false;
     std::string text = EStrToUTF8(key);
     for (std::string_view reserved : kReservedKeys) {
         if (text == reserved)
@@ -250,4 +276,10 @@ std::unique_ptr<CSOAPWriter> getSOAPWriter(CAgg& header, CAgg& request, unsigned
     if (encoded)
         return std::make_unique<CEncodedSOAPWriter>(header, request);
     return std::make_unique<CLiteralSOAPWriter>(header, request);
+}
+
+std::unique_ptr<CSOAPWriter> getSOAPWriter(CAgg&& header, CAgg&& request, unsigned short encoded) {
+    if (encoded)
+        return std::make_unique<CEncodedSOAPWriter>(std::move(header), std::move(request));
+    return std::make_unique<CLiteralSOAPWriter>(std::move(header), std::move(request));
 }

@@ -29,6 +29,8 @@ class CSOAPWriter {
 public:
     /// A writer of the request, with the header value (void when there is none); both copied.
     CSOAPWriter(CAgg& header, CAgg& request);
+    /// The same with the values handed over: they are taken, not copied.
+    CSOAPWriter(CAgg&& header, CAgg&& request);
     virtual ~CSOAPWriter();
     CSOAPWriter(const CSOAPWriter&) = delete;
     CSOAPWriter& operator=(const CSOAPWriter&) = delete;
@@ -76,6 +78,9 @@ public:
 protected:
     /// The envelope with its namespace declarations, header and body, filled by writeNode.
     CAgg writeEnvelope(bool withEncodingNS);
+    /// Whether the name is ASCII text in PDFDocEncoding, as the parser and the bridge make the
+    /// keys of a request, whose bytes can be read as they are.
+    static bool isPlainName(const _EStrRec* name);
     /// Keeps the text of the message of that key and raises the host error -1.
     [[noreturn]] void fail(const char* messageKey);
     /// Refuses a name that cannot stand as an element or attribute name: no request may turn
@@ -105,3 +110,5 @@ protected:
 
 /// Makes the writer: encoded when the flag is set, literal otherwise.
 std::unique_ptr<CSOAPWriter> getSOAPWriter(CAgg& header, CAgg& request, unsigned short encoded);
+/// The same for values handed over, which the writer takes without a copy.
+std::unique_ptr<CSOAPWriter> getSOAPWriter(CAgg&& header, CAgg&& request, unsigned short encoded);

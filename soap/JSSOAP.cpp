@@ -137,10 +137,47 @@ void collectStreamObjects(const Val& value, std::vector<Val>& out, std::set<ESOb
         collectStreamObjects(item.value(), out, seen, depth + 1);
 }
 
+/// Whether a converted value holds a stream anywhere: only then did its script value hold a
+/// stream object.
+bool holdsStream(CAgg& value, int depth) {
+    if (depth > kMaxStreamSearchDepth)
+        return false;
+    switch (value.getType()) {
+    case CAgg::eQsStm:
+        return true;
+    case CAgg::eVector:
+        for (CAgg& item : value.toVector()) {
+            if (holdsStream(item, depth + 1))
+                return true;
+        }
+        return false;
+    case CAgg::eMap:
+        for (auto& [key, item] : value.toMap()) {
+            if (holdsStream(item, depth + 1))
+                return true;
+        }
+        return false;
+    case CAgg::eQsAtomMap:
+        for (auto& [atom, item] : value.toQsAtomMap()) {
+            if (holdsStream(item, depth + 1))
+                return true;
+        }
+        return false;
+    default:
+        return false;
+    }
+}
+
 /// The stream objects of a call's request and header. Their streams are read while the call
 /// runs (a dialog's script may run meanwhile) or after it has returned: they are held till then.
-std::vector<Val> streamObjectsOf(const CES::Arguments& a) {
+/// The script values are searched only when their conversion in the command holds a stream,
+/// which a request of plain data never does.
+std::vector<Val> streamObjectsOf(const CES::Arguments& a, CAgg& command) {
     std::vector<Val> objects;
+    bool request = command.has(kSOAPCmdRequest) && holdsStream(command[kSOAPCmdRequest], 0);
+    bool header = command.has(kSOAPCmdHeader) && holdsStream(command[kSOAPCmdHeader], 0);
+    if (!request && !header)
+        return objects;
     std::set<ESObject> seen;
     collectStreamObjects(a["oRequest"], objects, seen, 0);
     collectStreamObjects(a["oReqHeader"], objects, seen, 0);
@@ -169,14 +206,14 @@ bool JSSOAPRequest(ESContext context, ESObject self, ESArgs args, ESVal result) 
         bool async = a.object("oAsync") != nullptr;
         ESObject respHeader = a.object("oRespHeader");
         CAgg command = commandFrom(a, true);
-        std::vector<Val> keepAlive = streamObjectsOf(a);
+        std::vector<Val> keepAlive = streamObjectsOf(a, command);
         if (async) {
             auto* request =
                 new CJSSOAPRequestAsync(std::move(command), a["oAsync"], std::move(keepAlive));
             request->startRequest();
             return true;
         }
-        SOAPRequestCore(command);
+        SOAPRequestCore(command, SOAPRequestAfterWriting::handedOver);
         CAgg& response = command[kSOAPCmdResponse];
         if (const char* type = SOAPFailureType(response))
             raiseFailure(self, type, response, scope);
@@ -205,8 +242,8 @@ bool JSSOAPResponse(ESContext context, ESObject self, ESArgs args, ESVal) {
             return false;
         CAgg command = commandFrom(a, false);
         command[kSOAPCmdMessage] = flagValue(true);
-        std::vector<Val> keepAlive = streamObjectsOf(a);
-        SOAPRequestCore(command);
+        std::vector<Val> keepAlive = streamObjectsOf(a, command);
+        SOAPRequestCore(command, SOAPRequestAfterWriting::handedOver);
         CAgg& response = command[kSOAPCmdResponse];
         if (const char* type = SOAPFailureType(response))
             raiseFailure(self, type, response, scope);

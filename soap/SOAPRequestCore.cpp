@@ -84,7 +84,7 @@ long long SOAPReplyLimit() {
     return limit > 0 ? limit << 20 : 0;
 }
 
-std::unique_ptr<CRequestWriter> SOAPWriteRequest(CAgg& command) {
+std::unique_ptr<CRequestWriter> SOAPWriteRequest(CAgg& command, SOAPRequestAfterWriting after) {
     CAgg& request = command[kSOAPCmdRequest];
     CAgg header = command.has(kSOAPCmdHeader) ? CAgg(command[kSOAPCmdHeader]) : CAgg();
     bool multipart = SOAPHasAttachments(request);
@@ -96,8 +96,13 @@ std::unique_ptr<CRequestWriter> SOAPWriteRequest(CAgg& command) {
         return nullptr;
     }
 
+    unsigned short encoded = flagOf(command, kSOAPCmdEncoded, true);
+    // Handed over, the request is not copied, and an asynchronous call does not hold it while it
+    // waits for the reply.
     std::unique_ptr<CSOAPWriter> writer =
-        getSOAPWriter(header, request, flagOf(command, kSOAPCmdEncoded, true));
+        after == SOAPRequestAfterWriting::handedOver
+            ? getSOAPWriter(std::move(header), std::move(request), encoded)
+            : getSOAPWriter(header, request, encoded);
     if (command.has(kSOAPCmdParamOrder)) {
         CAgg order(command[kSOAPCmdParamOrder]);
         writer->setParameterOrder(order.toVector());
@@ -202,8 +207,8 @@ void SOAPReadResponse(CAgg& command, CHTTPRequest& http, CXML2CAgg& parser) {
     command[kSOAPCmdResponse] = std::move(body);
 }
 
-void SOAPRequestCore(CAgg& command) {
-    std::unique_ptr<CRequestWriter> body = SOAPWriteRequest(command);
+void SOAPRequestCore(CAgg& command, SOAPRequestAfterWriting request) {
+    std::unique_ptr<CRequestWriter> body = SOAPWriteRequest(command, request);
     if (!body)
         return;
     std::unique_ptr<CHTTPRequest> http = SOAPNewHTTPRequest(command);

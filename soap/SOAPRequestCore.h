@@ -75,16 +75,24 @@ long long SOAPReplyLimit();
 
 // The road, whole and in its two halves.
 
+/// What becomes of the command's "request" once the message is written.
+enum class SOAPRequestAfterWriting {
+    kept,      ///< it stays, for a caller that hands the whole command back
+    handedOver ///< the writer takes it over, rather than copying a large request
+};
+
 /// Runs the call synchronously: returns once the reply has been read, or at once for a failure
 /// before the post. With "Message" set the reply is not looked at: "response" stays as it was
 /// unless writing the request failed.
-void SOAPRequestCore(CAgg& command);
+void SOAPRequestCore(CAgg& command,
+                     SOAPRequestAfterWriting request = SOAPRequestAfterWriting::kept);
 
 /// The first half of a call: writes the request of the command into a body ready to post
 /// (multipart when the request holds attachments, which the core takes out of the request and
 /// lists under "attachments"). Null, with the writer's failure in "response", when the request
 /// cannot be written.
-std::unique_ptr<CRequestWriter> SOAPWriteRequest(CAgg& command);
+std::unique_ptr<CRequestWriter>
+SOAPWriteRequest(CAgg& command, SOAPRequestAfterWriting request = SOAPRequestAfterWriting::kept);
 /// A request for the command's URL, under the script client, with the command's action and
 /// credentials. The command must outlive it.
 std::unique_ptr<CHTTPRequest> SOAPNewHTTPRequest(CAgg& command);

@@ -167,6 +167,8 @@ public:
     /// An empty atom map with room for `room` entries made in one piece with it, for a caller
     /// that knows how many entries are coming.
     static CAgg atomMapWithRoom(size_t room);
+    /// A string value that takes the record over rather than copying it; void for null.
+    static CAgg adoptEStr(EStr text);
     /// Converts the value to a map whose entries copies of it share, for a map that is copied
     /// many times and then only read, such as the namespaces in scope that every element of a
     /// parsed document carries. Values still behave as copies: the first access that may change

@@ -14,6 +14,7 @@
 #include "values/miTime.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -31,14 +32,19 @@ bool inRange(int type) {
 }
 
 EStr textOfInt(QsInt32 value) {
-    char buffer[64];
-    miSnprintf(buffer, sizeof buffer, "%d", value);
+    // The text of "%d", without the formatter.
+    char buffer[16];
+    char* end = std::to_chars(buffer, buffer + sizeof buffer - 1, value).ptr;
+    *end = '\0';
     return EStrNew(buffer, kEStrHost);
 }
 
 EStr textOfDouble(double value) {
+    // The text of "%f" in the C locale, without the formatter.
     char buffer[1024];
-    miSnprintf(buffer, sizeof buffer, "%f", value);
+    char* end =
+        std::to_chars(buffer, buffer + sizeof buffer - 1, value, std::chars_format::fixed, 6).ptr;
+    *end = '\0';
     return EStrNew(buffer, kEStrHost);
 }
 
@@ -337,6 +343,13 @@ void CAgg::convertvoid(bool (&mask)[kTypeCount]) {
 void CAgg::via(CAggType step, CAggType target) {
     convert(step);
     convert(target);
+}
+
+CAgg CAgg::adoptEStr(EStr text) {
+    CAgg value;
+    if (text)
+        value.setEStr(text);
+    return value;
 }
 
 void CAgg::setEStr(EStr adopted) {

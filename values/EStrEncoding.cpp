@@ -7,6 +7,8 @@
 #include "values/EStrInternal.h"
 
 #include <cstring>
+#include <map>
+#include <string>
 
 using namespace estr;
 
@@ -82,6 +84,64 @@ int32_t storedTarget(int32_t target) {
     return kEStrPDFDoc;
 }
 
+// Printable ASCII with tab, line feed and carriage return: the characters that every 8-bit
+// encoding the converter is asked about is expected to hold as the same bytes.
+bool isPlainASCII(const char* bytes, long length) {
+    for (long i = 0; i < length; ++i) {
+        auto c = static_cast<unsigned char>(bytes[i]);
+        if ((c < 0x20 || c > 0x7E) && c != '\t' && c != '\n' && c != '\r')
+            return false;
+    }
+    return true;
+}
+
+// Whether the converter reads and writes every plain ASCII character in the named encoding as
+// that same byte, asked once per converter and name.
+bool keepsPlainASCII(IEncodings* c, const char* name) {
+    static IEncodings* askedOf = nullptr;
+    static std::map<std::string, bool> answers;
+    // The last few answers, kept by name where a lookup finds them without making a string.
+    struct Recent {
+        char name[32];
+        bool answer;
+    };
+    static Recent recent[4] = {};
+    static size_t nextRecent = 0;
+    auto remember = [](const char* asked, bool answer) {
+        if (std::strlen(asked) >= sizeof recent[0].name)
+            return;
+        Recent& entry = recent[nextRecent++ % 4];
+        std::strcpy(entry.name, asked);
+        entry.answer = answer;
+    };
+    if (askedOf != c) {
+        answers.clear();
+        for (Recent& entry : recent)
+            entry = {};
+        askedOf = c;
+    }
+    for (const Recent& entry : recent) {
+        if (entry.name[0] && std::strcmp(entry.name, name) == 0)
+            return entry.answer;
+    }
+    auto [at, fresh] = answers.emplace(name, false);
+    if (!fresh) {
+        remember(name, at->second);
+        return at->second;
+    }
+    std::string probe = "\t\n\r";
+    for (char ch = 0x20; ch <= 0x7E; ++ch)
+        probe += ch;
+    std::u16string units(probe.begin(), probe.end());
+    std::u16string read;
+    std::string written;
+    at->second = c->toUnicode(name, probe.data(), probe.size(), read) && read == units &&
+                 c->canEncode(name, units.data(), units.size()) &&
+                 c->fromUnicode(name, units.data(), units.size(), written) && written == probe;
+    remember(name, at->second);
+    return at->second;
+}
+
 void convertDown(EStr s, int32_t target) {
     IEncodings* c = converter();
     // UCS-shaped is no conversion's result: the request gives plain UCS.
@@ -91,6 +151,13 @@ void convertDown(EStr s, int32_t target) {
         return;
     }
     int32_t stored = storedTarget(target);
+    // Plain ASCII between two encodings that both hold it as it is keeps its bytes: a number
+    // read from a reply is relabelled, not taken through the converter twice.
+    if (!isUCSShaped(s->encoding) && isPlainASCII(s->bytes, s->length) &&
+        keepsPlainASCII(c, encodingName(s->encoding)) && keepsPlainASCII(c, encodingName(stored))) {
+        s->encoding = stored;
+        return;
+    }
     if (!raiseToUCS(s))
         return;
     std::u16string units;
@@ -213,6 +280,15 @@ void setUnits(EStr s, const char16_t* units, size_t count) {
 bool raiseToUCS(EStr s) {
     if (isUCS(s->encoding))
         return true;
+    // Plain ASCII in an encoding that holds it as it is widens byte by byte.
+    if (!isUCSShaped(s->encoding) && isPlainASCII(s->bytes, s->length)) {
+        IEncodings* c = converter();
+        if (c && keepsPlainASCII(c, encodingName(s->encoding))) {
+            std::u16string units(s->bytes, s->bytes + s->length);
+            setUnits(s, units.data(), units.size());
+            return true;
+        }
+    }
     std::u16string units;
     if (!toUnits(s, units))
         return false;

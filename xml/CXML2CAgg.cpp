@@ -17,19 +17,34 @@ bool isBlank(const XML_Char* text, int len) {
     return true;
 }
 
+// Appends a node. Most elements hold one child, their text, and get room for one; the second
+// child makes room for four at once, which a record of a few members then fills without moving.
+CAgg& appendChild(CAgg::CAggVector& children, CAgg&& node) {
+    if (children.size() == 1 && children.capacity() < 4)
+        children.reserve(4);
+    return children.emplace_back(std::move(node));
+}
+
 } // namespace
 
-// A short ASCII text fits the buffer that comes with the new string; anything else is made to
-// measure and taken over rather than copied.
+namespace {
+
+// An ASCII text is a PDFDocEncoding string of those bytes, made to measure in one piece; any
+// other text goes through the UTF-8 door.
+EStr makeText(const XML_Char* text, size_t length) {
+    if (!IsASCII(text, length))
+        return XML_String2ESTR(text, static_cast<long>(length)).release();
+    EStr made = EStrNewSize(static_cast<long>(length), kEStrPDFDoc);
+    if (length > 0)
+        std::memcpy(made->bytes, text, length);
+    return made;
+}
+
+} // namespace
+
+// The value takes the string over.
 void CXML2CAgg::setText(CAgg& value, const XML_Char* text, size_t length) {
-    EStr& payload = value.toEStr();
-    if (length + 2 <= static_cast<size_t>(payload->capacity) && IsASCII(text, length)) {
-        EStrSetBytesWithSize(payload, text, static_cast<long>(length), kEStrPDFDoc);
-        return;
-    }
-    CEStr made = XML_String2ESTR(text, static_cast<long>(length));
-    EStrDelete(payload);
-    payload = made.release();
+    value = CAgg::adoptEStr(makeText(text, length));
 }
 
 CXML2CAgg::CXML2CAgg() : CXMLParser(nullptr, '\0') {
@@ -72,7 +87,7 @@ void CXML2CAgg::startElementHandler(const XML_Char* tag, const XML_Char** atts) 
         child.toQsAtomMap()[m_keys.nsDict] = m_pendingNSDict;
         // The pointer pushed below stays good because a parent takes no further child until
         // this one is closed.
-        record = &parent.children->emplace_back(std::move(child));
+        record = &appendChild(*parent.children, std::move(child));
         parent.lastIsText = false;
     }
     CAgg::CAggQsAtomMap& fields = record->toQsAtomMap();
@@ -93,8 +108,7 @@ void CXML2CAgg::startElementHandler(const XML_Char* tag, const XML_Char** atts) 
             m_key.assign(att[0]);
         }
         CAgg& value =
-            attr.insert_or_assign(XML_String2ESTR(m_key.data(), static_cast<long>(m_key.size())),
-                                  CAgg())
+            attr.insert_or_assign(CEStr::adopt(makeText(m_key.data(), m_key.size())), CAgg())
                 .first->second;
         const XML_Char* text = att[1] ? att[1] : "";
         setText(value, text, std::strlen(text));
@@ -149,7 +163,7 @@ void CXML2CAgg::cDataHandler(const XML_Char* text, int len) {
             return;
         CAgg node = CAgg::atomMapWithRoom(2);
         node.toQsAtomMap()[m_keys.type].toQsAtom() = m_keys.text;
-        open.children->emplace_back(std::move(node));
+        appendChild(*open.children, std::move(node));
         open.lastIsText = true;
     }
     m_text.assign(text, static_cast<size_t>(len));

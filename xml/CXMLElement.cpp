@@ -80,6 +80,27 @@ CEStr CXMLElement::getAttribute(const char* key) const {
     return CEStr(copy.toEStr());
 }
 
+CEStr CXMLElement::getAttribute(const _EStrRec* key) const {
+    CAgg* value = findAttribute(key);
+    if (!value)
+        return emptyText();
+    if (value->getType() == CAgg::eEStr)
+        return CEStr(value->toEStr());
+    CAgg copy(*value);
+    return CEStr(copy.toEStr());
+}
+
+CAgg* CXMLElement::findAttribute(const _EStrRec* key) const {
+    if (!m_record.has(kXMLKeyAttr))
+        return nullptr;
+    CAgg& attr = m_record[kXMLKeyAttr];
+    if (attr.getType() != CAgg::eMap)
+        return attr.has(key) ? &attr[key] : nullptr;
+    CAgg::CAggMap& entries = attr.toMap();
+    auto found = entries.find(key);
+    return found == entries.end() ? nullptr : &found->second;
+}
+
 void CXMLElement::setAttribute(const char* key, const char* value) const {
     attributes()[key] = CAgg(value);
 }

@@ -64,6 +64,10 @@ public:
     bool hasAttribute(const char* key) const;
     /// The attribute's value; empty when it is not there.
     CEStr getAttribute(const char* key) const;
+    /// The same for a key made once by the caller, looked up without making anything.
+    CEStr getAttribute(const _EStrRec* key) const;
+    /// The attribute's value as it is held, or null when it is not there; never adds anything.
+    CAgg* findAttribute(const _EStrRec* key) const;
     void setAttribute(const char* key, const char* value) const;
     void setAttribute(const _EStrRec* key, const _EStrRec* value) const;
     /// The attribute map, made if missing.

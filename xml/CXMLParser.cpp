@@ -81,6 +81,7 @@ void CXMLParser::destroy() {
         XML_ParserFree(m_parser);
     m_parser = nullptr;
     m_namespaces.clear();
+    namespacesChanged();
     m_openDeclarations.clear();
     m_entityDeclarations = 0;
     m_failure = nullptr;
@@ -280,9 +281,15 @@ XMLString CXMLParser::unqualify(const XML_Char* tag) const {
 }
 
 const XMLString* CXMLParser::elementNamespace(const XML_Char* tag) const {
+    if (const XMLString* known = cachedURI(m_elementURIs, tag))
+        return known;
+    if (!mayHaveURI(tag))
+        return nullptr;
     for (const auto& entry : m_namespaces) {
-        if (startsWith(tag, entry.second))
+        if (startsWith(tag, entry.second)) {
+            remember(m_elementURIs, &entry.second, true);
             return &entry.second;
+        }
     }
     return nullptr;
 }
@@ -291,12 +298,60 @@ const XMLString* CXMLParser::elementNamespace(const XML_Char* tag) const {
 // begins another can split an element's name differently from its attributes' names. That is
 // intended.
 const XMLString* CXMLParser::attributeNamespace(const XML_Char* tag) const {
+    if (const XMLString* known = cachedURI(m_attributeURIs, tag))
+        return known;
+    if (!mayHaveURI(tag))
+        return nullptr;
     const XMLString* best = nullptr;
     for (const auto& entry : m_namespaces) {
         if (startsWith(tag, entry.second) && (!best || entry.second.size() > best->size()))
             best = &entry.second;
     }
+    if (best)
+        remember(m_attributeURIs, best, false);
     return best;
+}
+
+const XMLString* CXMLParser::cachedURI(const URICache& cache, const XML_Char* tag) {
+    for (const XMLString* uri : cache.uris) {
+        if (uri && startsWith(tag, *uri))
+            return uri;
+    }
+    return nullptr;
+}
+
+void CXMLParser::remember(URICache& cache, const XMLString* uri, bool element) const {
+    if (uri->empty())
+        return;
+    for (const auto& entry : m_namespaces) {
+        const XMLString& other = entry.second;
+        if (other == *uri)
+            continue; // the same URI under another prefix gives the same split
+        if (other.starts_with(*uri) || (element && uri->starts_with(other)))
+            return;
+    }
+    cache.uris[cache.next] = uri;
+    cache.next ^= 1;
+}
+
+bool CXMLParser::mayHaveURI(const XML_Char* tag) const {
+    if (!m_uriStartsKnown) {
+        m_uriStarts.reset();
+        for (const auto& entry : m_namespaces) {
+            if (entry.second.empty())
+                m_uriStarts.set();
+            else
+                m_uriStarts.set(static_cast<unsigned char>(entry.second[0]));
+        }
+        m_uriStartsKnown = true;
+    }
+    return m_uriStarts.test(static_cast<unsigned char>(tag[0]));
+}
+
+void CXMLParser::namespacesChanged() {
+    m_elementURIs = {};
+    m_attributeURIs = {};
+    m_uriStartsKnown = false;
 }
 
 void CXMLParser::makeQName(const XML_Char* tag, XMLString* name, XMLString* ns) const {
@@ -408,6 +463,7 @@ void XMLCALL CXMLParser::startNamespaceDeclTramp(void* arg, const XML_Char* pref
         if (!uri)
             return;
         p->m_namespaces.emplace(std::move(key), uri); // at the end of the run of equal keys
+        p->namespacesChanged();
         p->startNamespaceDeclHandler(prefix ? prefix : "", uri);
     });
 }
@@ -428,8 +484,10 @@ void XMLCALL CXMLParser::endNamespaceDeclTramp(void* arg, const XML_Char* prefix
             return;
         p->endNamespaceDeclHandler(key.c_str());
         auto [first, last] = p->m_namespaces.equal_range(key);
-        if (first != last)
+        if (first != last) {
             p->m_namespaces.erase(std::prev(last));
+            p->namespacesChanged();
+        }
     });
 }
 

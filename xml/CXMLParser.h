@@ -13,6 +13,7 @@
 #include "values/EStr.h"
 #include "xml/XMLString.h"
 
+#include <bitset>
 #include <exception>
 #include <expat.h>
 #include <map>
@@ -167,8 +168,30 @@ private:
                                         const XML_Char*, const XML_Char*, const XML_Char*,
                                         const XML_Char*);
 
+    /// A few URIs that began tags looked up before, each one that no other URI in scope can
+    /// stand in for: a tag that one of them begins takes it without a scan of every declaration.
+    struct URICache {
+        const XMLString* uris[2] = {nullptr, nullptr};
+        int next = 0;
+    };
+    /// The URI of the cache that begins the tag, or null.
+    static const XMLString* cachedURI(const URICache& cache, const XML_Char* tag);
+    /// Keeps a URI found by a scan, when no other URI in scope could be the answer for a tag
+    /// that it begins: none that it begins, and for an element none that begins it either.
+    void remember(URICache& cache, const XMLString* uri, bool element) const;
+    /// Whether some URI in scope could begin the tag, by its first byte.
+    bool mayHaveURI(const XML_Char* tag) const;
+    /// Forgets the caches; called on every change of m_namespaces.
+    void namespacesChanged();
+
     XML_Parser m_parser = nullptr;
     NSMap m_namespaces;
+    mutable URICache m_elementURIs;
+    mutable URICache m_attributeURIs;
+    // The first bytes of the URIs in scope (all of them when a URI is empty), so that a name
+    // that no URI can begin is known at its first byte. Made on demand.
+    mutable std::bitset<256> m_uriStarts;
+    mutable bool m_uriStartsKnown = false;
     // Every declaration now open, innermost last, and whether it was kept in m_namespaces: an
     // undeclaration (xmlns="") is not, and its end must not take away the one it hides.
     std::vector<std::pair<XMLString, bool>> m_openDeclarations;

@@ -76,6 +76,13 @@ TEST(SOAPReader, ReadsRepliesIntoValues) {
         {"literal-repeated-and-struct.xml", kLiteralXML,
          "stream(\"<?xml version=\"1.0\"?>\n<m:summary xmlns:m=\"urn:shop\"><total>3</total>"
          "<note>a</note><note>b</note></m:summary>\")"},
+        // Keys of UCS text sort after the others.
+        {"encoded-names-and-types-beyond-ascii.xml", kEncoded,
+         R"({"urn:measure:measureResponse":{"list":["x","y"],"plain":4,"price":2.5d,)"
+         R"("urn:measure:qualified":true,"größe":3}})"},
+        {"encoded-names-and-types-beyond-ascii.xml", kLiteral,
+         R"({"urn:measure:measureResponse":{"list":{"item":["x","y"]},"plain":"4",)"
+         R"("price":"2.5","urn:measure:qualified":"1","größe":"3"}})"},
         {"encoded-struct-repeated-member.xml", kLiteral,
          R"({"urn:list:listResponse":{"only":{"item":["1","2","3"]},)"
          R"("struct":{"item":"3","name":"first"}}})"},

@@ -12,6 +12,7 @@
 
 #include <climits>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -46,8 +47,15 @@ TEST_F(CAggConvert, NumbersAndTimesReadAsTextInTheHostEncoding) {
         {CAgg(3.0), "3.000000", kEStrHost},
         {CAgg(-0.0000004), "-0.000000", kEStrHost},
         {CAgg(0x1p100), "1267650600228229401496703205376.000000", kEStrHost},
+        {CAgg(2.675), "2.675000", kEStrHost},
+        {CAgg(0.0000015), "0.000002", kEStrHost},
+        {CAgg(-0.0), "-0.000000", kEStrHost},
+        {CAgg(NAN), "nan", kEStrHost},
+        {CAgg(-INFINITY), "-inf", kEStrHost},
         {CAgg(-7L), "-7", kEStrHost},
+        {CAgg(0L), "0", kEStrHost},
         {CAgg(INT_MIN), "-2147483648", kEStrHost},
+        {CAgg(INT_MAX), "2147483647", kEStrHost},
         {CAgg(), "", kEStrPDFDoc},
         {CAgg(CQsText("plain")), ucsBytes(u"plain"), kEStrUCS},
         // A colour has no way to a string: it gives the empty one.
@@ -60,6 +68,11 @@ TEST_F(CAggConvert, NumbersAndTimesReadAsTextInTheHostEncoding) {
         EXPECT_EQ(EStrGetEncoding(text), c.encoding) << c.text;
         EXPECT_EQ(value.getType(), CAgg::eEStr) << "the value is a string for good";
     }
+    // The longest text a double has, as "%f" writes it.
+    char largest[400];
+    std::snprintf(largest, sizeof largest, "%f", -1.7976931348623157e308);
+    CAgg huge(-1.7976931348623157e308);
+    EXPECT_EQ(bytesOf(huge.toEStr()), largest);
     CAgg flag;
     flag.toQsBool() = 7;
     EXPECT_EQ(bytesOf(flag.toEStr()), "true");

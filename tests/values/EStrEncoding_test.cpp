@@ -102,6 +102,37 @@ TEST(EStrEncoding, ConversionsScrubLostCharactersToBullets) {
     EXPECT_EQ(bytesOf(s), expected);
 }
 
+TEST(EStrEncoding, PlainASCIIConvertsAsEveryOtherText) {
+    // Plain ASCII skips the converter only between encodings that hold it byte for byte; the
+    // result is what the converter gives either way.
+    FakeHost host;
+    struct Case {
+        const char* what;
+        CEStr s;
+        int32_t target;
+        int32_t encoding;
+        std::string bytes;
+    };
+    Case cases[] = {
+        {"a number to the host", raw("-12.5e3", kEStrPDFDoc), kEStrHost, kEStrHost, "-12.5e3"},
+        {"tab, line feed, return", raw("a\tb\nc\r", kEStrPDFDoc), kEStrHost, kEStrHost,
+         "a\tb\nc\r"},
+        {"host to PDFDoc", raw("{key: ~}", kEStrHost), kEStrPDFDoc, kEStrPDFDoc, "{key: ~}"},
+        {"PDFDoc to UCS", raw("Item 7", kEStrPDFDoc), kEStrUCS, kEStrUCS, ucsBytes(u"Item 7")},
+        {"Greek to UCS", raw("abc", 10), kEStrUCS, kEStrUCS, ucsBytes(u"abc")},
+        {"a PDFDoc breve is no ASCII", raw("a\x18", kEStrPDFDoc), kEStrUCS, kEStrUCS,
+         ucsBytes(u"a\u02D8")},
+        {"Shift-JIS reads yen and overline", raw("a\\~", 4), kEStrUCS, kEStrUCS,
+         ucsBytes(u"a\u00A5\u203E")},
+        {"Shift-JIS yen to the host", raw("a\\", 4), kEStrHost, kEStrHost, "a\xA5"},
+    };
+    for (Case& c : cases) {
+        EStrSetEncoding(c.s, c.target);
+        EXPECT_EQ(EStrGetEncoding(c.s), c.encoding) << c.what;
+        EXPECT_EQ(bytesOf(c.s), c.bytes) << c.what;
+    }
+}
+
 TEST(EStrEncoding, RelabelAndFlipDoNotConvert) {
     FakeHost host;
     CEStr s = raw("\xC1", kEStrHost);

@@ -28,6 +28,7 @@ const char* const kParsedDocuments[] = {
     "entities-and-markup-leave-text-only",
     "attributes",
     "element-and-attribute-split-differently",
+    "names-split-alike-when-repeated",
     "default-namespace-undeclared",
     "non-ascii-names-and-text",
     "soap-encoded-reply",
