@@ -1,9 +1,9 @@
 #include "host/DemoCommand.h"
 
 #include "host/CReferenceHost.h"
-#include "host/demo/CDemoHTTPServer.h"
 #include "host/demo/DemoServices.h"
 #include "host/runner/CScriptRunner.h"
+#include "host/web/CLoopbackServer.h"
 
 #include <cstdlib>
 #include <fstream>
@@ -35,9 +35,10 @@ int RunDemo(CReferenceHost& host, const std::string& plugin, const std::string& 
         return CScriptRunner::kRunCannotStart;
     }
     bypassProxyForLoopback();
-    CDemoHTTPServer server([&server](const DemoHTTPRequest& request) {
-        return serveDemoRequest(request, server.base());
-    });
+    // On a thread of its own: a synchronous call of the plug-in blocks the main loop until the
+    // service has answered.
+    CLoopbackServer server(
+        [&server](const HTTPRequest& request) { return serveDemoRequest(request, server.base()); });
     std::string error;
     if (!server.start(error)) {
         errors << "vellum-host: " << error << std::endl;
