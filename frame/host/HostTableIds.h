@@ -42,6 +42,10 @@ inline constexpr HostTableId kFormFlowTable{"FormFlow", 2};
 inline constexpr HostTableId kESHFTTable{"ESHFT", 256};
 /// IMulticastDNS; optional, asked for when discovery first needs it.
 inline constexpr HostTableId kMulticastDNSTable{"MulticastDNS", 0x10000};
+/// IViewLayer; asked for when the Tracker or a view first needs it.
+inline constexpr HostTableId kVellViewLayerTable{"VellViewLayer", 0x60000};
+/// IWebCapture; optional, asked for when a page is first converted.
+inline constexpr HostTableId kWebCaptureTable{"WebCapture", 0x10000};
 
 // Bare tables.
 inline constexpr HostTableId kPDFEditWriteTable{"PDFEditWrite", 0x40000};

@@ -10,6 +10,8 @@
 #include "frame/host/IUserInterface.h"
 #include "frame/host/IVellSupport.h"
 #include "frame/host/IVellView.h"
+#include "frame/host/IViewLayer.h"
+#include "frame/host/IWebCapture.h"
 #include "frame/host/IWsdlReader.h"
 
 #include <cstdlib>
@@ -160,6 +162,9 @@ void CHostCore::registerTables(const HostTableSet& tables) {
         {kESHFTTable, tables.scriptEngine},
         // Discovery asks for it when it first needs it.
         {kMulticastDNSTable, tables.multicastDNS},
+        // The Tracker and script views ask for these when they first need them.
+        {kVellViewLayerTable, tables.viewLayer},
+        {kWebCaptureTable, tables.webCapture},
     };
     for (const auto& offer : served)
         registerTable(offer.id.name, offer.id.version, offer.table);

@@ -22,6 +22,8 @@ class IScriptEngine;
 class IUserInterface;
 class IVellSupport;
 class IVellView;
+class IViewLayer;
+class IWebCapture;
 class IWsdlReader;
 
 /// The tables a host serves besides its core, one object for each.
@@ -39,6 +41,10 @@ struct HostTableSet {
     IWsdlReader* wsdlReader;
     IScriptEngine* scriptEngine;
     IMulticastDNS* multicastDNS;
+    /// Windows, views, menus and the clipboard; null on a host without a view layer.
+    IViewLayer* viewLayer = nullptr;
+    /// Web pages to documents; null on a host without it.
+    IWebCapture* webCapture = nullptr;
 };
 
 class CHostCore final : public ICore {
