@@ -3,8 +3,12 @@
 #include "host/CReferenceHost.h"
 #include "host/demo/DemoServices.h"
 #include "host/runner/CScriptRunner.h"
+#include "host/view/ViewState.h"
 #include "host/web/CLoopbackServer.h"
 
+#include <unistd.h>
+
+#include <climits>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -18,6 +22,26 @@ void bypassProxyForLoopback() {
     std::string list = current && *current ? std::string(current) + ",127.0.0.1" : "127.0.0.1";
     setenv("no_proxy", list.c_str(), 1);
     setenv("NO_PROXY", list.c_str(), 1);
+}
+
+// This program as the person can run it again.
+std::string selfPath() {
+    char path[PATH_MAX];
+    ssize_t length = readlink("/proc/self/exe", path, sizeof path - 1);
+    return length > 0 ? std::string(path, static_cast<size_t>(length)) : "vellum-host";
+}
+
+// The Tracker panel opened on what the demo left in it, printed as text, with the command that
+// shows it in a browser. Nothing when the plug-in offers no Tracker.
+void printTracker(CReferenceHost& host, std::ostream& out) {
+    if (!host.viewLayer().showPanel("Tracker", false))
+        return;
+    std::string tree = ViewTreesAsText(host.viewLayer());
+    if (tree.empty())
+        return;
+    out << "\nThe Tracker now shows (* unread, - closed):\n"
+        << tree << "\nOpen it in a browser with:\n  " << selfPath() << " tracker --open"
+        << std::endl;
 }
 
 } // namespace
@@ -55,6 +79,8 @@ int RunDemo(CReferenceHost& host, const std::string& plugin, const std::string& 
         if (runner.open() && runner.evaluate("var demoServer = \"" + server.base() + "\";"))
             status = runner.run(source, timeoutSeconds);
     }
+    if (status == 0)
+        printTracker(host, out);
     host.stop();
     server.stop();
     return status;

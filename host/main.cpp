@@ -3,6 +3,7 @@
 #include "host/CommandLine.h"
 #include "host/DemoCommand.h"
 #include "host/DiscoverCommand.h"
+#include "host/TrackerCommand.h"
 #include "host/runner/CScriptRunner.h"
 
 #include <unistd.h>
@@ -103,6 +104,11 @@ int main(int argc, char** argv) {
         DiscoverRequest request{line.operands[0], line.domain.empty() ? "local." : line.domain,
                                 line.resolveName};
         return RunDiscover(host, plugin, request, line.timeoutSeconds, std::cout, std::cerr);
+    }
+    if (line.command == "tracker") {
+        TrackerRequest request{static_cast<uint16_t>(line.port), line.open,
+                               line.timeoutGiven ? line.timeoutSeconds : 0};
+        return RunTracker(host, plugin, request, std::cout, std::cerr);
     }
     return scripts(host, plugin, line.command, line.operands, line.timeoutSeconds);
 }

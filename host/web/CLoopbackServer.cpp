@@ -19,13 +19,18 @@ HTTPRequest readRequest(SoupServerMessage* message) {
     const char* value = nullptr;
     while (soup_message_headers_iter_next(&iter, &name, &value))
         request.headers.emplace_back(name, value);
+    if (const char* remote = soup_server_message_get_remote_host(message))
+        request.remoteAddress = remote;
+    return request;
+}
+
+void readBody(SoupServerMessage* message, HTTPRequest& request) {
     GBytes* body = soup_message_body_flatten(soup_server_message_get_request_body(message));
     gsize size = 0;
     const char* bytes = static_cast<const char*>(g_bytes_get_data(body, &size));
     if (bytes)
         request.body.assign(bytes, size);
     g_bytes_unref(body);
-    return request;
 }
 
 void sendReply(SoupServerMessage* message, const HTTPReply& reply) {
@@ -40,27 +45,13 @@ void sendReply(SoupServerMessage* message, const HTTPReply& reply) {
                                      reply.body.data(), reply.body.size());
 }
 
-// Before a body is read: a body too large, or a length that is no number, is refused at once.
-void checkHeaders(SoupServer*, SoupServerMessage* message, const char*, GHashTable*, gpointer) {
-    SoupMessageHeaders* headers = soup_server_message_get_request_headers(message);
-    const char* length = soup_message_headers_get_one(headers, "Content-Length");
-    if (!length)
-        return;
-    char* end = nullptr;
-    guint64 count = g_ascii_strtoull(length, &end, 10);
-    if (end == length || *end) {
-        sendReply(message, TextReply(400, "Bad Request\n"));
-        return;
-    }
-    if (count > CLoopbackServer::kMaxRequestBytes)
-        sendReply(message, TextReply(413, "Payload Too Large\n"));
-}
-
 void serve(SoupServer*, SoupServerMessage* message, const char*, GHashTable*, gpointer data) {
     auto* handler = static_cast<CLoopbackServer::Handler*>(data);
     HTTPReply reply = TextReply(500, "Internal Server Error\n");
     try {
-        reply = (*handler)(readRequest(message));
+        HTTPRequest request = readRequest(message);
+        readBody(message, request);
+        reply = (*handler)(request);
     } catch (const std::exception&) {
         // The service failed; the client gets the 500 made above.
     }
@@ -69,8 +60,36 @@ void serve(SoupServer*, SoupServerMessage* message, const char*, GHashTable*, gp
 
 } // namespace
 
-CLoopbackServer::CLoopbackServer(Handler handler, Setup setup)
-    : m_handler(std::move(handler)), m_setup(std::move(setup)) {}
+CLoopbackServer::CLoopbackServer(Handler handler, Setup setup, Gate gate)
+    : m_handler(std::move(handler)), m_setup(std::move(setup)), m_gate(std::move(gate)) {}
+
+// Before a body is read: a body too large, or a length that is no number, is refused at once,
+// and so is what the gate refuses.
+void CLoopbackServer::checkHeaders(SoupServer*, SoupServerMessage* message, const char*,
+                                   GHashTable*, gpointer self) {
+    SoupMessageHeaders* headers = soup_server_message_get_request_headers(message);
+    if (const char* length = soup_message_headers_get_one(headers, "Content-Length")) {
+        char* end = nullptr;
+        guint64 count = g_ascii_strtoull(length, &end, 10);
+        if (end == length || *end) {
+            sendReply(message, TextReply(400, "Bad Request\n"));
+            return;
+        }
+        if (count > kMaxRequestBytes) {
+            sendReply(message, TextReply(413, "Payload Too Large\n"));
+            return;
+        }
+    }
+    const Gate& gate = static_cast<CLoopbackServer*>(self)->m_gate;
+    if (!gate)
+        return;
+    try {
+        if (std::optional<HTTPReply> refusal = gate(readRequest(message)))
+            sendReply(message, *refusal);
+    } catch (const std::exception&) {
+        sendReply(message, TextReply(500, "Internal Server Error\n"));
+    }
+}
 
 CLoopbackServer::~CLoopbackServer() {
     stop();
@@ -98,7 +117,7 @@ bool CLoopbackServer::start(std::string& error, uint16_t port, GMainContext* con
 
 bool CLoopbackServer::listen(std::string& error, uint16_t port) {
     m_server = SOUP_SERVER(g_object_new(SOUP_TYPE_SERVER, "server-header", "vellum-host", nullptr));
-    soup_server_add_early_handler(m_server, nullptr, checkHeaders, nullptr, nullptr);
+    soup_server_add_early_handler(m_server, nullptr, checkHeaders, this, nullptr);
     if (m_setup)
         m_setup(m_server);
     soup_server_add_handler(m_server, nullptr, serve, &m_handler, nullptr);

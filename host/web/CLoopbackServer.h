@@ -14,19 +14,24 @@
 #include <cstdint>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 
 typedef struct _SoupServer SoupServer;
+typedef struct _SoupServerMessage SoupServerMessage;
 
 class CLoopbackServer {
 public:
     using Handler = std::function<HTTPReply(const HTTPRequest&)>;
     /// Adds further handlers to the server before it listens; runs on the server's context.
     using Setup = std::function<void(SoupServer*)>;
+    /// Sees each request once its headers are read, before any handler (its body is not read
+    /// yet); a reply refuses the request with it.
+    using Gate = std::function<std::optional<HTTPReply>(const HTTPRequest&)>;
 
     /// A server that answers every request that no other handler takes with handler.
-    explicit CLoopbackServer(Handler handler, Setup setup = {});
+    explicit CLoopbackServer(Handler handler, Setup setup = {}, Gate gate = {});
     /// Stops the server.
     ~CLoopbackServer();
     CLoopbackServer(const CLoopbackServer&) = delete;
@@ -48,10 +53,13 @@ public:
 
 private:
     bool listen(std::string& error, uint16_t port);
+    static void checkHeaders(SoupServer*, SoupServerMessage* message, const char*, GHashTable*,
+                             gpointer self);
     void runOwnLoop(uint16_t port);
 
     Handler m_handler;
     Setup m_setup;
+    Gate m_gate;
     SoupServer* m_server = nullptr;
     uint16_t m_port = 0;
 

@@ -17,6 +17,8 @@ struct HTTPRequest {
     std::string query;
     std::vector<std::pair<std::string, std::string>> headers;
     std::string body;
+    /// The client's address ("127.0.0.1").
+    std::string remoteAddress;
     /// A header's value (names compare without case), or nothing.
     std::optional<std::string> header(std::string_view name) const;
     /// A query parameter's value, decoded, or nothing.
