@@ -219,9 +219,13 @@ HTTPReply CTrackerPage::serve(const HTTPRequest& request) {
                            : name.ends_with("js") ? "text/javascript; charset=utf-8"
                                                   : "text/css; charset=utf-8";
         std::string port = std::to_string(m_server.port());
+        // The page names its script and style with the token, which every request shows.
+        std::string body(trackerAsset(name));
+        for (size_t at; (at = body.find("{token}")) != std::string::npos;)
+            body.replace(at, 7, m_token);
         return {200,
                 type,
-                std::string(trackerAsset(name)),
+                body,
                 {{"Content-Security-Policy",
                   "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self' data:; "
                   "frame-src 'self'; connect-src 'self' ws://127.0.0.1:" +

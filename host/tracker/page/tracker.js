@@ -400,6 +400,7 @@
         const row = element("div", "row");
         row.setAttribute("role", "treeitem");
         row.dataset.item = item.id;
+        row.setAttribute("aria-level", depth + 1);
         row.classList.toggle("selected", item.selected);
         row.classList.toggle("bold", (item.style & 1) !== 0);
         row.classList.toggle("italic", (item.style & 2) !== 0);
@@ -442,7 +443,8 @@
             if (!dragged || dragged.tree !== view.id || dragged.item === item.id)
                 return;
             event.preventDefault();
-            const before = event.offsetY < row.offsetHeight / 2;
+            const box = row.getBoundingClientRect();
+            const before = event.clientY < box.top + box.height / 2;
             row.classList.toggle("drop-before", before);
             row.classList.toggle("drop-after", !before);
         });
