@@ -31,8 +31,8 @@ public:
     std::string lastError() override { return m_lastError; }
     void openDocument(DkDoc document) override;
 
-    /// The program to run: $VELL_CHROMIUM, else chromium or chromium-browser on PATH. Nothing
-    /// when none is found.
+    /// The program to run: $VELL_CHROMIUM when it is set (to nothing: no program), else chromium
+    /// or chromium-browser on PATH. Nothing when none is found.
     static std::optional<std::string> findChromium();
     /// The PDF file of a document that convert made; empty for anything else.
     std::string pathOf(DkDoc document) const;

@@ -100,10 +100,19 @@ std::string encodePNG(const std::string& rgba, int32_t width, int32_t height) {
     return png;
 }
 
+// A number member; 0 when it is missing or no number.
 int64_t member(JsonObject* object, const char* name) {
-    return object && json_object_has_member(object, name)
-               ? json_node_get_int(json_object_get_member(object, name))
-               : 0;
+    if (!object || !json_object_has_member(object, name))
+        return 0;
+    JsonNode* node = json_object_get_member(object, name);
+    if (!JSON_NODE_HOLDS_VALUE(node))
+        return 0;
+    GType type = json_node_get_value_type(node);
+    if (type == G_TYPE_INT64)
+        return json_node_get_int(node);
+    if (type == G_TYPE_DOUBLE)
+        return static_cast<int64_t>(json_node_get_double(node));
+    return 0;
 }
 
 std::string textMember(JsonObject* object, const char* name) {
@@ -148,6 +157,7 @@ CTrackerPage::CTrackerPage(CHostViewLayer& layer, GMainContext* context)
     : m_layer(layer), m_context(context),
       m_server([this](const HTTPRequest& request) { return serve(request); },
                [this](SoupServer* server) {
+                   m_server.guardPath("/socket");
                    soup_server_add_websocket_handler(
                        server, "/socket", nullptr, nullptr,
                        [](SoupServer*, SoupServerMessage*, const char*,

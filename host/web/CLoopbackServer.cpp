@@ -115,6 +115,11 @@ bool CLoopbackServer::start(std::string& error, uint16_t port, GMainContext* con
     return false;
 }
 
+void CLoopbackServer::guardPath(const char* path) {
+    if (m_server)
+        soup_server_add_early_handler(m_server, path, checkHeaders, this, nullptr);
+}
+
 bool CLoopbackServer::listen(std::string& error, uint16_t port) {
     m_server = SOUP_SERVER(g_object_new(SOUP_TYPE_SERVER, "server-header", "vellum-host", nullptr));
     soup_server_add_early_handler(m_server, nullptr, checkHeaders, this, nullptr);

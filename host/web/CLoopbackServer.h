@@ -44,6 +44,10 @@ public:
     /// twice.
     void stop();
 
+    /// Puts the gate and the size checks before a path that setup gave a handler of its own
+    /// (a WebSocket's); the server's other paths have them already. Call it from setup.
+    void guardPath(const char* path);
+
     uint16_t port() const { return m_port; }
     /// "http://127.0.0.1:<port>".
     std::string base() const;
