@@ -657,6 +657,13 @@ public:
     virtual void SetWindowEventProc(VxWindow window, VxWindowEventProc proc, void* data) = 0;
     /// The window a view is in, or null.
     virtual VxWindow GetViewWindow(VxView view) = 0;
+    /// Shows a window as a modal dialog and runs the loop until StopModal; answers its result.
+    /// A host that cannot run a modal loop answers -1 at once.
+    virtual int32_t RunModal(VxWindow window) = 0;
+    /// Ends the modal loop of a window with a result.
+    virtual void StopModal(VxWindow window, int32_t result) = 0;
+    /// The first view named so among a view and its descendants (depth first), or null.
+    virtual VxView FindViewByName(VxView root, const char* name) = 0;
 
     // Panels.
 

@@ -168,11 +168,13 @@ CTrackerPage::CTrackerPage(CHostViewLayer& layer, GMainContext* context)
                [this](const HTTPRequest& request) { return refuse(request); }),
       m_token(randomToken()) {
     m_layer.setChangeListener([this] { scheduleUpdate(); });
+    m_layer.setModalPresenter([this] { return !m_sockets.empty(); });
 }
 
 CTrackerPage::~CTrackerPage() {
     stop();
     m_layer.setChangeListener(nullptr);
+    m_layer.setModalPresenter(nullptr);
 }
 
 bool CTrackerPage::start(std::string& error, uint16_t port) {

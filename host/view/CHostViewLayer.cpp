@@ -2,7 +2,21 @@
 
 #include "host/view/ViewTables.h"
 
+#include <glib.h>
+
 #include <algorithm>
+
+namespace {
+
+HostWindow* findWindow(const std::vector<std::unique_ptr<HostWindow>>& windows, VxWindow handle) {
+    for (const auto& window : windows) {
+        if (reinterpret_cast<VxWindow>(window.get()) == handle)
+            return window.get();
+    }
+    return nullptr;
+}
+
+} // namespace
 
 CHostViewLayer::CHostViewLayer() : m_tables(std::make_unique<Tables>(*this)) {}
 
@@ -352,18 +366,6 @@ HostWindow* CHostViewLayer::windowById(uint32_t id) const {
     return nullptr;
 }
 
-namespace {
-
-HostWindow* findWindow(const std::vector<std::unique_ptr<HostWindow>>& windows, VxWindow handle) {
-    for (const auto& window : windows) {
-        if (reinterpret_cast<VxWindow>(window.get()) == handle)
-            return window.get();
-    }
-    return nullptr;
-}
-
-} // namespace
-
 void CHostViewLayer::destroyWindow(HostWindow* window, bool tellPlugin) {
     if (tellPlugin && window->events.proc)
         window->events.proc(reinterpret_cast<VxWindow>(window), kVxWinWillDestroy,
@@ -419,6 +421,53 @@ VxWindow CHostViewLayer::GetViewWindow(VxView handle) {
     return nullptr;
 }
 
+int32_t CHostViewLayer::RunModal(VxWindow handle) {
+    HostWindow* window = findWindow(m_windows, handle);
+    if (!window || window->modal || !m_present || !m_present())
+        return -1;
+    uint32_t id = window->id;
+    window->modal = true;
+    window->modalResult.reset();
+    window->visible = true;
+    changed();
+    // The page is served from this loop: it runs until the window has its result, the window
+    // goes, or the page does.
+    while ((window = windowById(id)) && !window->modalResult && m_present && m_present())
+        g_main_context_iteration(g_main_context_default(), TRUE);
+    if (!window)
+        return -1;
+    int32_t result = window->modalResult.value_or(-1);
+    window->modal = false;
+    window->modalResult.reset();
+    window->visible = false;
+    changed();
+    return result;
+}
+
+void CHostViewLayer::StopModal(VxWindow handle, int32_t result) {
+    HostWindow* window = findWindow(m_windows, handle);
+    if (window && window->modal) {
+        window->modalResult = result;
+        // Wakes the modal loop, which may wait for the next event.
+        g_main_context_wakeup(g_main_context_default());
+    }
+}
+
+VxView CHostViewLayer::FindViewByName(VxView rootHandle, const char* name) {
+    HostView* root = view(rootHandle);
+    if (!root || !name)
+        return nullptr;
+    std::vector<HostView*> pending{root};
+    while (!pending.empty()) {
+        HostView* candidate = pending.back();
+        pending.pop_back();
+        if (candidate->name == name)
+            return reinterpret_cast<VxView>(candidate);
+        pending.insert(pending.end(), candidate->children.rbegin(), candidate->children.rend());
+    }
+    return nullptr;
+}
+
 // Panels.
 
 void CHostViewLayer::RegisterPanel(const char* name, const char* titleUtf8, VxPanelShowProc show,
@@ -447,6 +496,11 @@ bool CHostViewLayer::closeWindow(uint32_t id) {
     HostWindow* window = windowById(id);
     if (!window || !window->visible)
         return false;
+    if (window->modal) {
+        // The close box of a modal window cancels it.
+        StopModal(reinterpret_cast<VxWindow>(window), -1);
+        return true;
+    }
     window->visible = false;
     changed();
     if (window->events.proc)

@@ -57,6 +57,11 @@ public:
     void SetWindowTitle(VxWindow window, const char* titleUtf8) override;
     void SetWindowEventProc(VxWindow window, VxWindowEventProc proc, void* data) override;
     VxWindow GetViewWindow(VxView view) override;
+    /// Runs while a page can show the window (see setModalPresenter); -1 at once otherwise, or
+    /// when the page goes before StopModal.
+    int32_t RunModal(VxWindow window) override;
+    void StopModal(VxWindow window, int32_t result) override;
+    VxView FindViewByName(VxView root, const char* name) override;
 
     void RegisterPanel(const char* name, const char* titleUtf8, VxPanelShowProc show,
                        void* data) override;
@@ -99,6 +104,10 @@ public:
 
     /// Drops every window, view, menu and panel without calling the plug-in: after it is gone.
     void forgetPlugin();
+
+    /// Whether a person can answer a modal window now (a page is open); a modal loop runs only
+    /// while it says so.
+    void setModalPresenter(std::function<bool()> present) { m_present = std::move(present); }
 
     /// Called once after each change that the page must draw (coalescing is the caller's).
     void setChangeListener(std::function<void()> listener) { m_changed = std::move(listener); }
@@ -172,4 +181,5 @@ private:
     std::vector<HostPanel> m_panels;
     std::string m_clipboard;
     std::function<void()> m_changed;
+    std::function<bool()> m_present;
 };

@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <unordered_set>
 #include <utility>
@@ -131,6 +132,9 @@ struct HostWindow {
     std::string name;
     std::string title;
     bool visible = false;
+    /// Shown as a modal dialog: RunModal waits for its result.
+    bool modal = false;
+    std::optional<int32_t> modalResult;
     HostView* root = nullptr;
     HostProc<VxWindowEventProc> events;
 };

@@ -184,7 +184,7 @@ std::string ViewStateJSON(CHostViewLayer& layer, const IconNamer& icons) {
     for (const auto& window : layer.windows()) {
         out += std::string(first ? "" : ",") + "{\"id\":" + number(window->id) +
                ",\"name\":" + JSONString(window->name) + ",\"title\":" + JSONString(window->title) +
-               ",\"visible\":" + boolean(window->visible) +
+               ",\"visible\":" + boolean(window->visible) + ",\"modal\":" + boolean(window->modal) +
                ",\"root\":" + (window->root ? writer.view(window->root) : "null") + "}";
         first = false;
     }

@@ -4,7 +4,10 @@
 #include "host/view/ViewState.h"
 #include "tests/support/CSamplePanel.h"
 
+#include <glib.h>
 #include <gtest/gtest.h>
+
+#include <functional>
 
 #include <string>
 #include <vector>
@@ -380,6 +383,63 @@ TEST(HostViewLayer, ForgettingThePlugInCallsNothingOfIt) {
     EXPECT_TRUE(deaths.seen.empty());
     EXPECT_TRUE(layer.windows().empty());
     EXPECT_EQ(layer.baseView()->ClassName(tree), "");
+}
+
+struct ModalCase {
+    CHostViewLayer* layer;
+    VxWindow window;
+    std::function<void()> whileRunning;
+};
+
+TEST(HostViewLayer, AModalWindowRunsUntilItsResultOrItsPageGoes) {
+    CHostViewLayer layer;
+    VxWindow window = layer.NewWindow("dialog", "Dialog");
+    EXPECT_EQ(layer.RunModal(window), -1) << "no page to show it on";
+    bool pageOpen = true;
+    layer.setModalPresenter([&pageOpen] { return pageOpen; });
+    HostWindow* held = layer.windowById(layer.view(layer.GetWindowRootView(window))->window->id);
+    const struct {
+        const char* what;
+        std::function<void()> whileRunning;
+        int32_t result;
+    } cases[] = {
+        {"StopModal", [&] { layer.StopModal(window, 7); }, 7},
+        {"the close box", [&] { layer.closeWindow(held->id); }, -1},
+        {"the page goes", [&] { pageOpen = false; }, -1},
+    };
+    for (const auto& c : cases) {
+        pageOpen = true;
+        bool sawModal = false;
+        ModalCase running{&layer, window, [&] {
+                              sawModal = held->modal && held->visible;
+                              c.whileRunning();
+                          }};
+        g_idle_add(
+            [](gpointer data) {
+                static_cast<ModalCase*>(data)->whileRunning();
+                return G_SOURCE_REMOVE;
+            },
+            &running);
+        EXPECT_EQ(layer.RunModal(window), c.result) << c.what;
+        EXPECT_TRUE(sawModal) << c.what;
+        EXPECT_FALSE(held->modal || held->visible) << c.what;
+    }
+    EXPECT_EQ(layer.RunModal(nullptr), -1);
+    layer.StopModal(window, 3); // not running: nothing to stop
+    EXPECT_FALSE(held->modalResult);
+}
+
+TEST(HostViewLayer, FindsAViewByNameDepthFirst) {
+    CHostViewLayer layer;
+    VxView root = layer.containerView()->Create(nullptr, "root");
+    VxView left = layer.containerView()->Create(root, "left");
+    VxView deep = layer.staticTextView()->Create(left, "name");
+    layer.staticTextView()->Create(root, "name");
+    EXPECT_EQ(layer.FindViewByName(root, "name"), deep);
+    EXPECT_EQ(layer.FindViewByName(root, "root"), root);
+    EXPECT_EQ(layer.FindViewByName(left, "missing"), nullptr);
+    EXPECT_EQ(layer.FindViewByName(bogus(), "name"), nullptr);
+    EXPECT_EQ(layer.FindViewByName(root, nullptr), nullptr);
 }
 
 } // namespace

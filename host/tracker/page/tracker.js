@@ -78,6 +78,8 @@
                 elements.set("w" + w.id, frame);
             }
             frame.querySelector(".title").textContent = w.title;
+            // A modal window sits above the others, which wait for it.
+            frame.classList.toggle("modal", w.modal);
             const root = drawView(w.root, seen);
             if (frame.children[1] !== root) {
                 if (frame.children[1])
@@ -87,6 +89,7 @@
             kept.push(frame);
             seen.add("w" + w.id);
         }
+        document.body.classList.toggle("has-modal", windows.some((w) => w.modal));
         document.title = windows.length ? windows[0].title + " — Vellum" : "Vellum";
         if (!windows.length)
             kept.push(launcher());
