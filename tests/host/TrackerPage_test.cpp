@@ -1,11 +1,13 @@
 // The Tracker page's server over real loopback connections: who it lets in, what its actions do,
 // how it serves an HTML view's page, and what it pushes over its WebSocket, dialogs included.
 // The server runs on this thread's loop; clients run on threads of their own.
+#include "host/icons/CPngIconBundle.h"
 #include "host/tracker/CTrackerPage.h"
 #include "host/tracker/ContextLinks.h"
 #include "tests/support/CSamplePanel.h"
 
 #include <curl/curl.h>
+#include <gdk-pixbuf/gdk-pixbuf.h>
 #include <libsoup/soup.h>
 
 #include <gtest/gtest.h>
@@ -365,6 +367,74 @@ TEST_F(TrackerPage, ChangesArePushedAndDialogsAreAnsweredOnThePage) {
         return m.find("{\"type\":\"dialog\",\"dialog\":{\"id\":1,\"kind\":\"alert\",\"text\":"
                       "\"Remove it?\",\"title\":\"\",\"buttons\":[\"Remove\",\"Cancel\"]") == 0;
     }));
+}
+
+// PNG bytes of a square of one colour.
+std::string squarePNG(int size, guint32 rgba) {
+    GdkPixbuf* pixbuf = gdk_pixbuf_new(GDK_COLORSPACE_RGB, TRUE, 8, size, size);
+    gdk_pixbuf_fill(pixbuf, rgba);
+    gchar* buffer = nullptr;
+    gsize length = 0;
+    gdk_pixbuf_save_to_buffer(pixbuf, &buffer, &length, "png", nullptr, nullptr);
+    std::string png(buffer, length);
+    g_free(buffer);
+    g_object_unref(pixbuf);
+    return png;
+}
+
+TEST_F(TrackerPage, IconsAreServedAsPNGOneNumberForEachPicture) {
+    std::string red = squarePNG(16, 0xff0000ff);
+    std::string blue = squarePNG(16, 0x0000ffff);
+    auto bundle = [](const std::string& png) {
+        return PngIconBundleNew(reinterpret_cast<const unsigned char*>(png.data()), png.size());
+    };
+    // Two bundles of the same picture are one icon for the page; another picture is another.
+    VxIcon icons[] = {bundle(red), bundle(red), bundle(blue)};
+    VxView root = layer.GetWindowRootView(panel.window());
+    std::vector<VxView> views;
+    for (VxIcon icon : icons) {
+        views.push_back(layer.staticIconView()->Create(root, "icon"));
+        layer.staticIconView()->SetIcon(views.back(), icon);
+    }
+    std::string state = ask(base + "/state?token=" + page.token()).body;
+    std::vector<std::string> numbers;
+    for (VxView view : views) {
+        std::smatch icon;
+        std::string id = std::to_string(layer.view(view)->id);
+        ASSERT_TRUE(std::regex_search(
+            state, icon,
+            std::regex("\\{\"id\":" + id + ",\"class\":\"StaticIcon\".*?\"icon\":(\\d+)")));
+        numbers.push_back(icon[1]);
+    }
+    EXPECT_EQ(numbers[0], numbers[1]);
+    EXPECT_NE(numbers[0], numbers[2]);
+    EXPECT_NE(numbers[0], "0");
+    Reply png = ask(base + "/icon/" + numbers[2] + "?token=" + page.token());
+    EXPECT_EQ(png.status, 200);
+    EXPECT_NE(png.headers.find("Content-Type: image/png"), std::string::npos);
+    GdkPixbufLoader* loader = gdk_pixbuf_loader_new();
+    ASSERT_TRUE(gdk_pixbuf_loader_write(loader, reinterpret_cast<const guchar*>(png.body.data()),
+                                        png.body.size(), nullptr));
+    gdk_pixbuf_loader_close(loader, nullptr);
+    GdkPixbuf* decoded = gdk_pixbuf_loader_get_pixbuf(loader);
+    ASSERT_NE(decoded, nullptr);
+    EXPECT_EQ(gdk_pixbuf_get_width(decoded), 16);
+    const guchar* pixel = gdk_pixbuf_get_pixels(decoded);
+    EXPECT_EQ((std::vector<int>{pixel[0], pixel[1], pixel[2], pixel[3]}),
+              (std::vector<int>{0, 0, 255, 255}));
+    g_object_unref(loader);
+    // A handle that is no bundle is no icon.
+    int notAnIcon = 0;
+    layer.staticIconView()->SetIcon(views[0], reinterpret_cast<VxIcon>(&notAnIcon));
+    state = ask(base + "/state?token=" + page.token()).body;
+    EXPECT_NE(state.find("\"id\":" + std::to_string(layer.view(views[0])->id) +
+                         ",\"class\":\"StaticIcon\",\"name\":\"icon\",\"visible\":true,"
+                         "\"enabled\":true,\"icon\":0"),
+              std::string::npos);
+    for (VxView view : views)
+        layer.baseView()->Destroy(view);
+    for (VxIcon icon : icons)
+        PngIconBundleRelease(icon);
 }
 
 TEST(ContextLinks, EachLinkGoesThroughTheRouteAndNothingElseChanges) {
