@@ -10,8 +10,17 @@
 
 namespace {
 
-gboolean quitLoop(gpointer loop) {
-    static_cast<CMainLoop*>(loop)->quit();
+struct Serving {
+    CMainLoop& loop;
+    CTrackerPage& page;
+};
+
+// Ctrl-C, SIGTERM or the time limit: the page closes first, so that a dialog waiting on it gives
+// up, then the loop ends.
+gboolean stopServing(gpointer data) {
+    auto* serving = static_cast<Serving*>(data);
+    serving->page.stop();
+    serving->loop.quit();
     return G_SOURCE_REMOVE;
 }
 
@@ -55,18 +64,21 @@ int RunTracker(CReferenceHost& host, const std::string& plugin, const TrackerReq
                 openInBrowser(page.address(), errors);
 
             CMainLoop& loop = host.loop();
-            guint interrupt = g_unix_signal_add(SIGINT, quitLoop, &loop);
-            guint terminate = g_unix_signal_add(SIGTERM, quitLoop, &loop);
+            Serving serving{loop, page};
+            guint interrupt = g_unix_signal_add(SIGINT, stopServing, &serving);
+            guint terminate = g_unix_signal_add(SIGTERM, stopServing, &serving);
             guint limit = request.timeoutSeconds > 0
                               ? g_timeout_add_seconds(static_cast<guint>(request.timeoutSeconds),
-                                                      quitLoop, &loop)
+                                                      stopServing, &serving)
                               : 0;
             // The page is work under way: the loop serves it until told to stop.
             loop.beginWork();
             loop.run();
             loop.endWork();
             for (guint source : {interrupt, terminate, limit}) {
-                if (source)
+                if (GSource* pending =
+                        source ? g_main_context_find_source_by_id(nullptr, source) : nullptr;
+                    pending && !g_source_is_destroyed(pending))
                     g_source_remove(source);
             }
             host.userInterface().setPageDialogs(nullptr);
