@@ -76,6 +76,7 @@ private:
         if (c == "PropertyButton")
             return ",\"text\":" + JSONString(v->text) + ",\"help\":" + JSONString(v->helpText) +
                    ",\"icon\":" + number(icon(v->icon)) +
+                   ",\"labelled\":" + boolean((v->fontFlags & 1) != 0) +
                    ",\"separator\":" + boolean(v->separator) + ",\"mark\":" + boolean(v->mark) +
                    ",\"active\":" + boolean(m_layer.buttonEnabled(v)) +
                    ",\"menu\":" + menu(v->menu);

@@ -21,7 +21,19 @@
         return path + (path.includes("?") ? "&" : "?") + "token=" + encodeURIComponent(token);
     }
 
-    async function act(action) {
+    // Actions reach the host in the order the person made them. An answer to a dialog goes at
+    // once: the action that raised the dialog waits for it.
+    let queue = Promise.resolve();
+
+    function act(action) {
+        if (action.action === "answer")
+            return send(action);
+        const sent = queue.then(() => send(action));
+        queue = sent.catch(() => {});
+        return sent;
+    }
+
+    async function send(action) {
         try {
             const reply = await fetch(withToken("/action"), {
                 method: "POST",
@@ -134,6 +146,7 @@
             made = create(view);
             made.dataset.kind = view.class;
             made.dataset.view = view.id;
+            made.dataset.name = view.name;
             elements.set(key, made);
         }
         made.classList.toggle("hidden", !view.visible);
@@ -293,7 +306,8 @@
         const parts = [];
         if (view.icon)
             parts.push(iconImage(view.icon));
-        if (view.text || !view.icon)
+        // The label shows beside the icon when the button asks for it, or in place of none.
+        if ((view.text && view.labelled) || !view.icon)
             parts.push(element("span", view.menu ? "drop" : "", view.text));
         else if (view.menu)
             parts.push(element("span", "drop"));
