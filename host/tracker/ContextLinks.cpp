@@ -44,6 +44,46 @@ std::string decodeEntities(std::string_view value) {
     return out;
 }
 
+// The page's base address: the first <base href>, or empty.
+std::string baseOf(const std::string& html) {
+    for (size_t at = 0; (at = html.find('<', at)) != std::string::npos; ++at) {
+        if (!startsWithNoCase(html, at + 1, "base") || at + 5 >= html.size() ||
+            !isSpace(html[at + 5]))
+            continue;
+        size_t close = html.find('>', at);
+        std::string tag =
+            html.substr(at, close == std::string::npos ? std::string::npos : close - at);
+        for (size_t i = 1; i < tag.size(); ++i) {
+            if (!isSpace(tag[i - 1]) || !startsWithNoCase(tag, i, "href"))
+                continue;
+            size_t j = tag.find_first_not_of(" \t\r\n\f", i + 4);
+            if (j == std::string::npos || tag[j] != '=')
+                continue;
+            j = tag.find_first_not_of(" \t\r\n\f", j + 1);
+            if (j == std::string::npos)
+                return "";
+            char quote = tag[j] == '"' || tag[j] == '\'' ? tag[j] : 0;
+            size_t start = quote ? j + 1 : j;
+            size_t end = quote ? tag.find(quote, start) : tag.find_first_of(" \t\r\n\f", start);
+            return decodeEntities(std::string_view(tag).substr(
+                start, end == std::string::npos ? std::string::npos : end - start));
+        }
+        return "";
+    }
+    return "";
+}
+
+// A link as the page means it: relative ones against the page's base, when it names one.
+std::string resolve(const std::string& address, const std::string& base) {
+    if (base.empty() || g_uri_peek_scheme(address.c_str()))
+        return address;
+    gchar* resolved =
+        g_uri_resolve_relative(base.c_str(), address.c_str(), G_URI_FLAGS_NONE, nullptr);
+    std::string out = resolved ? resolved : address;
+    g_free(resolved);
+    return out;
+}
+
 std::string encode(const std::string& address) {
     gchar* escaped = g_uri_escape_string(address.c_str(), nullptr, FALSE);
     std::string out = escaped ? escaped : "";
@@ -54,6 +94,7 @@ std::string encode(const std::string& address) {
 } // namespace
 
 std::string RouteLinks(const std::string& html, const std::string& route) {
+    const std::string base = baseOf(html);
     std::string out;
     out.reserve(html.size());
     size_t at = 0;
@@ -102,7 +143,7 @@ std::string RouteLinks(const std::string& html, const std::string& route) {
                     }
                     std::string address = decodeEntities(
                         std::string_view(tag).substr(valueStart, valueEnd - valueStart));
-                    rewritten += "href=\"" + route + encode(address) + "\"";
+                    rewritten += "href=\"" + route + encode(resolve(address, base)) + "\"";
                     i = j;
                     continue;
                 }

@@ -5,5 +5,6 @@
 #include <string>
 
 /// The page with the href of each <a> and <area> element replaced by route followed by the
-/// original address, percent-encoded. Everything else is kept byte for byte.
+/// original address, percent-encoded; a relative address is first resolved against the page's
+/// <base href>, when it has one. Everything else is kept byte for byte.
 std::string RouteLinks(const std::string& html, const std::string& route);

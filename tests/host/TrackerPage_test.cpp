@@ -454,6 +454,12 @@ TEST(ContextLinks, EachLinkGoesThroughTheRouteAndNothingElseChanges) {
         {"<a data-href=\"k\" href = \"v\">", "<a data-href=\"k\" href=\"R:v\">"},
         {"text < 3 and <a href=\"x\"", "text < 3 and <a href=\"x\""},
         {"", ""},
+        // Relative links resolve against the page's base, as the browser would have.
+        {"<BODY><BASE href=\"http://n.example/feeds/news.xml\"><a href=\"../story?id=1\">s</a>"
+         "<a href=\"vellum:Inbox?removeFeed=x\">r</a>",
+         "<BODY><BASE href=\"http://n.example/feeds/news.xml\"><a "
+         "href=\"R:http%3A%2F%2Fn.example%2Fstory%3Fid%3D1\">s</a><a "
+         "href=\"R:vellum%3AInbox%3FremoveFeed%3Dx\">r</a>"},
     };
     for (const auto& c : cases)
         EXPECT_EQ(RouteLinks(c.html, "R:"), c.routed) << c.html;

@@ -111,6 +111,23 @@ def run(driver, host, base, shots):
     subscribe(driver, base + "/alpha.xml")
     tb.wait_for(driver, lambda: "Subscription Errors" in tb.top_level(driver),
                 "the failing feed under Subscription Errors", timeout=60)
+    errors = tb.row(driver, "Subscription Errors")
+    if errors.get_attribute("aria-expanded") == "false":
+        errors.find_element(By.CSS_SELECTOR, ".twisty").click()
+    tb.wait_for(driver, lambda: any(level == 2 and "alpha" in text
+                                    for level, text, _, _ in tb.rows(driver)),
+                "the failing feed inside Subscription Errors")
+    assert not any("alpha" in text for text in tb.top_level(driver)), tb.rows(driver)
+    # Selected, the failing feed shows the plug-in's error page in the context pane.
+    failing = [text for level, text, _, _ in tb.rows(driver) if level == 2 and "alpha" in text]
+    tb.row(driver, failing[0]).click()
+    frame = tb.wait_for(driver, lambda: driver.find_element(By.CSS_SELECTOR, ".v-HTML iframe"),
+                        "the context pane")
+    assert frame.get_attribute("sandbox") == ""
+    driver.switch_to.frame(frame)
+    tb.wait_for(driver, lambda: driver.find_element(By.TAG_NAME, "body").text.strip(),
+                "the error page")
+    driver.switch_to.default_content()
     shots.take(driver, "failing")
 
     Feeds.failing.discard("alpha")
