@@ -10,6 +10,7 @@
 
 #include <climits>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <ostream>
@@ -24,11 +25,19 @@ void bypassProxyForLoopback() {
     setenv("NO_PROXY", list.c_str(), 1);
 }
 
-// This program as the person can run it again.
+// This program as the person can run it again: relative to the current folder when it lies
+// below it (./build/vellum-host after make demo), else by its full path.
 std::string selfPath() {
     char path[PATH_MAX];
     ssize_t length = readlink("/proc/self/exe", path, sizeof path - 1);
-    return length > 0 ? std::string(path, static_cast<size_t>(length)) : "vellum-host";
+    if (length <= 0)
+        return "vellum-host";
+    std::filesystem::path self(std::string(path, static_cast<size_t>(length)));
+    std::error_code error;
+    std::filesystem::path relative = std::filesystem::relative(self, error);
+    if (error || relative.empty() || *relative.begin() == "..")
+        return self.string();
+    return "./" + relative.string();
 }
 
 // The Tracker panel opened on what the demo left in it, printed as text, with the command that
