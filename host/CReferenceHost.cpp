@@ -19,14 +19,19 @@ bool callLifeCycle(QsCallback callback) {
 
 CReferenceHost::CReferenceHost(std::istream& in, std::ostream& out,
                                CConsoleUserInterface::Answers answers)
-    : m_ui(in, out, answers), m_engine(std::make_unique<CSpiderMonkeyEngine>()) {
+    : m_ui(in, out, answers), m_webCapture(m_cabinets, out, CChromiumCapture::Opening::Desktop),
+      m_engine(std::make_unique<CSpiderMonkeyEngine>()) {
     m_engine->setCore(&m_core);
     m_engine->setEncodings(&m_encodings);
     m_engine->setUserInterface(&m_ui);
     m_looseRoots = std::make_unique<CLooseRootsSource>(m_loop.context(), *m_engine);
 
-    m_core.registerTables({&m_support, &m_view, &m_extra, &m_documents, &m_network, &m_baseKit,
-                           &m_encodings, &m_ui, &m_wsdlReader, m_engine.get(), &m_multicastDNS});
+    HostTableSet tables{&m_support,    &m_view,        &m_extra,       &m_documents,
+                        &m_network,    &m_baseKit,     &m_encodings,   &m_ui,
+                        &m_wsdlReader, m_engine.get(), &m_multicastDNS};
+    tables.viewLayer = &m_viewLayer;
+    tables.webCapture = &m_webCapture;
+    m_core.registerTables(tables);
 }
 
 CReferenceHost::~CReferenceHost() {
@@ -101,6 +106,7 @@ void CReferenceHost::closePlugin() {
     // Nothing may call into the plug-in once it is closed: its notifications, its table servers
     // and the script engine, whose last collection runs the plug-in's finalisers, go first.
     m_ui.clearNotifications();
+    m_viewLayer.forgetPlugin();
     m_core.destroyServers();
     m_looseRoots.reset();
     m_engine.reset();

@@ -10,6 +10,7 @@
 #include "frame/host/PISDK.h"
 #include "host/basekit/CBaseKit.h"
 #include "host/cabinets/CGVariantCabinets.h"
+#include "host/capture/CChromiumCapture.h"
 #include "host/core/CHostCore.h"
 #include "host/document/CHostDocumentModel.h"
 #include "host/encodings/CIconvEncodings.h"
@@ -23,6 +24,7 @@
 #include "host/script/CSpiderMonkeyEngine.h"
 #include "host/support/CHostSupport.h"
 #include "host/ui/CConsoleUserInterface.h"
+#include "host/view/CHostViewLayer.h"
 #include "host/wsdl/CWsdlReader.h"
 
 #include <iosfwd>
@@ -51,6 +53,10 @@ public:
     CMainLoop& loop() { return m_loop; }
     /// The network layer, for the command line's settings before start.
     CCurlNetwork& network() { return m_network; }
+    /// The view layer, which the Tracker page draws.
+    CHostViewLayer& viewLayer() { return m_viewLayer; }
+    /// The user interface, which a page may take the dialogs of.
+    CConsoleUserInterface& userInterface() { return m_ui; }
 
     /// The plug-in's name, as its handshake gave it.
     std::string pluginName();
@@ -76,6 +82,8 @@ private:
     CCurlNetwork m_network{m_loop};
     CWsdlReader m_wsdlReader{m_cabinets, &m_network};
     CAvahiMulticastDNS m_multicastDNS;
+    CHostViewLayer m_viewLayer;
+    CChromiumCapture m_webCapture;
     std::unique_ptr<CSpiderMonkeyEngine> m_engine;
     std::unique_ptr<CLooseRootsSource> m_looseRoots;
 

@@ -57,6 +57,13 @@ constexpr CommandText kCommands[] = {
      "--timeout bounds the fetch and the reading. Exit status: 0; 1 when the feed cannot be\n"
      "fetched or read, or the reader makes no feed of it; 2 when the plug-in cannot be loaded;\n"
      "3 when --timeout ends the run; 130 after Ctrl-C.\n"},
+    {"tracker", "tracker", "serve the Tracker as a web page on 127.0.0.1",
+     "Loads the plug-in, serves its Tracker as a web page on 127.0.0.1 (--port N, or a free\n"
+     "port) and prints the page's address with its token, http://127.0.0.1:PORT/?token=...;\n"
+     "a request without the token is refused. --open hands the address to the desktop's\n"
+     "browser. Alerts and questions of the plug-in appear on the page while it is open. Serves\n"
+     "until Ctrl-C, or --timeout when given. Exit status: 0; 1 when the page cannot be served;\n"
+     "2 when the plug-in cannot be loaded.\n"},
 };
 
 struct OptionText {
@@ -71,6 +78,8 @@ constexpr OptionText kOptions[] = {
     {"--timeout SECONDS", "end a script and its wait after this long (default 60, 0: no limit)"},
     {"--domain DOMAIN", "discover: where to look (default local.)"},
     {"--resolve NAME", "discover: resolve this instance"},
+    {"--port N", "tracker: serve on this port of 127.0.0.1 (default: a free one)"},
+    {"--open", "tracker: open the page in the desktop's browser"},
     {"-h, --help", "this text; after a command, that command's help"},
 };
 
@@ -100,6 +109,14 @@ bool parseSeconds(const std::string& text, int& seconds) {
         text.size() > 7)
         return false;
     seconds = std::stoi(text);
+    return true;
+}
+
+bool parsePort(const std::string& text, int& port) {
+    int value = 0;
+    if (!parseSeconds(text, value) || value < 1 || value > 65535)
+        return false;
+    port = value;
     return true;
 }
 
@@ -134,6 +151,14 @@ bool ParseHostCommandLine(const std::vector<std::string>& arguments, HostCommand
                 error = "--timeout needs a number of seconds";
                 return false;
             }
+            line.timeoutGiven = true;
+        } else if (argument == "--port") {
+            if (!hasValue || !parsePort(arguments[++i], line.port)) {
+                error = "--port needs a port number from 1 to 65535";
+                return false;
+            }
+        } else if (argument == "--open") {
+            line.open = true;
         } else if (argument.size() > 1 && argument[0] == '-') {
             error = "unknown option " + argument;
             return false;
@@ -151,6 +176,11 @@ bool ParseHostCommandLine(const std::vector<std::string>& arguments, HostCommand
         return true;
     if (line.command.empty()) {
         error = "no command";
+        return false;
+    }
+    bool tracker = line.command == "tracker";
+    if (!tracker && (line.port || line.open)) {
+        error = "--port and --open go with tracker";
         return false;
     }
     bool discover = line.command == "discover";

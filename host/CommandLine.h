@@ -3,6 +3,7 @@
 //   vellum-host [--plugin PATH] [--pref SECTION.KEY=VALUE]... [--yes | --no]
 //               [--timeout SECONDS] info | run FILE | console | demo [FILE]
 //               | discover TYPE [--domain DOMAIN] [--resolve NAME] | feed URL|FILE
+//               | tracker [--port N] [--open]
 //   vellum-host --help | <command> --help
 #pragma once
 
@@ -18,10 +19,14 @@ struct HostCommandLine {
     std::vector<std::string> preferences; // each "SECTION.KEY=VALUE", not yet checked
     Answers answers = Answers::Ask;
     int timeoutSeconds = 60;
+    /// Whether --timeout was given (the Tracker serves without a limit otherwise).
+    bool timeoutGiven = false;
     std::string command;
     std::vector<std::string> operands;
     std::string domain;      // discover: empty for the local link
     std::string resolveName; // discover: the instance to resolve
+    int port = 0;            // tracker: 0 for a free port
+    bool open = false;       // tracker: hand the address to the browser
     /// Help was asked for: of the command when there is one, else of the host.
     bool help = false;
 };

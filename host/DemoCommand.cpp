@@ -1,11 +1,16 @@
 #include "host/DemoCommand.h"
 
 #include "host/CReferenceHost.h"
-#include "host/demo/CDemoHTTPServer.h"
 #include "host/demo/DemoServices.h"
 #include "host/runner/CScriptRunner.h"
+#include "host/view/ViewState.h"
+#include "host/web/CLoopbackServer.h"
 
+#include <unistd.h>
+
+#include <climits>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <ostream>
@@ -18,6 +23,34 @@ void bypassProxyForLoopback() {
     std::string list = current && *current ? std::string(current) + ",127.0.0.1" : "127.0.0.1";
     setenv("no_proxy", list.c_str(), 1);
     setenv("NO_PROXY", list.c_str(), 1);
+}
+
+// This program as the person can run it again: relative to the current folder when it lies
+// below it (./build/vellum-host after make demo), else by its full path.
+std::string selfPath() {
+    char path[PATH_MAX];
+    ssize_t length = readlink("/proc/self/exe", path, sizeof path - 1);
+    if (length <= 0)
+        return "vellum-host";
+    std::filesystem::path self(std::string(path, static_cast<size_t>(length)));
+    std::error_code error;
+    std::filesystem::path relative = std::filesystem::relative(self, error);
+    if (error || relative.empty() || *relative.begin() == "..")
+        return self.string();
+    return "./" + relative.string();
+}
+
+// The Tracker panel opened on what the demo left in it, printed as text, with the command that
+// shows it in a browser. Nothing when the plug-in offers no Tracker.
+void printTracker(CReferenceHost& host, std::ostream& out) {
+    if (!host.viewLayer().showPanel("Tracker", false))
+        return;
+    std::string tree = ViewTreesAsText(host.viewLayer());
+    if (tree.empty())
+        return;
+    out << "\nThe Tracker now shows (* unread, - closed):\n"
+        << tree << "\nOpen it in a browser with:\n  " << selfPath() << " tracker --open"
+        << std::endl;
 }
 
 } // namespace
@@ -35,9 +68,10 @@ int RunDemo(CReferenceHost& host, const std::string& plugin, const std::string& 
         return CScriptRunner::kRunCannotStart;
     }
     bypassProxyForLoopback();
-    CDemoHTTPServer server([&server](const DemoHTTPRequest& request) {
-        return serveDemoRequest(request, server.base());
-    });
+    // On a thread of its own: a synchronous call of the plug-in blocks the main loop until the
+    // service has answered.
+    CLoopbackServer server(
+        [&server](const HTTPRequest& request) { return serveDemoRequest(request, server.base()); });
     std::string error;
     if (!server.start(error)) {
         errors << "vellum-host: " << error << std::endl;
@@ -54,6 +88,8 @@ int RunDemo(CReferenceHost& host, const std::string& plugin, const std::string& 
         if (runner.open() && runner.evaluate("var demoServer = \"" + server.base() + "\";"))
             status = runner.run(source, timeoutSeconds);
     }
+    if (status == 0)
+        printTracker(host, out);
     host.stop();
     server.stop();
     return status;

@@ -4,6 +4,7 @@
 #include "host/DemoCommand.h"
 #include "host/DiscoverCommand.h"
 #include "host/FeedCommand.h"
+#include "host/TrackerCommand.h"
 #include "host/runner/CScriptRunner.h"
 
 #include <unistd.h>
@@ -112,5 +113,10 @@ int main(int argc, char** argv) {
     }
     if (line.command == "feed")
         return RunFeed(host, plugin, line.operands[0], line.timeoutSeconds, std::cout, std::cerr);
+    if (line.command == "tracker") {
+        TrackerRequest request{static_cast<uint16_t>(line.port), line.open,
+                               line.timeoutGiven ? line.timeoutSeconds : 0};
+        return RunTracker(host, plugin, request, std::cout, std::cerr);
+    }
     return scripts(host, plugin, line.command, line.operands, line.timeoutSeconds);
 }

@@ -1,6 +1,6 @@
-// The documents the demo serves, the files beside this header (echo.wsdl, literal.wsdl), built
-// into vellum-host so that the demo needs no file at run time. In a document, "{base}" stands
-// for the server's own address.
+// The documents the demo serves, the files beside this header (the WSDL documents and the
+// feeds), built into vellum-host so that the demo needs no file at run time. In a document,
+// "{base}" stands for the server's own address.
 #pragma once
 
 #include <string_view>

@@ -1,6 +1,7 @@
 #include "host/demo/DemoServices.h"
 
 #include "host/demo/DemoDocuments.h"
+#include "host/demo/DemoFeeds.h"
 #include "host/wsdl/CXmlTree.h"
 
 #include <array>
@@ -94,8 +95,8 @@ size_t characterCount(std::string_view utf8) {
     return count;
 }
 
-DemoHTTPReply envelope(bool version12, const std::string& body, int status = 200) {
-    DemoHTTPReply reply;
+HTTPReply envelope(bool version12, const std::string& body, int status = 200) {
+    HTTPReply reply;
     reply.status = status;
     reply.contentType =
         version12 ? "application/soap+xml; charset=utf-8" : "text/xml; charset=utf-8";
@@ -108,8 +109,8 @@ DemoHTTPReply envelope(bool version12, const std::string& body, int status = 200
 }
 
 // A fault: the sender's (Client, Sender) or the service's own (Server, Receiver).
-DemoHTTPReply fault(bool version12, bool sender, const std::string& text,
-                    const std::string& detail = "") {
+HTTPReply fault(bool version12, bool sender, const std::string& text,
+                const std::string& detail = "") {
     std::string body;
     if (version12) {
         body = std::string("<soap:Fault><soap:Code><soap:Value>soap:") +
@@ -127,7 +128,7 @@ DemoHTTPReply fault(bool version12, bool sender, const std::string& text,
 }
 
 // Reads the envelope; on failure reply holds the fault to send.
-bool readCall(const CXmlTree& tree, SoapCall& call, DemoHTTPReply& reply) {
+bool readCall(const CXmlTree& tree, SoapCall& call, HTTPReply& reply) {
     const XmlElement* root = tree.root();
     call.version12 = root && root->nameSpace == kEnvelope12;
     const char* envelopeNS = call.version12 ? kEnvelope12 : kEnvelope11;
@@ -141,8 +142,8 @@ bool readCall(const CXmlTree& tree, SoapCall& call, DemoHTTPReply& reply) {
 }
 
 // An encoded response element holding typed parts: name, type, value.
-DemoHTTPReply encodedResponse(const SoapCall& call, const std::string& operation,
-                              std::initializer_list<std::array<std::string, 3>> parts) {
+HTTPReply encodedResponse(const SoapCall& call, const std::string& operation,
+                          std::initializer_list<std::array<std::string, 3>> parts) {
     std::string body = "<ns:" + operation + "Response xmlns:ns=\"" + kDemoEchoNamespace + "\"";
     if (!call.version12)
         body += std::string(" soap:encodingStyle=\"") + kEncoding11 + "\"";
@@ -154,7 +155,7 @@ DemoHTTPReply encodedResponse(const SoapCall& call, const std::string& operation
     return envelope(call.version12, body);
 }
 
-DemoHTTPReply serveEcho(const SoapCall& call) {
+HTTPReply serveEcho(const SoapCall& call) {
     const XmlElement& operation = *call.operation;
     if (operation.nameSpace != kDemoEchoNamespace)
         return fault(call.version12, true,
@@ -182,7 +183,7 @@ DemoHTTPReply serveEcho(const SoapCall& call) {
                  "The echo service has no operation " + operation.localName + ".");
 }
 
-DemoHTTPReply serveLiteral(const SoapCall& call) {
+HTTPReply serveLiteral(const SoapCall& call) {
     const XmlElement& operation = *call.operation;
     std::string name;
     if (!operation.is(kDemoLiteralNamespace, "greet") || !argument(operation, "name", name))
@@ -197,22 +198,24 @@ DemoHTTPReply serveLiteral(const SoapCall& call) {
 
 } // namespace
 
-DemoHTTPReply serveDemoRequest(const DemoHTTPRequest& request, const std::string& base) {
+HTTPReply serveDemoRequest(const HTTPRequest& request, const std::string& base) {
     const std::string& path = request.path;
+    if (IsDemoFeedPath(path))
+        return ServeDemoFeed(request, base);
     if (path == "/echo.wsdl" || path == "/literal.wsdl") {
         if (request.method != "GET")
-            return {405, "text/plain; charset=utf-8", "Use GET for a WSDL document.\n"};
+            return TextReply(405, "Use GET for a WSDL document.\n");
         return {200, "text/xml; charset=utf-8", withBase(demoDocument(path.substr(1)), base)};
     }
     if (path != "/echo" && path != "/literal" && path != "/fault")
-        return {404, "text/plain; charset=utf-8", "No demo service at " + path + ".\n"};
+        return TextReply(404, "No demo service at " + path + ".\n");
     if (request.method != "POST")
-        return {405, "text/plain; charset=utf-8", "A SOAP service takes POST.\n"};
+        return TextReply(405, "A SOAP service takes POST.\n");
 
     CXmlTree tree;
     tree.parseAll(request.body);
     SoapCall call;
-    DemoHTTPReply reply;
+    HTTPReply reply;
     if (!readCall(tree, call, reply))
         return reply;
     if (path == "/fault")

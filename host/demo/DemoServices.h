@@ -5,11 +5,12 @@
 //   POST /echo          rpc/encoded: echoString(inputString), addNumbers(a, b), serverInfo()
 //   POST /literal       document/literal: greet with a name
 //   POST /fault         answers every call with a SOAP fault
+//   GET  /feeds/...     two sample feeds (host/demo/DemoFeeds.h)
 //
 // The services read the request envelope (SOAP 1.1 or 1.2) and answer in the same version.
 #pragma once
 
-#include "host/demo/CDemoHTTPServer.h"
+#include "host/web/LoopbackHTTP.h"
 
 #include <string>
 
@@ -20,4 +21,4 @@ inline constexpr const char* kDemoLiteralNamespace = "urn:vellum-demo:literal";
 
 /// Answers one request; base is the server's own "http://127.0.0.1:<port>", which the WSDL
 /// documents give as the services' address.
-DemoHTTPReply serveDemoRequest(const DemoHTTPRequest& request, const std::string& base);
+HTTPReply serveDemoRequest(const HTTPRequest& request, const std::string& base);

@@ -1,6 +1,14 @@
-# Turns the demo's documents into a C++ source that serves them by file name.
-#   cmake -DOUTPUT=<file.cpp> -DFILES=<file;file...> -P EmbedDocuments.cmake
-# Each file is kept byte for byte; its name is its file name.
+# Turns documents into a C++ source that serves them by file name.
+#   cmake -DOUTPUT=<file.cpp> -DFILES=<file;file...> [-DHEADER=<path> -DFUNCTION=<name>]
+#         -P EmbedDocuments.cmake
+# Each file is kept byte for byte; its name is its file name. The function, declared in the
+# header, takes a name and answers the document (the demo's demoDocument by default).
+if(NOT HEADER)
+    set(HEADER host/demo/DemoDocuments.h)
+endif()
+if(NOT FUNCTION)
+    set(FUNCTION demoDocument)
+endif()
 
 set(arrays "")
 set(records "")
@@ -19,8 +27,8 @@ foreach(file IN LISTS FILES)
 endforeach()
 
 file(WRITE ${OUTPUT}.tmp
-"// Generated from the demo's documents at build time; edit those, not this.
-#include \"host/demo/DemoDocuments.h\"
+"// Generated from documents at build time; edit those, not this.
+#include \"${HEADER}\"
 
 #include <cstddef>
 
@@ -38,7 +46,7 @@ ${records}};
 
 } // namespace
 
-std::string_view demoDocument(std::string_view name) {
+std::string_view ${FUNCTION}(std::string_view name) {
     for (const Document& document : kDocuments) {
         if (name == document.name)
             return {document.text, document.size};

@@ -32,6 +32,12 @@ int32_t CConsoleUserInterface::alert(int32_t, const char* textUtf8, const char* 
         if (button)
             buttons.push_back(button);
     }
+    if (m_pageDialogs && m_pageDialogs->hasPage()) {
+        std::vector<std::string> shown = buttons.empty() ? std::vector<std::string>{"OK"} : buttons;
+        if (std::optional<int32_t> pressed =
+                m_pageDialogs->alert(textUtf8 ? textUtf8 : "", shown, beep))
+            return *pressed;
+    }
     m_out << (beep ? "\a" : "") << "\n" << (textUtf8 ? textUtf8 : "") << "\n";
     if (buttons.empty())
         return 1;
@@ -90,6 +96,11 @@ std::optional<std::string> CConsoleUserInterface::response(const char* questionU
                                                            const char* titleUtf8,
                                                            const char* defaultUtf8, bool password) {
     std::string fallback = defaultUtf8 ? defaultUtf8 : "";
+    if (m_pageDialogs && m_pageDialogs->hasPage()) {
+        if (auto answer = m_pageDialogs->response(questionUtf8 ? questionUtf8 : "",
+                                                  titleUtf8 ? titleUtf8 : "", fallback, password))
+            return *answer;
+    }
     m_out << "\n";
     if (titleUtf8 && *titleUtf8)
         m_out << titleUtf8 << ": ";

@@ -1,10 +1,12 @@
 // The reference host's user interface on a terminal: alerts and questions are prompts, or are
 // answered as the command line said (--yes, --no); labels are their defaults, since a console
-// has no plug-in window; notifications are kept and sent when the host says.
+// has no plug-in window; notifications are kept and sent when the host says. While a page is
+// open (the Tracker in a browser), alerts and questions appear on it instead.
 #pragma once
 
 #include "frame/host/HostTableIds.h"
 #include "frame/host/IUserInterface.h"
+#include "host/ui/IPageDialogs.h"
 
 #include <iosfwd>
 #include <vector>
@@ -41,6 +43,8 @@ public:
     void send(int32_t kind);
     /// Forgets every registration: before the code behind them goes away.
     void clearNotifications() { m_registrations.clear(); }
+    /// Shows alerts and questions on a page while it has one open; null: on the terminal only.
+    void setPageDialogs(IPageDialogs* dialogs) { m_pageDialogs = dialogs; }
 
 private:
     struct Registration {
@@ -53,4 +57,5 @@ private:
     std::ostream& m_out;
     Answers m_answers;
     std::vector<Registration> m_registrations;
+    IPageDialogs* m_pageDialogs = nullptr;
 };

@@ -1,6 +1,6 @@
-// The demo's HTTP server and sample services, asked over real loopback connections.
-#include "host/demo/CDemoHTTPServer.h"
+// The host's loopback server and the demo's sample services, asked over real loopback connections.
 #include "host/demo/DemoServices.h"
+#include "host/web/CLoopbackServer.h"
 
 #include <arpa/inet.h>
 #include <curl/curl.h>
@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cstring>
 #include <fstream>
+#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -31,6 +32,7 @@ struct Reply {
     long status = 0;
     std::string contentType;
     std::string body;
+    std::string headers;
 };
 
 size_t collectBody(char* data, size_t size, size_t count, void* out) {
@@ -39,13 +41,19 @@ size_t collectBody(char* data, size_t size, size_t count, void* out) {
 }
 
 // A request through libcurl; a body makes it a POST, sent chunked when asked.
-Reply ask(const std::string& url, const std::string* body, bool chunked = false) {
+Reply ask(const std::string& url, const std::string* body, bool chunked = false,
+          const std::vector<std::string>& extraHeaders = {}) {
     Reply reply;
     CURL* curl = curl_easy_init();
     curl_slist* headers = nullptr;
+    for (const std::string& header : extraHeaders)
+        headers = curl_slist_append(headers, header.c_str());
     curl_easy_setopt(curl, CURLOPT_URL, url.c_str());
     curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, collectBody);
     curl_easy_setopt(curl, CURLOPT_WRITEDATA, &reply.body);
+    curl_easy_setopt(curl, CURLOPT_HEADERFUNCTION, collectBody);
+    curl_easy_setopt(curl, CURLOPT_HEADERDATA, &reply.headers);
+    curl_easy_setopt(curl, CURLOPT_HTTPHEADER, headers);
     curl_easy_setopt(curl, CURLOPT_TIMEOUT, 10L);
     if (body) {
         headers = curl_slist_append(headers, "Content-Type: text/xml; charset=UTF-8");
@@ -75,9 +83,8 @@ protected:
         ASSERT_TRUE(server.start(error)) << error;
     }
 
-    CDemoHTTPServer server{[this](const DemoHTTPRequest& request) {
-        return serveDemoRequest(request, server.base());
-    }};
+    CLoopbackServer server{
+        [this](const HTTPRequest& request) { return serveDemoRequest(request, server.base()); }};
 };
 
 TEST_F(DemoServices, AnswerCallsInTheVersionTheyCameIn) {
@@ -214,8 +221,67 @@ TEST_F(DemoServices, ARequestThatIsNoHTTPGetsA400) {
         for (ssize_t got; (got = recv(client, block, sizeof block, 0)) > 0;)
             answer.append(block, static_cast<size_t>(got));
         close(client);
-        EXPECT_EQ(answer.rfind("HTTP/1.1 400 Bad Request\r\n", 0), 0u) << request;
+        EXPECT_TRUE(std::regex_search(answer, std::regex("^HTTP/1\\.[01] 400 Bad Request\r\n")))
+            << request << answer;
     }
+}
+
+TEST_F(DemoServices, ServeTheSampleFeedsWithTheirValidators) {
+    const std::string news = server.base() + "/feeds/news.xml";
+    const std::string notes = server.base() + "/feeds/notes.atom";
+    Reply first = ask(news, nullptr);
+    ASSERT_EQ(first.status, 200);
+    EXPECT_EQ(first.contentType, "application/rss+xml; charset=utf-8");
+    EXPECT_NE(first.body.find("<rss version=\"2.0\""), std::string::npos);
+    EXPECT_NE(first.body.find("<link>" + server.base() + "/news/</link>"), std::string::npos);
+    EXPECT_NE(first.headers.find("Last-Modified: Tue, 24 Nov 2026 07:30:00 GMT\r\n"),
+              std::string::npos);
+    std::smatch tag;
+    ASSERT_TRUE(std::regex_search(first.headers, tag, std::regex("ETag: (\"[0-9a-f]{20}\")\r\n")))
+        << first.headers;
+    const std::string etag = tag[1];
+
+    const struct {
+        std::string url;
+        std::vector<std::string> headers;
+        long status;
+    } cases[] = {
+        {news, {"If-None-Match: " + etag}, 304},
+        {news, {"If-None-Match: W/" + etag}, 304},
+        {news, {"If-None-Match: \"stale\", " + etag}, 304},
+        {news, {"If-None-Match: *"}, 304},
+        {news, {"If-None-Match: \"stale\""}, 200},
+        {news, {"If-Modified-Since: Tue, 24 Nov 2026 07:30:00 GMT"}, 304},
+        {news, {"If-Modified-Since: Wed, 25 Nov 2026 00:00:00 GMT"}, 304},
+        {news, {"If-Modified-Since: Tue, 24 Nov 2026 07:29:59 GMT"}, 200},
+        {news, {"If-Modified-Since: not a date"}, 200},
+        // A tag that does not match decides, whatever the date says.
+        {news,
+         {"If-None-Match: \"stale\"", "If-Modified-Since: Wed, 25 Nov 2026 00:00:00 GMT"},
+         200},
+        // Each feed has a tag of its own.
+        {notes, {"If-None-Match: " + etag}, 200},
+        {notes, {"If-Modified-Since: Mon, 23 Nov 2026 18:05:00 GMT"}, 304},
+    };
+    for (const auto& c : cases) {
+        Reply reply = ask(c.url, nullptr, false, c.headers);
+        std::string label = c.url + " " + c.headers[0];
+        EXPECT_EQ(reply.status, c.status) << label;
+        EXPECT_EQ(reply.body.empty(), c.status == 304) << label;
+        EXPECT_NE(reply.headers.find("ETag: "), std::string::npos) << label;
+    }
+
+    Reply atom = ask(notes, nullptr);
+    EXPECT_EQ(atom.status, 200);
+    EXPECT_EQ(atom.contentType, "application/atom+xml; charset=utf-8");
+    EXPECT_NE(atom.body.find("<feed version=\"0.3\" xmlns=\"http://purl.org/atom/ns#\""),
+              std::string::npos);
+    EXPECT_EQ(ask(server.base() + "/feeds/missing.xml", nullptr).status, 404);
+    const std::string body = "<x/>";
+    EXPECT_EQ(ask(news, &body).status, 405);
+    Reply article = ask(server.base() + "/news/2026/11/20/choir", nullptr);
+    EXPECT_EQ(article.status, 200);
+    EXPECT_EQ(article.contentType, "text/html; charset=utf-8");
 }
 
 } // namespace

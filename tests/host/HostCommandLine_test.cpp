@@ -47,7 +47,8 @@ int entriesFor(const std::string& text, const std::string& word) {
 TEST_F(HostCommandLine, HelpGivesOneLineForEachCommandAndOption) {
     const char* entries[] = {"info",        "run FILE",          "console",
                              "demo [FILE]", "--plugin PATH",     "--pref SECTION.KEY=VALUE",
-                             "--yes, --no", "--timeout SECONDS", "-h, --help"};
+                             "--yes, --no", "--timeout SECONDS", "-h, --help",
+                             "tracker",     "--port N",          "--open"};
     for (const char* spelling : {"--help", "-h"}) {
         ProgramOutcome outcome = host({spelling});
         EXPECT_EQ(outcome.status, 0) << spelling;
@@ -78,6 +79,7 @@ TEST_F(HostCommandLine, EachCommandHasItsOwnHelp) {
         {{"--help", "run"}, "usage: vellum-host [options] run FILE", "uncaught exception"},
         {{"console", "-h"}, "usage: vellum-host [options] console", "a line at a time"},
         {{"demo", "--help"}, "usage: vellum-host [options] demo [FILE]", "demoServer"},
+        {{"tracker", "--help"}, "usage: vellum-host [options] tracker", "?token="},
     };
     for (const Case& c : cases) {
         ProgramOutcome outcome = host(c.arguments);
@@ -107,6 +109,14 @@ TEST_F(HostCommandLine, ACommandLineItCannotRunNamesWhatIsWrong) {
         {{"demo", "a.js", "b.js"}, "vellum-host: demo takes one file\n"},
         {{"--pref", "nodot", "info"},
          "vellum-host: a preference is SECTION.KEY=VALUE, not nodot\n"},
+        {{"tracker", "--port"}, "vellum-host: --port needs a port number from 1 to 65535\n"},
+        {{"tracker", "--port", "0"}, "vellum-host: --port needs a port number from 1 to 65535\n"},
+        {{"tracker", "--port", "65536"},
+         "vellum-host: --port needs a port number from 1 to 65535\n"},
+        {{"tracker", "--port", "80a"}, "vellum-host: --port needs a port number from 1 to 65535\n"},
+        {{"info", "--open"}, "vellum-host: --port and --open go with tracker\n"},
+        {{"run", "a.js", "--port", "8080"}, "vellum-host: --port and --open go with tracker\n"},
+        {{"tracker", "feeds.opml"}, "vellum-host: one command at a time\n"},
     };
     for (const Case& c : cases) {
         ProgramOutcome outcome = host(c.arguments);
