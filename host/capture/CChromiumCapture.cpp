@@ -1,4 +1,5 @@
 #include "host/capture/CChromiumCapture.h"
+#include "host/web/LoopbackHTTP.h"
 
 #include <glib.h>
 #include <signal.h>
@@ -23,36 +24,13 @@ std::string lowered(std::string text) {
     return text;
 }
 
-std::string escapeAttribute(const std::string& text) {
-    std::string out;
-    for (char c : text) {
-        switch (c) {
-        case '&':
-            out += "&amp;";
-            break;
-        case '"':
-            out += "&quot;";
-            break;
-        case '<':
-            out += "&lt;";
-            break;
-        case '>':
-            out += "&gt;";
-            break;
-        default:
-            out += c;
-        }
-    }
-    return out;
-}
-
 // Relative links of the page resolve against its own address, which a file in a temporary
 // folder has lost: a base element gives it back, unless the page names its own.
 std::string withBase(const std::string& html, const std::string& url) {
     std::string lower = lowered(html);
     if (url.empty() || lower.find("<base") != std::string::npos)
         return html;
-    std::string base = "<base href=\"" + escapeAttribute(url) + "\">";
+    std::string base = "<base href=\"" + EscapeMarkup(url) + "\">";
     size_t head = lower.find("<head");
     size_t headEnd = head == std::string::npos ? head : html.find('>', head);
     if (headEnd == std::string::npos)

@@ -77,35 +77,12 @@ bool notModifiedSince(const std::string& header, const char* lastModified) {
     return unchanged;
 }
 
-std::string escapeHTML(std::string_view text) {
-    std::string out;
-    for (char c : text) {
-        switch (c) {
-        case '&':
-            out += "&amp;";
-            break;
-        case '<':
-            out += "&lt;";
-            break;
-        case '>':
-            out += "&gt;";
-            break;
-        case '"':
-            out += "&quot;";
-            break;
-        default:
-            out += c;
-        }
-    }
-    return out;
-}
-
 HTTPReply articlePage(const std::string& path) {
     std::string site = path.rfind("/news/", 0) == 0 ? "Harbour Town Gazette" : "Field Notes";
     return {200, "text/html; charset=utf-8",
             "<!DOCTYPE html>\n<html><head><meta charset=\"utf-8\"><title>" + site +
                 "</title></head><body><h1>" + site + "</h1><p>The demo's article at " +
-                escapeHTML(path) +
+                EscapeMarkup(path) +
                 ". A real site would show the whole story here.</p></body></html>\n"};
 }
 

@@ -19,29 +19,6 @@ constexpr const char* kEncoding11 = "http://schemas.xmlsoap.org/soap/encoding/";
 constexpr const char* kSchemaInstance = "http://www.w3.org/2001/XMLSchema-instance";
 constexpr const char* kSchema = "http://www.w3.org/2001/XMLSchema";
 
-std::string escapeXML(std::string_view text) {
-    std::string out;
-    for (char c : text) {
-        switch (c) {
-        case '&':
-            out += "&amp;";
-            break;
-        case '<':
-            out += "&lt;";
-            break;
-        case '>':
-            out += "&gt;";
-            break;
-        case '"':
-            out += "&quot;";
-            break;
-        default:
-            out += c;
-        }
-    }
-    return out;
-}
-
 std::string withBase(std::string_view document, const std::string& base) {
     std::string out(document);
     const std::string_view mark = "{base}";
@@ -116,12 +93,12 @@ HTTPReply fault(bool version12, bool sender, const std::string& text,
         body = std::string("<soap:Fault><soap:Code><soap:Value>soap:") +
                (sender ? "Sender" : "Receiver") +
                "</soap:Value></soap:Code><soap:Reason><soap:Text xml:lang=\"en\">" +
-               escapeXML(text) + "</soap:Text></soap:Reason>" +
+               EscapeMarkup(text) + "</soap:Text></soap:Reason>" +
                (detail.empty() ? "" : "<soap:Detail>" + detail + "</soap:Detail>") +
                "</soap:Fault>";
     } else {
         body = std::string("<soap:Fault><faultcode>soap:") + (sender ? "Client" : "Server") +
-               "</faultcode><faultstring>" + escapeXML(text) + "</faultstring>" +
+               "</faultcode><faultstring>" + EscapeMarkup(text) + "</faultstring>" +
                (detail.empty() ? "" : "<detail>" + detail + "</detail>") + "</soap:Fault>";
     }
     return envelope(version12, body, 500);
@@ -149,8 +126,8 @@ HTTPReply encodedResponse(const SoapCall& call, const std::string& operation,
         body += std::string(" soap:encodingStyle=\"") + kEncoding11 + "\"";
     body += ">";
     for (const auto& [name, type, value] : parts)
-        body +=
-            "<" + name + " xsi:type=\"xsd:" + type + "\">" + escapeXML(value) + "</" + name + ">";
+        body += "<" + name + " xsi:type=\"xsd:" + type + "\">" + EscapeMarkup(value) + "</" + name +
+                ">";
     body += "</ns:" + operation + "Response>";
     return envelope(call.version12, body);
 }
@@ -192,7 +169,7 @@ HTTPReply serveLiteral(const SoapCall& call) {
                          std::string(kDemoLiteralNamespace) + ".");
     return envelope(call.version12,
                     std::string("<greetResponse xmlns=\"") + kDemoLiteralNamespace +
-                        "\"><greeting>Hello, " + escapeXML(name) + "!</greeting><letters>" +
+                        "\"><greeting>Hello, " + EscapeMarkup(name) + "!</greeting><letters>" +
                         std::to_string(characterCount(name)) + "</letters></greetResponse>");
 }
 
@@ -221,7 +198,7 @@ HTTPReply serveDemoRequest(const HTTPRequest& request, const std::string& base) 
     if (path == "/fault")
         return fault(call.version12, false, "The demo's fault service always fails.",
                      "<reason xmlns=\"urn:vellum-demo:fault\">You called " +
-                         escapeXML(call.operation->localName) +
+                         EscapeMarkup(call.operation->localName) +
                          ", and this service says no.</reason>");
     return path == "/echo" ? serveEcho(call) : serveLiteral(call);
 }

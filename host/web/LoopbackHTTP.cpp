@@ -29,3 +29,27 @@ std::optional<std::string> HTTPRequest::parameter(std::string_view name) const {
 HTTPReply TextReply(int status, std::string text) {
     return {status, "text/plain; charset=utf-8", std::move(text)};
 }
+
+std::string EscapeMarkup(std::string_view text) {
+    std::string out;
+    out.reserve(text.size());
+    for (char c : text) {
+        switch (c) {
+        case '&':
+            out += "&amp;";
+            break;
+        case '<':
+            out += "&lt;";
+            break;
+        case '>':
+            out += "&gt;";
+            break;
+        case '"':
+            out += "&quot;";
+            break;
+        default:
+            out += c;
+        }
+    }
+    return out;
+}

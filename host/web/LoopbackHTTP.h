@@ -36,3 +36,7 @@ struct HTTPReply {
 
 /// A plain-text reply.
 HTTPReply TextReply(int status, std::string text);
+
+/// Text made safe inside markup, in element content and in double-quoted attributes alike:
+/// "&", "<", ">" and '"' become entities.
+std::string EscapeMarkup(std::string_view text);
