@@ -20,15 +20,8 @@ using rsstest::RSSTest;
 
 class RSSStoreTest : public RSSTest {
 protected:
-    void SetUp() override { clear(); }
-    void TearDown() override { clear(); }
-
-    void clear() {
-        QsCabLocalTerm();
-        for (const char* name : {"RSS", "RSSBinary"})
-            if (auto path = host.cabinets().fileOf("Collab", name))
-                host.files().remove(*path);
-    }
+    void SetUp() override { forgetStoredFeeds(); }
+    void TearDown() override { forgetStoredFeeds(); }
 
     static CAgg item(const char* guid) {
         CAgg entry = CAgg::atomMapWithRoom(4);
@@ -266,7 +259,7 @@ TEST_F(RSSStoreTest, ADamagedStateRestoresWhatItCanAndNeverFails) {
          {}},
     };
     for (const Damage& damage : cases) {
-        clear();
+        forgetStoredFeeds();
         damage.write();
         CRSSManager store;
         store.addFeed(CEStr("http://live.example/rss"), false, true);

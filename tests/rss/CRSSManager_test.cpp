@@ -13,12 +13,7 @@ using rsstest::RSSTest;
 
 class RSSManagerTest : public RSSTest {
 protected:
-    void SetUp() override {
-        QsCabLocalTerm();
-        for (const char* name : {"RSS", "RSSBinary"})
-            if (auto path = host.cabinets().fileOf("Collab", name))
-                host.files().remove(*path);
-    }
+    void SetUp() override { forgetStoredFeeds(); }
     QsAtom atom(const char* text) { return host.core().atomFromString(text); }
 };
 

@@ -61,10 +61,7 @@ public:
 class FetchTest : public RSSTest {
 protected:
     void SetUp() override {
-        QsCabLocalTerm();
-        for (const char* name : {"RSS", "RSSBinary"})
-            if (auto path = host.cabinets().fileOf("Collab", name))
-                host.files().remove(*path);
+        forgetStoredFeeds();
         static const char* const types[] = {"*/*", nullptr};
         if (!host.network().isInitialized())
             host.network().initialize();

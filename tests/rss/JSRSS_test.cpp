@@ -35,10 +35,7 @@ void recordUI(ESContext, EStr url, ESObject driver) {
 class JSRSSTest : public RSSTest {
 protected:
     void SetUp() override {
-        QsCabLocalTerm();
-        for (const char* name : {"RSS", "RSSBinary"})
-            if (auto path = host.cabinets().fileOf("Collab", name))
-                host.files().remove(*path);
+        forgetStoredFeeds();
         host.installScriptEngine();
         ASSERT_TRUE(module.init());
         store = &CRSSManager::instance();

@@ -248,10 +248,7 @@ protected:
     void SetUp() override {
         if (access(kNginx, X_OK) != 0)
             GTEST_SKIP() << "no nginx";
-        QsCabLocalTerm();
-        for (const char* name : {"RSS", "RSSBinary"})
-            if (auto path = host.cabinets().fileOf("Collab", name))
-                host.files().remove(*path);
+        forgetStoredFeeds();
         server = std::make_unique<NginxServer>();
         ASSERT_TRUE(server->ready()) << server->errors();
         m_savedView = gVellViewHFT;

@@ -37,12 +37,7 @@ std::pair<int32_t, int32_t> sizeOf(VxIcon icon) {
 
 class RSSIconsTest : public RSSTest {
 protected:
-    void SetUp() override {
-        QsCabLocalTerm();
-        for (const char* name : {"RSS", "RSSBinary"})
-            if (auto path = host.cabinets().fileOf("Collab", name))
-                host.files().remove(*path);
-    }
+    void SetUp() override { forgetStoredFeeds(); }
 };
 
 TEST_F(RSSIconsTest, TheDecoderReadsSizeAndPixels) {

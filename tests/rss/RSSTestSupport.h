@@ -6,6 +6,7 @@
 #include "tests/fakehost/FakeHost.h"
 #include "tests/support/QuotedText.h"
 #include "values/CAggWalk.h"
+#include "values/QsCab.h"
 #include "xml/CAgg2XML.h"
 #include "xml/CXML2CAgg.h"
 
@@ -31,6 +32,14 @@ inline FakeHost& testHost() {
 class RSSTest : public ::testing::Test {
 protected:
     FakeHost& host = testHost();
+    /// Starts from no stored state: the local cabinets are released and the store's two cabinet
+    /// files removed.
+    void forgetStoredFeeds() {
+        QsCabLocalTerm();
+        for (const char* name : {"RSS", "RSSBinary"})
+            if (auto path = host.cabinets().fileOf("Collab", name))
+                host.files().remove(*path);
+    }
 };
 
 /// A file under tests/data/feeds/; empty when it is missing.
