@@ -130,6 +130,7 @@ void MarkOneRead(benchmark::State& state) {
     state.counters["fullRedraws"] = fullRedraws;
     dropStore(store);
 }
-BENCHMARK(MarkOneRead)->Unit(benchmark::kMicrosecond);
+// Fewer clicks than items, so that every click marks a fresh unread item read.
+BENCHMARK(MarkOneRead)->Unit(benchmark::kMicrosecond)->Iterations(kFeeds * kItems / 2);
 
 } // namespace
