@@ -131,6 +131,6 @@ void MarkOneRead(benchmark::State& state) {
     dropStore(store);
 }
 // Fewer clicks than items, so that every click marks a fresh unread item read.
-BENCHMARK(MarkOneRead)->Unit(benchmark::kMicrosecond)->Iterations(kFeeds * kItems / 2);
+BENCHMARK(MarkOneRead)->Unit(benchmark::kMicrosecond)->Iterations(kFeeds* kItems / 2);
 
 } // namespace

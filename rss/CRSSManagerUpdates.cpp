@@ -444,4 +444,3 @@ void CRSSManager::notifyDidComplete(CAsyncHandler* handler) {
         m_pending.erase(m_pending.begin());
     scheduleDelayed();
 }
-
