@@ -23,6 +23,12 @@ public:
     static void setType(CAgg& value, const _EStrRec* type);
 
 private:
+    /// processNode for an element whose entries are known.
+    void readElement(CAgg& result, CAgg& node, const CXMLEntries& entries);
+    /// getCurrentNode for an element whose entries and attributes are known.
+    CAgg& currentNode(CAgg& parent, CAgg& node, const CXMLEntries& entries,
+                      const ReplyAttributes& attributes);
+
     /// The values of elements with an id, by id.
     std::map<CEStr, CAgg, CEStrLessNumbersFirst> m_multiRefs;
 };

@@ -25,7 +25,78 @@ CAgg newRecord(QsAtom type) {
     return record;
 }
 
+QsAtom atomIn(CAgg* type) {
+    if (!type)
+        return kQsNullAtom;
+    if (type->getType() == CAgg::eQsAtom)
+        return type->toQsAtom();
+    CAgg copy(*type);
+    return copy.toQsAtom();
+}
+
 } // namespace
+
+CXMLKeyAtoms CXMLKeyAtoms::current() {
+    return {kXMLKeyType,     kXMLKeyName,   kXMLKeyNameSpace,  kXMLKeyAttr,
+            kXMLKeyChildren, kXMLKeyNSDict, kXMLKeyText,       kXMLKeyEncoded,
+            kXMLTypeElement, kXMLTypeText,  kXMLTypeProcessing};
+}
+
+CXMLEntries CXMLEntries::of(CAgg& record, const CXMLKeyAtoms& keys) {
+    CXMLEntries entries;
+    if (record.getType() == CAgg::eQsAtomMap) {
+        // One pass over the record rather than a lookup per key.
+        for (auto& [key, value] : record.toQsAtomMap()) {
+            CAgg* entry = &value;
+            if (key == keys.type)
+                entries.type = entry;
+            else if (key == keys.name)
+                entries.name = entry;
+            else if (key == keys.nameSpace)
+                entries.nameSpace = entry;
+            else if (key == keys.attr)
+                entries.attr = entry;
+            else if (key == keys.children)
+                entries.children = entry;
+            else if (key == keys.nsDict)
+                entries.nsDict = entry;
+            else if (key == keys.text)
+                entries.text = entry;
+            else if (key == keys.encoded)
+                entries.encoded = entry;
+        }
+        return entries;
+    }
+    if (record.getType() != CAgg::eMap)
+        return entries;
+    auto find = [&](QsAtom key) { return record.has(key) ? &record[key] : nullptr; };
+    entries.type = find(keys.type);
+    entries.name = find(keys.name);
+    entries.nameSpace = find(keys.nameSpace);
+    entries.attr = find(keys.attr);
+    entries.children = find(keys.children);
+    entries.nsDict = find(keys.nsDict);
+    entries.text = find(keys.text);
+    entries.encoded = find(keys.encoded);
+    return entries;
+}
+
+QsAtom CXMLEntries::typeAtom() const {
+    return atomIn(type);
+}
+
+CAgg::CAggVector* CXMLEntries::childList() const {
+    return children && children->getType() == CAgg::eVector ? &children->toVector() : nullptr;
+}
+
+QsAtom CXMLTypeOf(CAgg& record, const CXMLKeyAtoms& keys) {
+    if (record.getType() == CAgg::eQsAtomMap) {
+        CAgg::CAggQsAtomMap& entries = record.toQsAtomMap();
+        auto found = entries.find(keys.type);
+        return found == entries.end() ? kQsNullAtom : atomIn(&found->second);
+    }
+    return record.has(keys.type) ? atomIn(&record[keys.type]) : kQsNullAtom;
+}
 
 QsAtom CXMLElement::getType() const {
     if (!m_record.has(kXMLKeyType))

@@ -27,6 +27,39 @@ inline const CLazyAtom kXMLTypeElement{"element"};
 inline const CLazyAtom kXMLTypeText{"text"};
 inline const CLazyAtom kXMLTypeProcessing{"processing"};
 
+/// The atoms of the keys and types, looked up once for a walk over many records: a CLazyAtom
+/// asks the host for its text again on every use.
+struct CXMLKeyAtoms {
+    QsAtom type, name, nameSpace, attr, children, nsDict, text, encoded;
+    QsAtom element, textType, processing;
+    /// The atoms of the host now in place.
+    static CXMLKeyAtoms current();
+};
+
+/// The entries of one record, found in one pass over it; null for those it lacks. Pointers into
+/// the record, good while the record is not changed.
+struct CXMLEntries {
+    CAgg* type = nullptr;
+    CAgg* name = nullptr;
+    CAgg* nameSpace = nullptr;
+    CAgg* attr = nullptr;
+    CAgg* children = nullptr;
+    CAgg* nsDict = nullptr;
+    CAgg* text = nullptr;
+    CAgg* encoded = nullptr;
+
+    /// The entries of a record, whichever kind of map it is; none for any other value.
+    static CXMLEntries of(CAgg& record, const CXMLKeyAtoms& keys);
+    /// The type atom; the null atom without one. A type of another kind is read from a copy, so
+    /// that the record keeps it as it is.
+    QsAtom typeAtom() const;
+    /// The children, when they are a vector; null otherwise.
+    CAgg::CAggVector* childList() const;
+};
+
+/// The type atom of a record alone, as CXMLEntries::of(...).typeAtom() gives it.
+QsAtom CXMLTypeOf(CAgg& record, const CXMLKeyAtoms& keys);
+
 /// A local name and a namespace (a URI or a prefix, as the producer has it).
 struct QName {
     CEStr name;
