@@ -42,7 +42,9 @@ void CEncodedSOAPReader::readElement(CAgg& result, CAgg& node, const CXMLEntries
     CAgg& cur = currentNode(result, node, entries, attributes);
     CEStr typeHolder;
     const _EStrRec* type = typeOf(attributes, typeHolder);
-    if (isArrayType(type))
+    std::string scratch;
+    std::string_view localType = EStrGetLen(type) > 0 ? localPartOf(type, scratch) : "";
+    if (localType == "Array")
         cur.toVector();
     CAgg::CAggVector* children = entries.childList();
     for (size_t i = 0; children && i < children->size(); ++i) {
@@ -57,7 +59,7 @@ void CEncodedSOAPReader::readElement(CAgg& result, CAgg& node, const CXMLEntries
             // A type applies only to text: an element with elements inside stays a map or a
             // vector, whatever its xsi:type says.
             takeText(cur, *childEntries.text);
-            setType(cur, type);
+            setLocalType(cur, localType);
         }
     }
 }
@@ -117,7 +119,10 @@ void CEncodedSOAPReader::setType(CAgg& value, const _EStrRec* type) {
     if (EStrGetLen(type) == 0)
         return;
     std::string scratch;
-    std::string_view local = localPartOf(type, scratch);
+    setLocalType(value, localPartOf(type, scratch));
+}
+
+void CEncodedSOAPReader::setLocalType(CAgg& value, std::string_view local) {
     if (local == "int") {
         value.toQsInt32();
     } else if (local == "string") {

@@ -174,6 +174,8 @@ void CSOAPReader::bindReferences(CAgg& value, CPartResolver* resolver) {
 }
 
 void CSOAPReader::bindAt(CAgg& value, CPartResolver* resolver, long depth) {
+    // The key a reference is held under, made once: the walk asks every map for it.
+    static const CEStr* const referenceKey = new CEStr("soap_href_id", kEStrPDFDoc);
     // The loops are written out, without a callback between them, to keep each level of the
     // walk to one frame of the stack.
     switch (value.getType()) {
@@ -182,7 +184,7 @@ void CSOAPReader::bindAt(CAgg& value, CPartResolver* resolver, long depth) {
             bindAt(item, resolver, depth + 1);
         return;
     case CAgg::eMap:
-        if (value.has("soap_href_id")) {
+        if (value.has(referenceKey->get())) {
             bindReference(value, resolver, depth);
             return;
         }
@@ -190,7 +192,7 @@ void CSOAPReader::bindAt(CAgg& value, CPartResolver* resolver, long depth) {
             bindAt(item, resolver, depth + 1);
         return;
     case CAgg::eQsAtomMap:
-        if (value.has("soap_href_id")) {
+        if (value.has(referenceKey->get())) {
             bindReference(value, resolver, depth);
             return;
         }
