@@ -13,6 +13,7 @@
 #include "xml/XMLName.h"
 
 #include <cstdio>
+#include <cstring>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -46,7 +47,8 @@ bool nestsDeeperThan(CAgg& value, long limit) {
 } // namespace
 
 CSOAPWriter::CSOAPWriter(CAgg& header, CAgg& request)
-    : m_tooDeep(nestsDeeperThan(header, kMaxDepth) || nestsDeeperThan(request, kMaxDepth)) {
+    : m_keys(CXMLKeyAtoms::current()),
+      m_tooDeep(nestsDeeperThan(header, kMaxDepth) || nestsDeeperThan(request, kMaxDepth)) {
     // A value too deep is not even copied, since a copy recurses as deep as the value; the
     // write then fails.
     if (m_tooDeep)
@@ -56,7 +58,8 @@ CSOAPWriter::CSOAPWriter(CAgg& header, CAgg& request)
 }
 
 CSOAPWriter::CSOAPWriter(CAgg&& header, CAgg&& request)
-    : m_tooDeep(nestsDeeperThan(header, kMaxDepth) || nestsDeeperThan(request, kMaxDepth)) {
+    : m_keys(CXMLKeyAtoms::current()),
+      m_tooDeep(nestsDeeperThan(header, kMaxDepth) || nestsDeeperThan(request, kMaxDepth)) {
     if (m_tooDeep)
         return;
     m_header = std::move(header);
@@ -198,8 +201,9 @@ CEStr CSOAPWriter::attributeValue(const _EStrRec* text) {
 CAgg CSOAPWriter::writeEnvelope(bool withEncodingNS) {
     if (m_tooDeep)
         checkDepth(kMaxDepth + 1);
+    m_keys = CXMLKeyAtoms::current();
     CAgg envelope;
-    CXMLElement root(envelope);
+    CXMLElement root = view(envelope);
     root.setType(kXMLTypeElement);
     root.setName("SOAP-ENV:Envelope");
     root.setAttribute("xmlns:xsi", kXMLSchemaInstanceNS);
@@ -213,10 +217,10 @@ CAgg CSOAPWriter::writeEnvelope(bool withEncodingNS) {
         root.setAttribute("xmlns:SOAP-ENV", kSOAP12EnvelopeNS);
     }
     if (m_header.getType() != CAgg::eVoid) {
-        CXMLElement header(root.appendElement("SOAP-ENV:Header"));
+        CXMLElement header = view(root.appendElement("SOAP-ENV:Header"));
         writeNode(m_header, header, 0, 1);
     }
-    CXMLElement body(root.appendElement("SOAP-ENV:Body"));
+    CXMLElement body = view(root.appendElement("SOAP-ENV:Body"));
     writeNode(m_request, body, 0, 0);
     return envelope;
 }
@@ -261,15 +265,50 @@ const char* CSOAPWriter::encodingNS() const {
 }
 
 void CSOAPWriter::applyQName(CAgg& value, CXMLElement& element) {
-    if (!value.has("soapQName"))
+    applyQName(value.has("soapQName") ? &value["soapQName"] : nullptr, element);
+}
+
+void CSOAPWriter::applyQName(CAgg* entry, CXMLElement& element) {
+    if (!entry)
         return;
-    CAgg& qname = value["soapQName"];
+    CAgg& qname = *entry;
     if (qname.getType() != CAgg::eVector || qname.toVector().size() != 2)
         fail("IDS_SOAP_QNAME_NOT_VECTOR");
     CAgg::CAggVector& parts = qname.toVector();
     std::string name =
         EStrToUTF8(CAggValueText(parts[0])) + ":" + EStrToUTF8(CAggValueText(parts[1]));
     setName(element, EStrFromUTF8(name).get());
+}
+
+CSOAPWriter::ReservedEntries CSOAPWriter::reservedEntriesOf(CAgg& map) {
+    ReservedEntries found;
+    if (map.getType() != CAgg::eMap) {
+        auto find = [&](const char* key) { return map.has(key) ? &map[key] : nullptr; };
+        found = {find("soapName"),  find("soapQName"), find("soapType"),
+                 find("soapValue"), find("soapHREF"),  find("soapAttributes")};
+        return found;
+    }
+    // A text key is the key of a lookup by its text when it has the same encoding and the same
+    // characters; every reserved key begins "soap".
+    for (auto& [key, item] : map.toMap()) {
+        const char* bytes = EStrGetBytes(key);
+        if (EStrGetEncoding(key) != kEStrPDFDoc || std::strncmp(bytes, "soap", 4) != 0)
+            continue;
+        const char* rest = bytes + 4;
+        if (std::strcmp(rest, "Name") == 0)
+            found.name = &item;
+        else if (std::strcmp(rest, "QName") == 0)
+            found.qname = &item;
+        else if (std::strcmp(rest, "Type") == 0)
+            found.type = &item;
+        else if (std::strcmp(rest, "Value") == 0)
+            found.value = &item;
+        else if (std::strcmp(rest, "HREF") == 0)
+            found.href = &item;
+        else if (std::strcmp(rest, "Attributes") == 0)
+            found.attributes = &item;
+    }
+    return found;
 }
 
 std::unique_ptr<CSOAPWriter> getSOAPWriter(CAgg& header, CAgg& request, unsigned short encoded) {

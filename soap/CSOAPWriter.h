@@ -95,6 +95,21 @@ protected:
     const char* encodingNS() const;
     /// Checks soapQName and names the element by it, when the map has one.
     void applyQName(CAgg& value, CXMLElement& element);
+    /// The same for the entry of soapQName, null when the map has none.
+    void applyQName(CAgg* qname, CXMLElement& element);
+    /// The reserved entries of a map, found in one pass over it where a lookup per key would
+    /// compare each; null for those it lacks. An entry is found as value.has(key) finds it.
+    struct ReservedEntries {
+        CAgg* name = nullptr;
+        CAgg* qname = nullptr;
+        CAgg* type = nullptr;
+        CAgg* value = nullptr;
+        CAgg* href = nullptr;
+        CAgg* attributes = nullptr;
+    };
+    static ReservedEntries reservedEntriesOf(CAgg& map);
+    /// A view on a record of the tree being written, with the writer's key atoms.
+    CXMLElement view(CAgg& record) const { return CXMLElement(record, m_keys); }
     /// Names an element by a namespace and a local name, as setName does.
     void setName(CXMLElement& element, const QName& name);
 
@@ -104,6 +119,9 @@ protected:
     SOAPVersion m_version = kSOAPVersion11;
     CEStr m_error;
     long m_errorCode = 0;
+    // The atoms of the record keys, taken from the host when the writer is made and again when
+    // a message is written.
+    CXMLKeyAtoms m_keys;
     // The header or the request nests deeper than kMaxDepth; neither was copied.
     bool m_tooDeep = false;
 };

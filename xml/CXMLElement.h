@@ -72,6 +72,9 @@ struct QName {
 class CXMLElement {
 public:
     explicit CXMLElement(CAgg& record) : m_record(record) {}
+    /// A view that takes the atoms of the keys from keys rather than from the host at each use,
+    /// for a walk that makes or reads many records. keys must outlive the view.
+    CXMLElement(CAgg& record, const CXMLKeyAtoms& keys) : m_record(record), m_keys(&keys) {}
 
     /// The record under view.
     CAgg& record() const { return m_record; }
@@ -79,8 +82,8 @@ public:
     /// The node's type atom; the null atom when it has none.
     QsAtom getType() const;
     void setType(QsAtom type) const;
-    bool isElement() const { return getType() == kXMLTypeElement; }
-    bool isText() const { return getType() == kXMLTypeText; }
+    bool isElement() const { return getType() == atom(&CXMLKeyAtoms::element, kXMLTypeElement); }
+    bool isText() const { return getType() == atom(&CXMLKeyAtoms::textType, kXMLTypeText); }
 
     /// The local name (or, for a record built for writing, the name as it will be written).
     CEStr getName() const;
@@ -103,6 +106,8 @@ public:
     CAgg* findAttribute(const _EStrRec* key) const;
     void setAttribute(const char* key, const char* value) const;
     void setAttribute(const _EStrRec* key, const _EStrRec* value) const;
+    /// The same with the value given as a string value, taken over.
+    void setAttribute(const _EStrRec* key, CAgg value) const;
     /// The attribute map, made if missing.
     CAgg& attributes() const;
 
@@ -112,6 +117,8 @@ public:
     long childCount() const;
     /// Appends an element with that name and no children yet; returns the new record.
     CAgg& appendElement(const char* name) const;
+    /// Appends an element whose name is still to be set.
+    CAgg& appendElement() const;
     CAgg& appendElement(const _EStrRec* name) const;
     /// Appends a text node holding the value, taken over (so that a stream keeps one owner);
     /// encoded says whether the serialiser escapes it.
@@ -124,5 +131,12 @@ public:
     CEStr getValue() const;
 
 private:
+    /// The atom of a key: from the view's atoms when it has them, else from the host.
+    QsAtom atom(QsAtom CXMLKeyAtoms::*member, const CLazyAtom& key) const {
+        return m_keys ? m_keys->*member : key.get();
+    }
+    CAgg newRecord(QsAtom CXMLKeyAtoms::*member, const CLazyAtom& type) const;
+
     CAgg& m_record;
+    const CXMLKeyAtoms* m_keys = nullptr;
 };
