@@ -5,6 +5,7 @@
 //   build/bench/soap_bench --benchmark_filter=Structs --benchmark_repetitions=5
 
 #include "frame/HostTables.h"
+#include "frame/QsCore.h"
 #include "frame/host/HostTableIds.h"
 #include "host/core/CHostCore.h"
 #include "host/encodings/CIconvEncodings.h"
@@ -82,19 +83,25 @@ CAgg arrayRequest(long items, bool typed) {
 }
 
 // The request of a call with n structs {id, name, price, active}, as the script bridge hands
-// it over: encoded as the parameter "items" of the operation, literal as repeated "item".
+// it over: objects as atom maps, strings in UCS, numbers as doubles; encoded as the parameter
+// "items" of the operation, literal as repeated "item".
 CAgg structsRequest(long count, bool encoded) {
+    auto ucs = [](const std::string& text) {
+        return CAgg::adoptEStr(EStrCopySetEncoding(CEStr(text.c_str(), kEStrPDFDoc), kEStrUCS));
+    };
+    QsAtom id = QsAtomFromString("id");
+    QsAtom name = QsAtomFromString("name");
+    QsAtom price = QsAtomFromString("price");
+    QsAtom active = QsAtomFromString("active");
     CAgg request;
-    CAgg& operation = request[encoded ? "urn:bench:echoItems" : "echoItems"];
-    CAgg& list = operation[encoded ? "items" : "item"];
+    CAgg& operation = request[QsAtomFromString(encoded ? "urn:bench:echoItems" : "echoItems")];
+    CAgg& list = operation[QsAtomFromString(encoded ? "items" : "item")];
     for (long i = 0; i < count; ++i) {
         CAgg& item = list[i];
-        std::string name = "Item number " + std::to_string(i);
-        item["id"] = CAgg(i);
-        item["name"] = CAgg(name.c_str());
-        item["price"] = CAgg(static_cast<double>(i) + 0.25);
-        item["active"] = CAgg(static_cast<long>(i % 2 == 0));
-        item["active"].toQsBool();
+        item[id] = CAgg(static_cast<double>(i));
+        item[name] = ucs("Item number " + std::to_string(i));
+        item[price] = CAgg(static_cast<double>(i) + 0.25);
+        item[active].toQsBool() = i % 2 == 0;
     }
     return request;
 }

@@ -150,14 +150,7 @@ void CEncodedSOAPWriter::writeMap(CAgg& value, CXMLElement& element, long depth,
         }
         return;
     }
-    if (value.getType() == CAgg::eMap) {
-        for (auto& [key, item] : value.toMap()) {
-            if (!isReservedKey(key))
-                writeChild(key, item, element, depth, isHeader);
-        }
-        return;
-    }
-    CAggForEachEntry(value, [&](const CEStr& key, CAgg& item) {
+    forEachEntry(value, [&](const CEStr& key, CAgg& item) {
         if (!isReservedKey(key))
             writeChild(key, item, element, depth, isHeader);
     });

@@ -59,7 +59,7 @@ void CLiteralSOAPWriter::writeMap(CAgg& value, CXMLElement& element, long depth,
     if (isHeader)
         addHeader(value, element, depth);
     if (reserved.attributes) {
-        CAggForEachEntry(*reserved.attributes, [&](const CEStr& key, CAgg& attribute) {
+        forEachEntry(*reserved.attributes, [&](const CEStr& key, CAgg& attribute) {
             checkAttributeName(key);
             element.attributes()[key] = CAgg(attributeValue(CAggValueText(attribute)).get());
         });
@@ -76,14 +76,7 @@ void CLiteralSOAPWriter::writeMap(CAgg& value, CXMLElement& element, long depth,
         element.setAttribute(CEStr("href", kEStrPDFDoc), attributeValue(CAggValueText(href)));
         return;
     }
-    if (value.getType() == CAgg::eMap) {
-        for (auto& [key, item] : value.toMap()) {
-            if (!isReservedKey(key))
-                writeChild(key, item, element, depth, isHeader);
-        }
-        return;
-    }
-    CAggForEachEntry(value, [&](const CEStr& key, CAgg& item) {
+    forEachEntry(value, [&](const CEStr& key, CAgg& item) {
         if (!isReservedKey(key))
             writeChild(key, item, element, depth, isHeader);
     });

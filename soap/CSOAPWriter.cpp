@@ -1,6 +1,7 @@
 #include "soap/CSOAPWriter.h"
 
 #include "frame/HostError.h"
+#include "frame/QsCore.h"
 #include "frame/UTF8.h"
 #include "frame/ZString.h"
 #include "frame/host/IScriptEngine.h"
@@ -9,11 +10,13 @@
 #include "soap/SOAPNamespaces.h"
 #include "soap/SOAPText.h"
 #include "values/CAggWalk.h"
+#include "values/CLazyAtom.h"
 #include "values/miTime.h"
 #include "xml/XMLName.h"
 
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -24,6 +27,12 @@ namespace {
 constexpr std::string_view kReservedKeys[] = {
     "soapName",       "soapQName",          "soapType",  "soapHREF",           "soapValue",
     "soapAttributes", "soapParameterOrder", "soapActor", "soapMustUnderstand",
+};
+
+// The keys of ReservedEntries, in its order.
+const CLazyAtom kReservedEntryKeys[] = {
+    CLazyAtom("soapName"),  CLazyAtom("soapQName"), CLazyAtom("soapType"),
+    CLazyAtom("soapValue"), CLazyAtom("soapHREF"),  CLazyAtom("soapAttributes"),
 };
 
 // No message of the table fits a request too deep to walk, so the writer has its own text.
@@ -201,7 +210,7 @@ CEStr CSOAPWriter::attributeValue(const _EStrRec* text) {
 CAgg CSOAPWriter::writeEnvelope(bool withEncodingNS) {
     if (m_tooDeep)
         checkDepth(kMaxDepth + 1);
-    m_keys = CXMLKeyAtoms::current();
+    takeAtoms();
     CAgg envelope;
     CXMLElement root = view(envelope);
     root.setType(kXMLTypeElement);
@@ -280,8 +289,34 @@ void CSOAPWriter::applyQName(CAgg* entry, CXMLElement& element) {
     setName(element, EStrFromUTF8(name).get());
 }
 
-CSOAPWriter::ReservedEntries CSOAPWriter::reservedEntriesOf(CAgg& map) {
+void CSOAPWriter::takeAtoms() {
+    m_keys = CXMLKeyAtoms::current();
+    for (size_t i = 0; i < std::size(kReservedEntryKeys); ++i)
+        m_reservedAtoms[i] = kReservedEntryKeys[i].get();
+    m_atomNames.clear();
+}
+
+const CEStr& CSOAPWriter::atomName(QsAtom atom) {
+    auto found = m_atomNames.find(atom);
+    if (found == m_atomNames.end())
+        found = m_atomNames.emplace(atom, CEStr(QsAtomGetString(atom), kEStrPDFDoc)).first;
+    return found->second;
+}
+
+CSOAPWriter::ReservedEntries CSOAPWriter::reservedEntriesOf(CAgg& map) const {
     ReservedEntries found;
+    if (map.getType() == CAgg::eQsAtomMap) {
+        // An atom key is the key of a lookup by its text when it is the atom of that text.
+        CAgg** slots[] = {&found.name,  &found.qname, &found.type,
+                          &found.value, &found.href,  &found.attributes};
+        for (auto& [atom, item] : map.toQsAtomMap()) {
+            for (size_t i = 0; i < std::size(slots); ++i) {
+                if (atom == m_reservedAtoms[i])
+                    *slots[i] = &item;
+            }
+        }
+        return found;
+    }
     if (map.getType() != CAgg::eMap) {
         auto find = [&](const char* key) { return map.has(key) ? &map[key] : nullptr; };
         found = {find("soapName"),  find("soapQName"), find("soapType"),
