@@ -10,8 +10,9 @@ void CLiteralSOAPReader::processNode(CAgg& result, CAgg& node) {
     if (node.getType() == CAgg::eVoid)
         return;
     if (m_asXML) {
-        // Each body element replaces the one before: the last one is the result.
-        result = CAgg(CAgg2XML::openStream(node), 1);
+        // Each body element replaces the one before: the last one is the result. The reader
+        // reads its document once: the element is handed to the serialiser, not copied.
+        result = CAgg(CAgg2XML::openStream(std::move(node)), 1);
         return;
     }
     if (m_xmlMessage) {
@@ -70,7 +71,7 @@ CAgg& CLiteralSOAPReader::currentNode(CAgg& parent, CAgg& node, const CXMLEntrie
         qname[1L] = CAgg(EStrFromUTF8(name).get());
         CAgg* attr = entries.attr;
         if (attr && CAggIsMap(*attr) && !attr->isCollectionTypeEmpty())
-            record["soapAttributes"] = *attr;
+            record["soapAttributes"] = std::move(*attr);
         return record;
     }
     if (parent.getType() == CAgg::eVector)
