@@ -190,6 +190,11 @@ bool CSOAPWriter::isReservedKey(const _EStrRec* key) {
 }
 
 CEStr CSOAPWriter::attributeValue(const _EStrRec* text) {
+    // ASCII text is its own UTF-8: it is looked at where it lies.
+    if (isPlainName(text) &&
+        std::string_view(EStrGetBytes(text), static_cast<size_t>(EStrGetLen(text)))
+                .find_first_of("&<\"") == std::string_view::npos)
+        return CEStr(text);
     std::string value = EStrToUTF8(text);
     if (value.find_first_of("&<\"") == std::string::npos)
         return CEStr(text);
