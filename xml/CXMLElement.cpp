@@ -83,15 +83,6 @@ CAgg::CAggVector* CXMLEntries::childList() const {
     return children && children->getType() == CAgg::eVector ? &children->toVector() : nullptr;
 }
 
-QsAtom CXMLTypeOf(CAgg& record, const CXMLKeyAtoms& keys) {
-    if (record.getType() == CAgg::eQsAtomMap) {
-        CAgg::CAggQsAtomMap& entries = record.toQsAtomMap();
-        auto found = entries.find(keys.type);
-        return found == entries.end() ? kQsNullAtom : atomIn(&found->second);
-    }
-    return record.has(keys.type) ? atomIn(&record[keys.type]) : kQsNullAtom;
-}
-
 QsAtom CXMLElement::getType() const {
     QsAtom key = atom(&CXMLKeyAtoms::type, kXMLKeyType);
     if (!m_record.has(key))

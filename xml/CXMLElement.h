@@ -57,9 +57,6 @@ struct CXMLEntries {
     CAgg::CAggVector* childList() const;
 };
 
-/// The type atom of a record alone, as CXMLEntries::of(...).typeAtom() gives it.
-QsAtom CXMLTypeOf(CAgg& record, const CXMLKeyAtoms& keys);
-
 /// A local name and a namespace (a URI or a prefix, as the producer has it).
 struct QName {
     CEStr name;
