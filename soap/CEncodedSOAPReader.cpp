@@ -31,42 +31,64 @@ QsStm decodedStream(const std::string& text, FilterEncoding encoding) {
 void CEncodedSOAPReader::processNode(CAgg& result, CAgg& node) {
     if (node.getType() == CAgg::eVoid)
         return;
+    readElement(result, node, CXMLEntries::of(node, refreshKeys()));
+}
+
+void CEncodedSOAPReader::readElement(CAgg& result, CAgg& node, const CXMLEntries& entries) {
     DepthGuard guard(m_nodeDepth);
     if (guard.tooDeep())
         return;
-    CAgg& cur = getCurrentNode(result, node);
+    ReplyAttributes attributes = replyAttributesOf(entries.attr);
+    CAgg& cur = currentNode(result, node, entries, attributes);
     CEStr typeHolder;
-    const _EStrRec* type = typeOf(node, typeHolder);
-    if (isArrayType(type))
+    const _EStrRec* type = typeOf(attributes, typeHolder);
+    std::string scratch;
+    std::string_view localType = EStrGetLen(type) > 0 ? localPartOf(type, scratch) : "";
+    if (localType == "Array")
         cur.toVector();
-    CAgg::CAggVector* children = childrenOf(node);
+    CAgg::CAggVector* children = entries.childList();
     for (size_t i = 0; children && i < children->size(); ++i) {
         CAgg& child = (*children)[i];
-        CXMLElement element(child);
-        if (element.isElement()) {
-            processNode(cur, child);
-        } else if (element.isText() && child.has(kXMLKeyText)) {
+        if (child.getType() == CAgg::eVoid)
+            continue;
+        CXMLEntries childEntries = CXMLEntries::of(child, m_keys);
+        QsAtom childType = childEntries.typeAtom();
+        if (childType == m_keys.element) {
+            readElement(cur, child, childEntries);
+        } else if (childType == m_keys.textType && childEntries.text) {
             // A type applies only to text: an element with elements inside stays a map or a
             // vector, whatever its xsi:type says.
-            takeText(cur, child[kXMLKeyText]);
-            setType(cur, type);
+            takeText(cur, *childEntries.text);
+            setLocalType(cur, localType);
         }
     }
 }
 
 CAgg& CEncodedSOAPReader::getCurrentNode(CAgg& parent, CAgg& node) {
-    const AttributeKeys& keys = attributeKeys();
+    CXMLEntries entries = CXMLEntries::of(node, refreshKeys());
+    return currentNode(parent, node, entries, replyAttributesOf(entries.attr));
+}
+
+CAgg& CEncodedSOAPReader::currentNode(CAgg& parent, CAgg& node, const CXMLEntries& entries,
+                                      const ReplyAttributes& attributes) {
     CEStr idHolder;
     CEStr hrefHolder;
-    const _EStrRec* id = attributeText(node, keys.id, idHolder);
-    const _EStrRec* href = attributeText(node, keys.href, hrefHolder);
+    const _EStrRec* id = textOf(attributes.id, idHolder);
+    const _EStrRec* href = textOf(attributes.href, hrefHolder);
     if (parent.getType() == CAgg::eVector)
         return withReference(parent.toVector().emplace_back(), href);
     CEStr keyHolder;
-    const _EStrRec* key = keyText(node, keyHolder);
+    const _EStrRec* key = keyText(node, entries, keyHolder);
     if (isEmpty(id)) {
-        if (!parent.has(key))
+        if (parent.getType() == CAgg::eMap) {
+            // The common case in one lookup: a member of a struct.
+            CAgg::CAggMap& members = parent.toMap();
+            auto found = members.lower_bound(key);
+            if (found == members.end() || members.key_comp()(key, found->first))
+                return withReference(members.emplace_hint(found, CEStr(key), CAgg())->second, href);
+        } else if (!parent.has(key)) {
             return withReference(parent[key], href);
+        }
         if (CAggMapSize(parent) == 1) {
             // A repeated element where it is the only member is taken for an implicit array:
             // the parent itself becomes the array.
@@ -76,7 +98,8 @@ CAgg& CEncodedSOAPReader::getCurrentNode(CAgg& parent, CAgg& node) {
         // A repeated element in a struct with other members overwrites the earlier one.
         return parent[key];
     }
-    CEStr root = CXMLElement(node).getAttribute(keys.encodingRoot.get());
+    CEStr rootHolder;
+    const _EStrRec* root = textOf(attributes.root, rootHolder);
     if (EStrToUTF8(root) != "0")
         parent[key]["soap_href_id"] = CAgg(EStrFromUTF8("#" + EStrToUTF8(id)).get());
     // An independent element (root="0") lives only in the table, until a reference binds it.
@@ -96,7 +119,10 @@ void CEncodedSOAPReader::setType(CAgg& value, const _EStrRec* type) {
     if (EStrGetLen(type) == 0)
         return;
     std::string scratch;
-    std::string_view local = localPartOf(type, scratch);
+    setLocalType(value, localPartOf(type, scratch));
+}
+
+void CEncodedSOAPReader::setLocalType(CAgg& value, std::string_view local) {
     if (local == "int") {
         value.toQsInt32();
     } else if (local == "string") {

@@ -5,6 +5,7 @@
 #include "soap/CSOAPReader.h"
 
 #include <map>
+#include <string_view>
 
 class CEncodedSOAPReader final : public CSOAPReader {
 public:
@@ -21,8 +22,16 @@ public:
     /// "float", "boolean", "dateTime", "base64", "base64Binary", "hexBinary". Any other type,
     /// "double" and "long" among them, leaves the text a string.
     static void setType(CAgg& value, const _EStrRec* type);
+    /// The same with the local part of the type already taken.
+    static void setLocalType(CAgg& value, std::string_view localType);
 
 private:
+    /// processNode for an element whose entries are known.
+    void readElement(CAgg& result, CAgg& node, const CXMLEntries& entries);
+    /// getCurrentNode for an element whose entries and attributes are known.
+    CAgg& currentNode(CAgg& parent, CAgg& node, const CXMLEntries& entries,
+                      const ReplyAttributes& attributes);
+
     /// The values of elements with an id, by id.
     std::map<CEStr, CAgg, CEStrLessNumbersFirst> m_multiRefs;
 };

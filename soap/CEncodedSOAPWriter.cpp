@@ -103,28 +103,29 @@ void CEncodedSOAPWriter::setScalarType(CXMLElement& element, CAgg& value) {
     // setTypeInfo would set it, without the steps between.
     // Made once and kept for the life of the process, past the end of static destruction.
     static const CEStr* key = new CEStr("xsi:type", kEStrPDFDoc);
-    element.setAttribute(key->get(), CEStr(type, kEStrPDFDoc).get());
+    element.setAttribute(key->get(), CAgg::adoptEStr(EStrNew(type, kEStrPDFDoc)));
 }
 
 void CEncodedSOAPWriter::writeMap(CAgg& value, CXMLElement& element, long depth,
                                   unsigned short isHeader) {
-    if (value.has("soapName")) {
-        CAgg& name = value["soapName"];
+    ReservedEntries reserved = reservedEntriesOf(value);
+    if (reserved.name) {
+        CAgg& name = *reserved.name;
         if (!CAggIsString(name))
             fail("IDS_SOAP_NAME_NOT_STRING");
         setName(element, CAggValueText(name));
     }
-    applyQName(value, element);
+    applyQName(reserved.qname, element);
     if (isHeader)
         addHeader(value, element, depth);
-    if (value.has("soapType")) {
-        if (!CAggIsString(value["soapType"]))
+    if (reserved.type) {
+        if (!CAggIsString(*reserved.type))
             fail("IDS_SOAP_TYPE_NOT_STRING");
         setTypeInfo(element, getSOAPType(value));
     }
-    if (value.has("soapValue")) {
+    if (reserved.value) {
         // Ready-made content, written as it stands; the map has no other children.
-        CAgg& raw = value["soapValue"];
+        CAgg& raw = *reserved.value;
         if (CAggIsString(raw))
             element.appendText(CAgg(CAggValueText(raw).get()), false);
         else if (raw.getType() == CAgg::eQsStm)
@@ -133,8 +134,8 @@ void CEncodedSOAPWriter::writeMap(CAgg& value, CXMLElement& element, long depth,
             fail("IDS_SOAP_VALUE_BAD_TYPE");
         return;
     }
-    if (value.has("soapHREF")) {
-        CAgg& href = value["soapHREF"];
+    if (reserved.href) {
+        CAgg& href = *reserved.href;
         if (!CAggIsString(href))
             fail("IDS_SOAP_HREF_NOT_STRING");
         element.setAttribute(CEStr("href", kEStrPDFDoc), attributeValue(CAggValueText(href)));
@@ -149,7 +150,7 @@ void CEncodedSOAPWriter::writeMap(CAgg& value, CXMLElement& element, long depth,
         }
         return;
     }
-    CAggForEachEntry(value, [&](const CEStr& key, CAgg& item) {
+    forEachEntry(value, [&](const CEStr& key, CAgg& item) {
         if (!isReservedKey(key))
             writeChild(key, item, element, depth, isHeader);
     });
@@ -161,14 +162,14 @@ void CEncodedSOAPWriter::writeVector(CAgg& value, CXMLElement& element, long dep
     CAgg::CAggVector& items = value.toVector();
     setArrayType(element, items);
     for (CAgg& item : items) {
-        CXMLElement child(element.appendElement("item"));
+        CXMLElement child = view(element.appendElement("item"));
         writeNode(item, child, depth + 1, isHeader);
     }
 }
 
 void CEncodedSOAPWriter::writeChild(const CEStr& key, CAgg& item, CXMLElement& element, long depth,
                                     unsigned short isHeader) {
-    CXMLElement child(element.appendElement(""));
+    CXMLElement child = view(element.appendElement());
     if (depth == 0)
         child.setAttribute("SOAP-ENV:encodingStyle", encodingNS());
     setName(child, key);

@@ -10,8 +10,9 @@ void CLiteralSOAPReader::processNode(CAgg& result, CAgg& node) {
     if (node.getType() == CAgg::eVoid)
         return;
     if (m_asXML) {
-        // Each body element replaces the one before: the last one is the result.
-        result = CAgg(CAgg2XML::openStream(node), 1);
+        // Each body element replaces the one before: the last one is the result. The reader
+        // reads its document once: the element is handed to the serialiser, not copied.
+        result = CAgg(CAgg2XML::openStream(std::move(node)), 1);
         return;
     }
     if (m_xmlMessage) {
@@ -27,19 +28,24 @@ void CLiteralSOAPReader::processNode(CAgg& result, CAgg& node) {
 }
 
 void CLiteralSOAPReader::processSubNode(CAgg& parent, CAgg& node) {
+    readSubNode(parent, node, CXMLEntries::of(node, refreshKeys()));
+}
+
+void CLiteralSOAPReader::readSubNode(CAgg& parent, CAgg& node, const CXMLEntries& entries) {
     DepthGuard guard(m_nodeDepth);
     if (guard.tooDeep())
         return;
-    CAgg& cur = getCurrentNode(parent, node);
-    CAgg::CAggVector* children = childrenOf(node);
+    CAgg& cur = currentNode(parent, node, entries);
+    CAgg::CAggVector* children = entries.childList();
     for (size_t i = 0; children && i < children->size(); ++i) {
         CAgg& child = (*children)[i];
-        CXMLElement element(child);
-        if (element.isElement()) {
-            processSubNode(cur, child);
-        } else if (element.isText() && child.has(kXMLKeyText)) {
+        CXMLEntries childEntries = CXMLEntries::of(child, m_keys);
+        QsAtom childType = childEntries.typeAtom();
+        if (childType == m_keys.element) {
+            readSubNode(cur, child, childEntries);
+        } else if (childType == m_keys.textType && childEntries.text) {
             CAgg text;
-            takeText(text, child[kXMLKeyText]);
+            takeText(text, *childEntries.text);
             if (m_xmlMessage)
                 cur["soapValue"] = std::move(text);
             else
@@ -49,27 +55,40 @@ void CLiteralSOAPReader::processSubNode(CAgg& parent, CAgg& node) {
 }
 
 CAgg& CLiteralSOAPReader::getCurrentNode(CAgg& parent, CAgg& node) {
+    return currentNode(parent, node, CXMLEntries::of(node, refreshKeys()));
+}
+
+CAgg& CLiteralSOAPReader::currentNode(CAgg& parent, CAgg& node, const CXMLEntries& entries) {
     if (m_xmlMessage) {
-        CXMLElement element(node);
-        std::string name = EStrToUTF8(element.getName());
-        std::string nameSpace = EStrToUTF8(element.getNameSpace());
+        CEStr holder;
+        std::string name = EStrToUTF8(textOf(entries.name, holder));
+        std::string nameSpace = EStrToUTF8(textOf(entries.nameSpace, holder));
         CAgg& record = parent["soapValue"].toVector().emplace_back();
         record["soapName"] =
             CAgg(EStrFromUTF8(nameSpace.empty() ? name : nameSpace + ":" + name).get());
         CAgg& qname = record["soapQName"];
         qname[0L] = CAgg(EStrFromUTF8(nameSpace).get());
         qname[1L] = CAgg(EStrFromUTF8(name).get());
-        if (node.has(kXMLKeyAttr) && CAggIsMap(node[kXMLKeyAttr]) &&
-            !node[kXMLKeyAttr].isCollectionTypeEmpty())
-            record["soapAttributes"] = node[kXMLKeyAttr];
+        CAgg* attr = entries.attr;
+        if (attr && CAggIsMap(*attr) && !attr->isCollectionTypeEmpty())
+            record["soapAttributes"] = std::move(*attr);
         return record;
     }
     if (parent.getType() == CAgg::eVector)
         return parent.toVector().emplace_back();
     CEStr keyHolder;
-    const _EStrRec* key = keyText(node, keyHolder);
-    if (!parent.has(key) || CAggMapSize(parent) > 1)
-        return parent[key]; // a repeated member of a struct overwrites the earlier one
+    const _EStrRec* key = keyText(node, entries, keyHolder);
+    if (parent.getType() == CAgg::eMap) {
+        // The common case in one lookup: a member of a struct.
+        CAgg::CAggMap& members = parent.toMap();
+        auto found = members.lower_bound(key);
+        if (found == members.end() || members.key_comp()(key, found->first))
+            return members.emplace_hint(found, CEStr(key), CAgg())->second;
+        if (members.size() > 1)
+            return found->second; // a repeated member of a struct overwrites the earlier one
+    } else if (!parent.has(key) || CAggMapSize(parent) > 1) {
+        return parent[key];
+    }
     // A repeated element where it is the only member: unlike the encoded reader's, the array
     // stands under the element's name, holding the earlier value and the new one.
     CAgg& entry = parent[key];

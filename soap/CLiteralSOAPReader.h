@@ -17,4 +17,10 @@ public:
 
     /// Reads an element and what it holds into the parent's value.
     void processSubNode(CAgg& parent, CAgg& node);
+
+private:
+    /// processSubNode for an element whose entries are known.
+    void readSubNode(CAgg& parent, CAgg& node, const CXMLEntries& entries);
+    /// getCurrentNode for an element whose entries are known.
+    CAgg& currentNode(CAgg& parent, CAgg& node, const CXMLEntries& entries);
 };

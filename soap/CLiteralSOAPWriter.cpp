@@ -35,7 +35,7 @@ void CLiteralSOAPWriter::writeNode(CAgg& value, CXMLElement& element, long depth
     }
     case CAgg::eVector:
         for (CAgg& item : value.toVector()) {
-            CXMLElement child(element.appendElement("item"));
+            CXMLElement child = view(element.appendElement("item"));
             writeNode(item, child, depth + 1, isHeader);
         }
         return;
@@ -51,22 +51,23 @@ void CLiteralSOAPWriter::writeNode(CAgg& value, CXMLElement& element, long depth
 
 void CLiteralSOAPWriter::writeMap(CAgg& value, CXMLElement& element, long depth,
                                   unsigned short isHeader) {
+    ReservedEntries reserved = reservedEntriesOf(value);
     // The literal writer takes any soapName that reads as text; only the encoded one checks it.
-    if (value.has("soapName"))
-        setName(element, CAggValueText(value["soapName"]));
-    applyQName(value, element);
+    if (reserved.name)
+        setName(element, CAggValueText(*reserved.name));
+    applyQName(reserved.qname, element);
     if (isHeader)
         addHeader(value, element, depth);
-    if (value.has("soapAttributes")) {
-        CAggForEachEntry(value["soapAttributes"], [&](const CEStr& key, CAgg& attribute) {
+    if (reserved.attributes) {
+        forEachEntry(*reserved.attributes, [&](const CEStr& key, CAgg& attribute) {
             checkAttributeName(key);
             element.attributes()[key] = CAgg(attributeValue(CAggValueText(attribute)).get());
         });
     }
-    if (writeRawValue(value, element, depth, isHeader))
+    if (writeRawValue(reserved, element, depth, isHeader))
         return;
-    if (value.has("soapHREF")) {
-        CAgg& href = value["soapHREF"];
+    if (reserved.href) {
+        CAgg& href = *reserved.href;
         if (!CAggIsString(href))
             fail("IDS_SOAP_HREF_NOT_STRING");
         // An attachment goes out as a binary inclusion, in place of the element it stands for.
@@ -75,17 +76,17 @@ void CLiteralSOAPWriter::writeMap(CAgg& value, CXMLElement& element, long depth,
         element.setAttribute(CEStr("href", kEStrPDFDoc), attributeValue(CAggValueText(href)));
         return;
     }
-    CAggForEachEntry(value, [&](const CEStr& key, CAgg& item) {
+    forEachEntry(value, [&](const CEStr& key, CAgg& item) {
         if (!isReservedKey(key))
             writeChild(key, item, element, depth, isHeader);
     });
 }
 
-bool CLiteralSOAPWriter::writeRawValue(CAgg& value, CXMLElement& element, long depth,
-                                       unsigned short isHeader) {
-    if (!value.has("soapValue"))
+bool CLiteralSOAPWriter::writeRawValue(const ReservedEntries& reserved, CXMLElement& element,
+                                       long depth, unsigned short isHeader) {
+    if (!reserved.value)
         return false;
-    CAgg& raw = value["soapValue"];
+    CAgg& raw = *reserved.value;
     if (CAggIsString(raw)) {
         CEStr text = CAggValueText(raw);
         if (EStrGetCharLen(text) > 0)
@@ -94,10 +95,9 @@ bool CLiteralSOAPWriter::writeRawValue(CAgg& value, CXMLElement& element, long d
         element.appendText(CAgg(raw.toQsStm(), 0), false);
     } else if (raw.getType() == CAgg::eVector) {
         // Each item is an element of its own, named as the map is named.
-        bool named = value.has("soapName");
-        CEStr name = named ? CAggValueText(value["soapName"]) : CEStr("item", kEStrPDFDoc);
+        CEStr name = reserved.name ? CAggValueText(*reserved.name) : CEStr("item", kEStrPDFDoc);
         for (CAgg& item : raw.toVector()) {
-            CXMLElement child(element.appendElement(""));
+            CXMLElement child = view(element.appendElement());
             setName(child, name);
             writeNode(item, child, depth + 1, isHeader);
         }
@@ -109,7 +109,7 @@ bool CLiteralSOAPWriter::writeRawValue(CAgg& value, CXMLElement& element, long d
 
 void CLiteralSOAPWriter::writeChild(const CEStr& key, CAgg& item, CXMLElement& element, long depth,
                                     unsigned short isHeader) {
-    CXMLElement child(element.appendElement(""));
+    CXMLElement child = view(element.appendElement());
     if (depth == 0 && !m_defaultNS.isNull() && EStrGetCharLen(m_defaultNS) > 0)
         child.setAttribute(CEStr("xmlns", kEStrPDFDoc), attributeValue(m_defaultNS));
     setName(child, key);

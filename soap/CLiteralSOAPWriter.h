@@ -17,7 +17,8 @@ public:
 private:
     void writeMap(CAgg& value, CXMLElement& element, long depth, unsigned short isHeader);
     /// Writes the content given by soapValue; false when the map has none.
-    bool writeRawValue(CAgg& value, CXMLElement& element, long depth, unsigned short isHeader);
+    bool writeRawValue(const ReservedEntries& reserved, CXMLElement& element, long depth,
+                       unsigned short isHeader);
     void writeChild(const CEStr& key, CAgg& item, CXMLElement& element, long depth,
                     unsigned short isHeader);
 

@@ -9,12 +9,40 @@
 #include "values/CAggWalk.h"
 
 #include <algorithm>
+#include <cstring>
 #include <string>
 
 namespace {
 
-std::string nameOf(CAgg& node) {
-    return EStrToUTF8(CXMLElement(node).getName());
+// The attribute keys the readers look for, as the parser makes them (URI, ":", local name).
+struct WantedKeys {
+    std::string type2001 = std::string(kXMLSchemaInstanceNS) + ":type";
+    std::string type1999 = std::string(kXMLSchemaInstance1999NS) + ":type";
+    std::string root = std::string(kSOAP11EncodingNS) + ":root";
+};
+
+const WantedKeys& wantedKeys() {
+    // Made once and kept for the life of the process, past the end of static destruction.
+    static const WantedKeys* keys = new WantedKeys;
+    return *keys;
+}
+
+// Whether a key is the same map key as the ASCII text, as a map's order holds keys the same:
+// of the same encoding and with the same characters.
+bool isKey(const _EStrRec* key, const char* text) {
+    return key && EStrGetEncoding(key) == kEStrPDFDoc && std::strcmp(EStrGetBytes(key), text) == 0;
+}
+
+// A single-byte string all of whose bytes are ASCII: its bytes are its UTF-8.
+bool isASCIIText(const _EStrRec* text) {
+    int32_t encoding = EStrGetEncoding(text);
+    return encoding != kEStrUCS && encoding != kEStrUCSShaped &&
+           IsASCII(EStrGetBytes(text), static_cast<size_t>(EStrGetLen(text)));
+}
+
+// The string held by an entry, when it is one.
+const _EStrRec* stringIn(CAgg* value) {
+    return value && value->getType() == CAgg::eEStr ? value->toEStr() : nullptr;
 }
 
 CEStr emptyText() {
@@ -30,9 +58,10 @@ void measure(CAgg& value, long depth, long& values, long& deepest) {
 
 } // namespace
 
-CSOAPReader::CSOAPReader(CAgg& document) : m_document(document) {}
+CSOAPReader::CSOAPReader(CAgg& document) : m_document(document), m_keys(CXMLKeyAtoms::current()) {}
 
-CSOAPReader::CSOAPReader(CAgg&& document) : m_document(std::move(document)) {}
+CSOAPReader::CSOAPReader(CAgg&& document)
+    : m_document(std::move(document)), m_keys(CXMLKeyAtoms::current()) {}
 
 CSOAPReader::~CSOAPReader() = default;
 
@@ -49,10 +78,11 @@ CAgg CSOAPReader::readBody(CPartResolver* resolver) {
 CAgg CSOAPReader::readSection(const char* name, bool withFaults) {
     setSOAPVersion(m_document);
     CAgg result;
-    if (nameOf(m_document) != "Envelope")
+    refreshKeys();
+    if (!hasLocalName(CXMLEntries::of(m_document, m_keys), "Envelope"))
         return result;
     CAgg* section = findChildElement(m_document, name);
-    CAgg::CAggVector* children = section ? childrenOf(*section) : nullptr;
+    CAgg::CAggVector* children = section ? CXMLEntries::of(*section, m_keys).childList() : nullptr;
     if (!children)
         return result;
     for (size_t i = 0; i < children->size(); ++i) {
@@ -105,17 +135,18 @@ void CSOAPReader::setXMLMessage(unsigned short flag) {
 }
 
 bool CSOAPReader::processFault(CAgg& node) {
-    if (!CXMLElement(node).isElement() || nameOf(node) != "Fault")
+    CXMLEntries entries = CXMLEntries::of(node, refreshKeys());
+    if (entries.typeAtom() != m_keys.element || !hasLocalName(entries, "Fault"))
         return false;
     // These are the SOAP 1.1 names. A SOAP 1.2 fault (Code, Reason, ...) is still taken for a
     // fault and ends the body, but leaves the fault string empty: it passes for an empty reply.
-    CAgg::CAggVector* children = childrenOf(node);
+    CAgg::CAggVector* children = entries.childList();
     for (size_t i = 0; children && i < children->size(); ++i) {
         CAgg& child = (*children)[i];
         CXMLElement element(child);
         if (!element.isElement())
             continue;
-        std::string name = nameOf(child);
+        std::string name = EStrToUTF8(element.getName());
         if (name == "faultstring")
             m_faultString = element.getValue();
         else if (name == "faultcode")
@@ -143,6 +174,8 @@ void CSOAPReader::bindReferences(CAgg& value, CPartResolver* resolver) {
 }
 
 void CSOAPReader::bindAt(CAgg& value, CPartResolver* resolver, long depth) {
+    // The key a reference is held under, made once: the walk asks every map for it.
+    static const CEStr* const referenceKey = new CEStr("soap_href_id", kEStrPDFDoc);
     // The loops are written out, without a callback between them, to keep each level of the
     // walk to one frame of the stack.
     switch (value.getType()) {
@@ -151,7 +184,7 @@ void CSOAPReader::bindAt(CAgg& value, CPartResolver* resolver, long depth) {
             bindAt(item, resolver, depth + 1);
         return;
     case CAgg::eMap:
-        if (value.has("soap_href_id")) {
+        if (value.has(referenceKey->get())) {
             bindReference(value, resolver, depth);
             return;
         }
@@ -159,7 +192,7 @@ void CSOAPReader::bindAt(CAgg& value, CPartResolver* resolver, long depth) {
             bindAt(item, resolver, depth + 1);
         return;
     case CAgg::eQsAtomMap:
-        if (value.has("soap_href_id")) {
+        if (value.has(referenceKey->get())) {
             bindReference(value, resolver, depth);
             return;
         }
@@ -217,16 +250,9 @@ QName CSOAPReader::getQName(const _EStrRec* name) {
     return {EStrFromUTF8(local), EStrFromUTF8(nameSpace)};
 }
 
-const CSOAPReader::AttributeKeys& CSOAPReader::attributeKeys() {
-    // Made once and kept for the life of the process, past the end of static destruction.
-    static const AttributeKeys* keys = new AttributeKeys{
-        EStrFromUTF8(std::string(kXMLSchemaInstanceNS) + ":type"),
-        EStrFromUTF8(std::string(kXMLSchemaInstance1999NS) + ":type"),
-        EStrFromUTF8("id"),
-        EStrFromUTF8("href"),
-        EStrFromUTF8(std::string(kSOAP11EncodingNS) + ":root"),
-    };
-    return *keys;
+const CXMLKeyAtoms& CSOAPReader::refreshKeys() {
+    m_keys = CXMLKeyAtoms::current();
+    return m_keys;
 }
 
 void CSOAPReader::takeText(CAgg& value, CAgg& text) {
@@ -237,8 +263,44 @@ void CSOAPReader::takeText(CAgg& value, CAgg& text) {
     value = CAgg(CAggValueText(text).get());
 }
 
-const _EStrRec* CSOAPReader::attributeText(CAgg& node, const CEStr& key, CEStr& holder) {
-    CAgg* value = CXMLElement(node).findAttribute(key.get());
+CSOAPReader::ReplyAttributes CSOAPReader::replyAttributesOf(CAgg* attr) {
+    ReplyAttributes found;
+    if (!attr)
+        return found;
+    const WantedKeys& wanted = wantedKeys();
+    if (attr->getType() == CAgg::eMap) {
+        // One pass over the attributes, most often a type alone, rather than a lookup per key.
+        for (auto& [key, value] : attr->toMap()) {
+            const char* bytes = EStrGetBytes(key);
+            if (isKey(key, "id"))
+                found.id = &value;
+            else if (isKey(key, "href"))
+                found.href = &value;
+            else if (bytes[0] != 'h')
+                continue;
+            else if (isKey(key, wanted.type2001.c_str()))
+                found.type2001 = &value;
+            else if (isKey(key, wanted.type1999.c_str()))
+                found.type1999 = &value;
+            else if (isKey(key, wanted.root.c_str()))
+                found.root = &value;
+        }
+        return found;
+    }
+    // Attributes of another kind are looked up as any reader looks them up.
+    auto find = [&](const std::string& key) -> CAgg* {
+        CEStr text = EStrFromUTF8(key);
+        return attr->has(text.get()) ? &(*attr)[text] : nullptr;
+    };
+    found.type2001 = find(wanted.type2001);
+    found.type1999 = find(wanted.type1999);
+    found.id = find("id");
+    found.href = find("href");
+    found.root = find(wanted.root);
+    return found;
+}
+
+const _EStrRec* CSOAPReader::textOf(CAgg* value, CEStr& holder) {
     if (!value)
         return nullptr;
     if (value->getType() == CAgg::eEStr)
@@ -247,38 +309,47 @@ const _EStrRec* CSOAPReader::attributeText(CAgg& node, const CEStr& key, CEStr& 
     return holder.get();
 }
 
-const _EStrRec* CSOAPReader::typeOf(CAgg& node, CEStr& holder) {
-    const _EStrRec* type = attributeText(node, attributeKeys().type2001, holder);
+const _EStrRec* CSOAPReader::typeOf(const ReplyAttributes& attributes, CEStr& holder) {
+    const _EStrRec* type = textOf(attributes.type2001, holder);
     if (EStrGetCharLen(type) > 0)
         return type;
-    return attributeText(node, attributeKeys().type1999, holder);
+    return textOf(attributes.type1999, holder);
 }
 
-const _EStrRec* CSOAPReader::keyText(CAgg& node, CEStr& holder) {
-    if (node.getType() == CAgg::eQsAtomMap) {
-        CAgg::CAggQsAtomMap& fields = node.toQsAtomMap();
-        auto name = fields.find(kXMLKeyName);
-        auto nameSpace = fields.find(kXMLKeyNameSpace);
-        bool noNameSpace =
-            nameSpace == fields.end() || (nameSpace->second.getType() == CAgg::eEStr &&
-                                          EStrGetLen(nameSpace->second.toEStr()) == 0);
-        if (noNameSpace && name != fields.end() && name->second.getType() == CAgg::eEStr) {
-            const _EStrRec* text = name->second.toEStr();
-            if (EStrGetEncoding(text) == kEStrPDFDoc &&
-                IsASCII(EStrGetBytes(text), static_cast<size_t>(EStrGetLen(text))))
-                return text; // the key keyOf would make of it
-        }
+const _EStrRec* CSOAPReader::keyText(CAgg& node, const CXMLEntries& entries, CEStr& holder) {
+    const _EStrRec* name = stringIn(entries.name);
+    const _EStrRec* nameSpace = stringIn(entries.nameSpace);
+    bool plainName = name && isASCIIText(name);
+    if (plainName && !entries.nameSpace && EStrGetEncoding(name) == kEStrPDFDoc)
+        return name; // the key keyOf would make of it
+    if (plainName && nameSpace && isASCIIText(nameSpace)) {
+        long nameLength = EStrGetLen(name);
+        long nameSpaceLength = EStrGetLen(nameSpace);
+        if (nameSpaceLength == 0 && EStrGetEncoding(name) == kEStrPDFDoc)
+            return name;
+        // Namespace, ":", name as the UTF-8 of ASCII text makes it: a PDFDocEncoding string.
+        m_keyBytes.assign(EStrGetBytes(nameSpace), static_cast<size_t>(nameSpaceLength));
+        if (nameSpaceLength > 0)
+            m_keyBytes += ':';
+        m_keyBytes.append(EStrGetBytes(name), static_cast<size_t>(nameLength));
+        long length = static_cast<long>(m_keyBytes.size());
+        // A string is always followed by two zero bytes.
+        m_keyBytes.append(2, '\0');
+        m_joinedKey = _EStrRec{};
+        m_joinedKey.encoding = kEStrPDFDoc;
+        m_joinedKey.bytes = m_keyBytes.data();
+        m_joinedKey.length = static_cast<int32_t>(length);
+        return &m_joinedKey;
     }
     holder = keyOf(node);
     return holder.get();
 }
 
 CEStr CSOAPReader::getType(CAgg& node) {
-    CXMLElement element(node);
-    CEStr type = element.getAttribute(attributeKeys().type2001.get());
-    if (EStrGetCharLen(type) > 0)
-        return type;
-    return element.getAttribute(attributeKeys().type1999.get());
+    CEStr holder;
+    ReplyAttributes attributes = replyAttributesOf(CXMLEntries::of(node, refreshKeys()).attr);
+    const _EStrRec* type = typeOf(attributes, holder);
+    return type ? CEStr(type) : CEStr("", kEStrPDFDoc);
 }
 
 bool CSOAPReader::isArrayNode(CAgg& node) {
@@ -319,14 +390,23 @@ void CSOAPReader::setSOAPVersion(CAgg& element) {
 }
 
 CAgg* CSOAPReader::findChildElement(CAgg& element, const char* name) {
-    CAgg::CAggVector* children = childrenOf(element);
+    CAgg::CAggVector* children = CXMLEntries::of(element, m_keys).childList();
     if (!children)
         return nullptr;
     for (CAgg& child : *children) {
-        if (CXMLElement(child).isElement() && nameOf(child) == name)
+        CXMLEntries entries = CXMLEntries::of(child, m_keys);
+        if (entries.typeAtom() == m_keys.element && hasLocalName(entries, name))
             return &child;
     }
     return nullptr;
+}
+
+bool CSOAPReader::hasLocalName(const CXMLEntries& entries, std::string_view name) {
+    const _EStrRec* text = stringIn(entries.name);
+    if (text && isASCIIText(text))
+        return std::string_view(EStrGetBytes(text), static_cast<size_t>(EStrGetLen(text))) == name;
+    CEStr holder;
+    return EStrToUTF8(textOf(entries.name, holder)) == name;
 }
 
 CEStr CSOAPReader::keyOf(CAgg& node) {
@@ -339,13 +419,6 @@ CEStr CSOAPReader::keyOf(CAgg& node) {
     std::string local = EStrToUTF8(name);
     std::string uri = EStrToUTF8(nameSpace);
     return EStrFromUTF8(uri.empty() ? local : uri + ":" + local);
-}
-
-CAgg::CAggVector* CSOAPReader::childrenOf(CAgg& node) {
-    if (!CAggIsMap(node) || !node.has(kXMLKeyChildren))
-        return nullptr;
-    CAgg& children = node[kXMLKeyChildren];
-    return children.getType() == CAgg::eVector ? &children.toVector() : nullptr;
 }
 
 std::unique_ptr<CSOAPReader> getSOAPReader(CAgg& document, unsigned short encoded) {

@@ -97,26 +97,34 @@ protected:
     /// namespace but those of SOAP 1.1 and 1.2.
     void setSOAPVersion(CAgg& element);
     /// The first element child of that local name; null without one.
-    static CAgg* findChildElement(CAgg& element, const char* name);
+    CAgg* findChildElement(CAgg& element, const char* name);
+    /// Whether an element's local name is that ASCII text.
+    static bool hasLocalName(const CXMLEntries& entries, std::string_view name);
     /// The key of an element's value in its parent: namespace, ":", name, or the name alone.
     static CEStr keyOf(CAgg& node);
-    /// The children of an element; null without any.
-    static CAgg::CAggVector* childrenOf(CAgg& node);
-    /// The attribute keys the readers look up, made once.
-    struct AttributeKeys {
-        CEStr type2001, type1999, id, href, encodingRoot;
+    /// The attributes the readers look at, found in one pass over an element's attributes;
+    /// null for those the element lacks.
+    struct ReplyAttributes {
+        CAgg* type2001 = nullptr;
+        CAgg* type1999 = nullptr;
+        CAgg* id = nullptr;
+        CAgg* href = nullptr;
+        CAgg* root = nullptr;
     };
-    static const AttributeKeys& attributeKeys();
-    /// An attribute's value as text, or null when the element does not have it; holder keeps
-    /// a value that had to be converted.
-    static const _EStrRec* attributeText(CAgg& node, const CEStr& key, CEStr& holder);
-    /// getType without a copy: null when the element has no type.
-    static const _EStrRec* typeOf(CAgg& node, CEStr& holder);
-    /// keyOf without a copy where the element's own name is the key.
-    static const _EStrRec* keyText(CAgg& node, CEStr& holder);
+    static ReplyAttributes replyAttributesOf(CAgg* attr);
+    /// A value as text, or null for none; holder keeps a value that had to be converted.
+    static const _EStrRec* textOf(CAgg* value, CEStr& holder);
+    /// getType from the attributes, without a copy: null when the element has no type.
+    static const _EStrRec* typeOf(const ReplyAttributes& attributes, CEStr& holder);
+    /// keyOf from the entries of the element, without making a string where the name is the
+    /// key, and in the reader's own buffer where an ASCII name and namespace are joined. Good
+    /// until the next call.
+    const _EStrRec* keyText(CAgg& node, const CXMLEntries& entries, CEStr& holder);
     /// Makes value the text of a text node's value. The reader owns its document, which is read
     /// once: a string is moved out of it rather than copied.
     static void takeText(CAgg& value, CAgg& text);
+    /// The atoms of the records' keys, taken again from the host now in place before a walk.
+    const CXMLKeyAtoms& refreshKeys();
 
     /// Counts the levels of elements being read, for kMaxNodeDepth.
     class DepthGuard {
@@ -142,6 +150,7 @@ protected:
     unsigned short m_asXML = 0;
     unsigned short m_xmlMessage = 0;
     long m_nodeDepth = 0;
+    CXMLKeyAtoms m_keys;
 
 private:
     /// The size of a value: how many values it holds and how deep they nest.
@@ -153,6 +162,11 @@ private:
     CAgg readSection(const char* name, bool withFaults);
     void bindAt(CAgg& value, CPartResolver* resolver, long depth);
     void bindReference(CAgg& value, CPartResolver* resolver, long depth);
+
+    // A key joined from an ASCII namespace and name: a string over m_keyBytes, which a map
+    // copies only when it makes an entry of it.
+    std::string m_keyBytes;
+    _EStrRec m_joinedKey{};
 
     long m_boundValues = 0;
     // The size of the value of each reference met, by reference.

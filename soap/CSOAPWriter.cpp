@@ -1,6 +1,7 @@
 #include "soap/CSOAPWriter.h"
 
 #include "frame/HostError.h"
+#include "frame/QsCore.h"
 #include "frame/UTF8.h"
 #include "frame/ZString.h"
 #include "frame/host/IScriptEngine.h"
@@ -9,10 +10,13 @@
 #include "soap/SOAPNamespaces.h"
 #include "soap/SOAPText.h"
 #include "values/CAggWalk.h"
+#include "values/CLazyAtom.h"
 #include "values/miTime.h"
 #include "xml/XMLName.h"
 
 #include <cstdio>
+#include <cstring>
+#include <iterator>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -23,6 +27,12 @@ namespace {
 constexpr std::string_view kReservedKeys[] = {
     "soapName",       "soapQName",          "soapType",  "soapHREF",           "soapValue",
     "soapAttributes", "soapParameterOrder", "soapActor", "soapMustUnderstand",
+};
+
+// The keys of ReservedEntries, in its order.
+const CLazyAtom kReservedEntryKeys[] = {
+    CLazyAtom("soapName"),  CLazyAtom("soapQName"), CLazyAtom("soapType"),
+    CLazyAtom("soapValue"), CLazyAtom("soapHREF"),  CLazyAtom("soapAttributes"),
 };
 
 // No message of the table fits a request too deep to walk, so the writer has its own text.
@@ -46,7 +56,8 @@ bool nestsDeeperThan(CAgg& value, long limit) {
 } // namespace
 
 CSOAPWriter::CSOAPWriter(CAgg& header, CAgg& request)
-    : m_tooDeep(nestsDeeperThan(header, kMaxDepth) || nestsDeeperThan(request, kMaxDepth)) {
+    : m_keys(CXMLKeyAtoms::current()),
+      m_tooDeep(nestsDeeperThan(header, kMaxDepth) || nestsDeeperThan(request, kMaxDepth)) {
     // A value too deep is not even copied, since a copy recurses as deep as the value; the
     // write then fails.
     if (m_tooDeep)
@@ -56,7 +67,8 @@ CSOAPWriter::CSOAPWriter(CAgg& header, CAgg& request)
 }
 
 CSOAPWriter::CSOAPWriter(CAgg&& header, CAgg&& request)
-    : m_tooDeep(nestsDeeperThan(header, kMaxDepth) || nestsDeeperThan(request, kMaxDepth)) {
+    : m_keys(CXMLKeyAtoms::current()),
+      m_tooDeep(nestsDeeperThan(header, kMaxDepth) || nestsDeeperThan(request, kMaxDepth)) {
     if (m_tooDeep)
         return;
     m_header = std::move(header);
@@ -178,6 +190,11 @@ bool CSOAPWriter::isReservedKey(const _EStrRec* key) {
 }
 
 CEStr CSOAPWriter::attributeValue(const _EStrRec* text) {
+    // ASCII text is its own UTF-8: it is looked at where it lies.
+    if (isPlainName(text) &&
+        std::string_view(EStrGetBytes(text), static_cast<size_t>(EStrGetLen(text)))
+                .find_first_of("&<\"") == std::string_view::npos)
+        return CEStr(text);
     std::string value = EStrToUTF8(text);
     if (value.find_first_of("&<\"") == std::string::npos)
         return CEStr(text);
@@ -198,8 +215,9 @@ CEStr CSOAPWriter::attributeValue(const _EStrRec* text) {
 CAgg CSOAPWriter::writeEnvelope(bool withEncodingNS) {
     if (m_tooDeep)
         checkDepth(kMaxDepth + 1);
+    takeAtoms();
     CAgg envelope;
-    CXMLElement root(envelope);
+    CXMLElement root = view(envelope);
     root.setType(kXMLTypeElement);
     root.setName("SOAP-ENV:Envelope");
     root.setAttribute("xmlns:xsi", kXMLSchemaInstanceNS);
@@ -213,10 +231,10 @@ CAgg CSOAPWriter::writeEnvelope(bool withEncodingNS) {
         root.setAttribute("xmlns:SOAP-ENV", kSOAP12EnvelopeNS);
     }
     if (m_header.getType() != CAgg::eVoid) {
-        CXMLElement header(root.appendElement("SOAP-ENV:Header"));
+        CXMLElement header = view(root.appendElement("SOAP-ENV:Header"));
         writeNode(m_header, header, 0, 1);
     }
-    CXMLElement body(root.appendElement("SOAP-ENV:Body"));
+    CXMLElement body = view(root.appendElement("SOAP-ENV:Body"));
     writeNode(m_request, body, 0, 0);
     return envelope;
 }
@@ -261,15 +279,76 @@ const char* CSOAPWriter::encodingNS() const {
 }
 
 void CSOAPWriter::applyQName(CAgg& value, CXMLElement& element) {
-    if (!value.has("soapQName"))
+    applyQName(value.has("soapQName") ? &value["soapQName"] : nullptr, element);
+}
+
+void CSOAPWriter::applyQName(CAgg* entry, CXMLElement& element) {
+    if (!entry)
         return;
-    CAgg& qname = value["soapQName"];
+    CAgg& qname = *entry;
     if (qname.getType() != CAgg::eVector || qname.toVector().size() != 2)
         fail("IDS_SOAP_QNAME_NOT_VECTOR");
     CAgg::CAggVector& parts = qname.toVector();
     std::string name =
         EStrToUTF8(CAggValueText(parts[0])) + ":" + EStrToUTF8(CAggValueText(parts[1]));
     setName(element, EStrFromUTF8(name).get());
+}
+
+void CSOAPWriter::takeAtoms() {
+    m_keys = CXMLKeyAtoms::current();
+    for (size_t i = 0; i < std::size(kReservedEntryKeys); ++i)
+        m_reservedAtoms[i] = kReservedEntryKeys[i].get();
+    m_atomNames.clear();
+}
+
+const CEStr& CSOAPWriter::atomName(QsAtom atom) {
+    auto found = m_atomNames.find(atom);
+    if (found == m_atomNames.end())
+        found = m_atomNames.emplace(atom, CEStr(QsAtomGetString(atom), kEStrPDFDoc)).first;
+    return found->second;
+}
+
+CSOAPWriter::ReservedEntries CSOAPWriter::reservedEntriesOf(CAgg& map) const {
+    ReservedEntries found;
+    if (map.getType() == CAgg::eQsAtomMap) {
+        // An atom key is the key of a lookup by its text when it is the atom of that text.
+        CAgg** slots[] = {&found.name,  &found.qname, &found.type,
+                          &found.value, &found.href,  &found.attributes};
+        for (auto& [atom, item] : map.toQsAtomMap()) {
+            for (size_t i = 0; i < std::size(slots); ++i) {
+                if (atom == m_reservedAtoms[i])
+                    *slots[i] = &item;
+            }
+        }
+        return found;
+    }
+    if (map.getType() != CAgg::eMap) {
+        auto find = [&](const char* key) { return map.has(key) ? &map[key] : nullptr; };
+        found = {find("soapName"),  find("soapQName"), find("soapType"),
+                 find("soapValue"), find("soapHREF"),  find("soapAttributes")};
+        return found;
+    }
+    // A text key is the key of a lookup by its text when it has the same encoding and the same
+    // characters; every reserved key begins "soap".
+    for (auto& [key, item] : map.toMap()) {
+        const char* bytes = EStrGetBytes(key);
+        if (EStrGetEncoding(key) != kEStrPDFDoc || std::strncmp(bytes, "soap", 4) != 0)
+            continue;
+        const char* rest = bytes + 4;
+        if (std::strcmp(rest, "Name") == 0)
+            found.name = &item;
+        else if (std::strcmp(rest, "QName") == 0)
+            found.qname = &item;
+        else if (std::strcmp(rest, "Type") == 0)
+            found.type = &item;
+        else if (std::strcmp(rest, "Value") == 0)
+            found.value = &item;
+        else if (std::strcmp(rest, "HREF") == 0)
+            found.href = &item;
+        else if (std::strcmp(rest, "Attributes") == 0)
+            found.attributes = &item;
+    }
+    return found;
 }
 
 std::unique_ptr<CSOAPWriter> getSOAPWriter(CAgg& header, CAgg& request, unsigned short encoded) {

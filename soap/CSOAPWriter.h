@@ -17,6 +17,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 /// The SOAP version of a message.
@@ -76,6 +77,8 @@ public:
     static constexpr long kMaxDepth = 1000;
 
 protected:
+    /// Takes the atoms of the record keys and the reserved keys from the host now in place.
+    void takeAtoms();
     /// The envelope with its namespace declarations, header and body, filled by writeNode.
     CAgg writeEnvelope(bool withEncodingNS);
     /// Whether the name is ASCII text in PDFDocEncoding, as the parser and the bridge make the
@@ -95,6 +98,26 @@ protected:
     const char* encodingNS() const;
     /// Checks soapQName and names the element by it, when the map has one.
     void applyQName(CAgg& value, CXMLElement& element);
+    /// The same for the entry of soapQName, null when the map has none.
+    void applyQName(CAgg* qname, CXMLElement& element);
+    /// The reserved entries of a map, found in one pass over it where a lookup per key would
+    /// compare each; null for those it lacks. An entry is found as value.has(key) finds it.
+    struct ReservedEntries {
+        CAgg* name = nullptr;
+        CAgg* qname = nullptr;
+        CAgg* type = nullptr;
+        CAgg* value = nullptr;
+        CAgg* href = nullptr;
+        CAgg* attributes = nullptr;
+    };
+    ReservedEntries reservedEntriesOf(CAgg& map) const;
+    /// Calls fn(key, value) for each entry of a map in the map's order, as CAggForEachEntry
+    /// does; the text of an atom key is made once per message.
+    template <class Fn> void forEachEntry(CAgg& map, Fn&& fn);
+    /// The text of an atom key, as CAggForEachEntry gives it.
+    const CEStr& atomName(QsAtom atom);
+    /// A view on a record of the tree being written, with the writer's key atoms.
+    CXMLElement view(CAgg& record) const { return CXMLElement(record, m_keys); }
     /// Names an element by a namespace and a local name, as setName does.
     void setName(CXMLElement& element, const QName& name);
 
@@ -104,9 +127,26 @@ protected:
     SOAPVersion m_version = kSOAPVersion11;
     CEStr m_error;
     long m_errorCode = 0;
+    // The atoms of the record keys, taken from the host when the writer is made and again when
+    // a message is written.
+    CXMLKeyAtoms m_keys;
+    // The atoms of the reserved keys of ReservedEntries, in its order; taken with m_keys.
+    QsAtom m_reservedAtoms[6] = {};
+    // The texts of the atom keys met in the message.
+    std::unordered_map<QsAtom, CEStr> m_atomNames;
     // The header or the request nests deeper than kMaxDepth; neither was copied.
     bool m_tooDeep = false;
 };
+
+template <class Fn> void CSOAPWriter::forEachEntry(CAgg& map, Fn&& fn) {
+    if (map.getType() == CAgg::eMap) {
+        for (auto& [key, value] : map.toMap())
+            fn(key, value);
+    } else if (map.getType() == CAgg::eQsAtomMap) {
+        for (auto& [atom, value] : map.toQsAtomMap())
+            fn(atomName(atom), value);
+    }
+}
 
 /// Makes the writer: encoded when the flag is set, literal otherwise.
 std::unique_ptr<CSOAPWriter> getSOAPWriter(CAgg& header, CAgg& request, unsigned short encoded);

@@ -74,15 +74,6 @@ void prefetchRecord(CAgg& node) {
         __builtin_prefetch(record + 64 * line);
 }
 
-QsAtom atomIn(CAgg* type) {
-    if (!type)
-        return kQsNullAtom;
-    if (type->getType() == CAgg::eQsAtom)
-        return type->toQsAtom();
-    CAgg copy(*type);
-    return copy.toQsAtom();
-}
-
 // The character index of the last ":", or -1.
 long lastColon(const _EStrRec* text) {
     if (isUCS(text)) {
@@ -134,9 +125,7 @@ CAgg2XML::CAgg2XML(CAgg& document, bool withDeclaration)
       m_nsPart(CEStr::adopt(EStrNew(nullptr, kEStrPDFDoc))),
       m_empty(CEStr::adopt(EStrNew(nullptr, kEStrPDFDoc))), m_defaultPrefix("m", kEStrPDFDoc),
       m_defaultDeclaration("xmlns:m", kEStrPDFDoc) {
-    m_keys = {kXMLKeyType,     kXMLKeyName,   kXMLKeyNameSpace,  kXMLKeyAttr,
-              kXMLKeyChildren, kXMLKeyNSDict, kXMLKeyText,       kXMLKeyEncoded,
-              kXMLTypeElement, kXMLTypeText,  kXMLTypeProcessing};
+    m_keys = CXMLKeyAtoms::current();
     m_nodes.push_back(&m_document);
     m_states.emplace_back();
 }
@@ -146,9 +135,7 @@ CAgg2XML::CAgg2XML(CAgg&& document, bool withDeclaration)
       m_nsPart(CEStr::adopt(EStrNew(nullptr, kEStrPDFDoc))),
       m_empty(CEStr::adopt(EStrNew(nullptr, kEStrPDFDoc))), m_defaultPrefix("m", kEStrPDFDoc),
       m_defaultDeclaration("xmlns:m", kEStrPDFDoc) {
-    m_keys = {kXMLKeyType,     kXMLKeyName,   kXMLKeyNameSpace,  kXMLKeyAttr,
-              kXMLKeyChildren, kXMLKeyNSDict, kXMLKeyText,       kXMLKeyEncoded,
-              kXMLTypeElement, kXMLTypeText,  kXMLTypeProcessing};
+    m_keys = CXMLKeyAtoms::current();
     m_nodes.push_back(&m_document);
     m_states.emplace_back();
 }
@@ -231,8 +218,8 @@ bool CAgg2XML::serializeNodes() {
     State& state = m_states.back();
     if (!state.seen) {
         state.seen = true;
-        state.entries = entriesOf(node);
-        state.type = atomIn(state.entries.type);
+        state.entries = CXMLEntries::of(node, m_keys);
+        state.type = state.entries.typeAtom();
         CAgg* children = state.entries.children;
         if (children && children->getType() == CAgg::eVector)
             state.list = &children->toVector();
@@ -293,7 +280,7 @@ bool CAgg2XML::serializeElement() {
 }
 
 bool CAgg2XML::serializeValue() {
-    Entries& entries = m_states.back().entries;
+    CXMLEntries& entries = m_states.back().entries;
     CAgg* text = entries.text;
     if (!text)
         return true;
@@ -324,7 +311,7 @@ bool CAgg2XML::serializeValue() {
 }
 
 void CAgg2XML::serializePI() {
-    Entries& entries = m_states.back().entries;
+    CXMLEntries& entries = m_states.back().entries;
     write("<?", false);
     writeTagName(entries, "processing instruction");
     getTagAttr(entries, false);
@@ -333,44 +320,7 @@ void CAgg2XML::serializePI() {
 
 // Tags.
 
-CAgg2XML::Entries CAgg2XML::entriesOf(CAgg& node) const {
-    Entries entries;
-    if (node.getType() == CAgg::eQsAtomMap) {
-        // One pass over the record rather than a lookup per key.
-        for (auto& [key, value] : node.toQsAtomMap()) {
-            CAgg* entry = &value;
-            if (key == m_keys.type)
-                entries.type = entry;
-            else if (key == m_keys.name)
-                entries.name = entry;
-            else if (key == m_keys.nameSpace)
-                entries.nameSpace = entry;
-            else if (key == m_keys.attr)
-                entries.attr = entry;
-            else if (key == m_keys.children)
-                entries.children = entry;
-            else if (key == m_keys.nsDict)
-                entries.nsDict = entry;
-            else if (key == m_keys.text)
-                entries.text = entry;
-            else if (key == m_keys.encoded)
-                entries.encoded = entry;
-        }
-        return entries;
-    }
-    auto find = [&](QsAtom key) { return node.has(key) ? &node[key] : nullptr; };
-    entries.type = find(m_keys.type);
-    entries.name = find(m_keys.name);
-    entries.nameSpace = find(m_keys.nameSpace);
-    entries.attr = find(m_keys.attr);
-    entries.children = find(m_keys.children);
-    entries.nsDict = find(m_keys.nsDict);
-    entries.text = find(m_keys.text);
-    entries.encoded = find(m_keys.encoded);
-    return entries;
-}
-
-void CAgg2XML::doOpenTag(Entries& entries, Tag& tag) {
+void CAgg2XML::doOpenTag(CXMLEntries& entries, Tag& tag) {
     pushNSScope(entries);
     write("<", false);
     writeTagName(entries, "element", &tag); // before the attributes: it may declare in them
@@ -378,7 +328,7 @@ void CAgg2XML::doOpenTag(Entries& entries, Tag& tag) {
     write(">", false);
 }
 
-void CAgg2XML::doCloseTag(Entries& entries, const Tag& tag) {
+void CAgg2XML::doCloseTag(CXMLEntries& entries, const Tag& tag) {
     write("</", false);
     if (!tag.kept)
         writeTagName(entries, "element");
@@ -393,7 +343,7 @@ void CAgg2XML::doCloseTag(Entries& entries, const Tag& tag) {
     popNSScope();
 }
 
-void CAgg2XML::doEmptyTag(Entries& entries) {
+void CAgg2XML::doEmptyTag(CXMLEntries& entries) {
     pushNSScope(entries);
     write("<", false);
     writeTagName(entries, "element");
@@ -402,7 +352,7 @@ void CAgg2XML::doEmptyTag(Entries& entries) {
     popNSScope();
 }
 
-void CAgg2XML::getTagAttr(Entries& entries, bool element) {
+void CAgg2XML::getTagAttr(CXMLEntries& entries, bool element) {
     bool declaring = m_declaring;
     m_declaring = false;
     auto writeOne = [&](const _EStrRec* key, const _EStrRec* value) {
@@ -465,7 +415,7 @@ CAgg2XML::QNameSplit CAgg2XML::getQName(const _EStrRec* text) {
 // With keep, the tag is kept for the close tag when the name is a string without ":": its
 // prefix then depends on the namespace and the scope alone, and the scope keeps the binding
 // it finds or makes here until the close tag has been written.
-void CAgg2XML::getTagName(Entries& entries, Tag* keep) {
+void CAgg2XML::getTagName(CXMLEntries& entries, Tag* keep) {
     m_declaring = false; // a declaration is held only from one tag name to its attributes
     CEStr nameHolder, nsHolder;
     const _EStrRec* name = textIn(entries.name, nameHolder);
@@ -519,7 +469,7 @@ bool CAgg2XML::isURIKeyed(size_t start) const {
     return true;
 }
 
-void CAgg2XML::writeTagName(Entries& entries, const char* kind, Tag* keep) {
+void CAgg2XML::writeTagName(CXMLEntries& entries, const char* kind, Tag* keep) {
     size_t mark = m_buffer.size();
     getTagName(entries, keep);
     checkName(mark, kind);
@@ -535,7 +485,7 @@ void CAgg2XML::checkName(size_t mark, const char* kind) {
 }
 
 // Enters the prefix into the scope and declares it on the node.
-void CAgg2XML::declare(Entries& entries, const _EStrRec* prefix, const _EStrRec* ns) {
+void CAgg2XML::declare(CXMLEntries& entries, const _EStrRec* prefix, const _EStrRec* ns) {
     bind(prefix, ns);
     CEStr key = CEStr(m_defaultDeclaration);
     if (prefix != m_defaultPrefix.get()) {
@@ -582,7 +532,7 @@ void CAgg2XML::writeTag(const _EStrRec* prefix, const _EStrRec* name, long local
 
 // Namespace scopes.
 
-void CAgg2XML::pushNSScope(Entries& entries) {
+void CAgg2XML::pushNSScope(CXMLEntries& entries) {
     m_scopeMarks.push_back(m_bindings.size());
     CAgg* attr = entries.attr;
     if (!attr || attr->getType() != CAgg::eMap)

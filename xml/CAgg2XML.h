@@ -49,17 +49,6 @@ public:
     static QsStm openStream(CAgg&& document, bool withDeclaration = true);
 
 private:
-    /// The entries of a node's record, found in one pass over it; null for those it lacks.
-    struct Entries {
-        CAgg* type = nullptr;
-        CAgg* name = nullptr;
-        CAgg* nameSpace = nullptr;
-        CAgg* attr = nullptr;
-        CAgg* children = nullptr;
-        CAgg* nsDict = nullptr;
-        CAgg* text = nullptr;
-        CAgg* encoded = nullptr;
-    };
     /// An open tag as written, kept for its close tag when the name had no ":" of its own:
     /// the close tag then finds the same prefix again, so it need not look for it.
     struct Tag {
@@ -75,7 +64,7 @@ private:
         bool seen = false;
         QsAtom type = kQsNullAtom;
         CAgg::CAggVector* list = nullptr;
-        Entries entries;
+        CXMLEntries entries;
         Tag tag;
     };
     /// A qualified name taken apart: the local name starts at character `local`, and `ns` is
@@ -98,24 +87,23 @@ private:
     bool serializeElement();
     bool serializeValue();
     void serializePI();
-    Entries entriesOf(CAgg& node) const;
     QNameSplit getQName(const _EStrRec* text);
-    void getTagName(Entries& entries, Tag* keep = nullptr);
-    void declare(Entries& entries, const _EStrRec* prefix, const _EStrRec* ns);
+    void getTagName(CXMLEntries& entries, Tag* keep = nullptr);
+    void declare(CXMLEntries& entries, const _EStrRec* prefix, const _EStrRec* ns);
     void writeTag(const _EStrRec* prefix, const _EStrRec* name, long local);
     /// The attributes of a tag; those of an element may be keyed by URI (see isURIKeyed).
-    void getTagAttr(Entries& entries, bool element);
+    void getTagAttr(CXMLEntries& entries, bool element);
     /// Whether what was written from start on is a key of the form URI, ":", local name whose
     /// URI holds nothing that begins markup.
     bool isURIKeyed(size_t start) const;
     /// The name of a tag, checked to be an XML name.
-    void writeTagName(Entries& entries, const char* kind, Tag* keep = nullptr);
+    void writeTagName(CXMLEntries& entries, const char* kind, Tag* keep = nullptr);
     /// Fails the serialiser unless what was written from mark on is an XML name.
     void checkName(size_t mark, const char* kind);
-    void doOpenTag(Entries& entries, Tag& tag);
-    void doCloseTag(Entries& entries, const Tag& tag);
-    void doEmptyTag(Entries& entries);
-    void pushNSScope(Entries& entries);
+    void doOpenTag(CXMLEntries& entries, Tag& tag);
+    void doCloseTag(CXMLEntries& entries, const Tag& tag);
+    void doEmptyTag(CXMLEntries& entries);
+    void pushNSScope(CXMLEntries& entries);
     void popNSScope();
     /// The binding of the prefix in force in the top scope, or -1.
     long findPrefix(const _EStrRec* prefix) const;
@@ -126,12 +114,6 @@ private:
     void write(const _EStrRec* text, bool escape);
     void write(const char* text, bool escape);
     void writeStreamBlock(const char* bytes, long count, bool escape);
-
-    /// The atoms of the record keys and types, looked up once.
-    struct Keys {
-        QsAtom type, name, nameSpace, attr, children, nsDict, text, encoded;
-        QsAtom element, textType, processing;
-    };
 
     std::string m_buffer;
     long m_offset = -1;
@@ -146,7 +128,8 @@ private:
     long m_lineBreaks = 0;
     // Off for a fragment, such as one node of a feed flattened into text.
     bool m_withDeclaration;
-    Keys m_keys;
+    // The atoms of the record keys and types, looked up once.
+    CXMLKeyAtoms m_keys;
     // The namespace part of the name in hand, kept to reuse its buffer.
     CEStr m_nsPart;
     CEStr m_empty;

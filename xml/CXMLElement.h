@@ -27,6 +27,36 @@ inline const CLazyAtom kXMLTypeElement{"element"};
 inline const CLazyAtom kXMLTypeText{"text"};
 inline const CLazyAtom kXMLTypeProcessing{"processing"};
 
+/// The atoms of the keys and types, looked up once for a walk over many records: a CLazyAtom
+/// asks the host for its text again on every use.
+struct CXMLKeyAtoms {
+    QsAtom type, name, nameSpace, attr, children, nsDict, text, encoded;
+    QsAtom element, textType, processing;
+    /// The atoms of the host now in place.
+    static CXMLKeyAtoms current();
+};
+
+/// The entries of one record, found in one pass over it; null for those it lacks. Pointers into
+/// the record, good while the record is not changed.
+struct CXMLEntries {
+    CAgg* type = nullptr;
+    CAgg* name = nullptr;
+    CAgg* nameSpace = nullptr;
+    CAgg* attr = nullptr;
+    CAgg* children = nullptr;
+    CAgg* nsDict = nullptr;
+    CAgg* text = nullptr;
+    CAgg* encoded = nullptr;
+
+    /// The entries of a record, whichever kind of map it is; none for any other value.
+    static CXMLEntries of(CAgg& record, const CXMLKeyAtoms& keys);
+    /// The type atom; the null atom without one. A type of another kind is read from a copy, so
+    /// that the record keeps it as it is.
+    QsAtom typeAtom() const;
+    /// The children, when they are a vector; null otherwise.
+    CAgg::CAggVector* childList() const;
+};
+
 /// A local name and a namespace (a URI or a prefix, as the producer has it).
 struct QName {
     CEStr name;
@@ -39,6 +69,9 @@ struct QName {
 class CXMLElement {
 public:
     explicit CXMLElement(CAgg& record) : m_record(record) {}
+    /// A view that takes the atoms of the keys from keys rather than from the host at each use,
+    /// for a walk that makes or reads many records. keys must outlive the view.
+    CXMLElement(CAgg& record, const CXMLKeyAtoms& keys) : m_record(record), m_keys(&keys) {}
 
     /// The record under view.
     CAgg& record() const { return m_record; }
@@ -46,8 +79,8 @@ public:
     /// The node's type atom; the null atom when it has none.
     QsAtom getType() const;
     void setType(QsAtom type) const;
-    bool isElement() const { return getType() == kXMLTypeElement; }
-    bool isText() const { return getType() == kXMLTypeText; }
+    bool isElement() const { return getType() == atom(&CXMLKeyAtoms::element, kXMLTypeElement); }
+    bool isText() const { return getType() == atom(&CXMLKeyAtoms::textType, kXMLTypeText); }
 
     /// The local name (or, for a record built for writing, the name as it will be written).
     CEStr getName() const;
@@ -70,6 +103,8 @@ public:
     CAgg* findAttribute(const _EStrRec* key) const;
     void setAttribute(const char* key, const char* value) const;
     void setAttribute(const _EStrRec* key, const _EStrRec* value) const;
+    /// The same with the value given as a string value, taken over.
+    void setAttribute(const _EStrRec* key, CAgg value) const;
     /// The attribute map, made if missing.
     CAgg& attributes() const;
 
@@ -79,6 +114,8 @@ public:
     long childCount() const;
     /// Appends an element with that name and no children yet; returns the new record.
     CAgg& appendElement(const char* name) const;
+    /// Appends an element whose name is still to be set.
+    CAgg& appendElement() const;
     CAgg& appendElement(const _EStrRec* name) const;
     /// Appends a text node holding the value, taken over (so that a stream keeps one owner);
     /// encoded says whether the serialiser escapes it.
@@ -91,5 +128,12 @@ public:
     CEStr getValue() const;
 
 private:
+    /// The atom of a key: from the view's atoms when it has them, else from the host.
+    QsAtom atom(QsAtom CXMLKeyAtoms::*member, const CLazyAtom& key) const {
+        return m_keys ? m_keys->*member : key.get();
+    }
+    CAgg newRecord(QsAtom CXMLKeyAtoms::*member, const CLazyAtom& type) const;
+
     CAgg& m_record;
+    const CXMLKeyAtoms* m_keys = nullptr;
 };

@@ -1,4 +1,5 @@
 #include "frame/HostError.h"
+#include "frame/QsCore.h"
 #include "soap/CSOAPWriter.h"
 #include "tests/fakehost/FakeHost.h"
 #include "tests/soap/SOAPTestSupport.h"
@@ -21,12 +22,35 @@ struct WriteCase {
     std::function<CAgg()> request;
     std::vector<CAgg> order = {};
     const char* defaultNS = nullptr;
+    // Maps keyed by atoms, as the script bridge makes the objects of a script.
+    bool atomKeys = false;
 };
+
+// The value with every text-keyed map made a map of the atoms of its keys.
+CAgg withAtomKeys(CAgg& value) {
+    if (value.getType() == CAgg::eVector) {
+        CAgg copy;
+        for (CAgg& item : value.toVector())
+            copy.toVector().push_back(withAtomKeys(item));
+        return copy;
+    }
+    if (value.getType() != CAgg::eMap)
+        return value;
+    CAgg copy;
+    copy.toQsAtomMap();
+    for (auto& [key, item] : value.toMap())
+        copy[QsAtomFromString(EStrToUTF8(key).c_str())] = withAtomKeys(item);
+    return copy;
+}
 
 // Writes a message; the text, or the writer's error text behind "error: ".
 std::string write(const WriteCase& c) {
     CAgg header = c.header ? c.header() : CAgg();
     CAgg request = c.request();
+    if (c.atomKeys) {
+        header = withAtomKeys(header);
+        request = withAtomKeys(request);
+    }
     ownStreams(request);
     std::unique_ptr<CSOAPWriter> writer = getSOAPWriter(header, request, c.encoded ? 1 : 0);
     writer->setVersion(c.version);
@@ -256,8 +280,50 @@ TEST(SOAPWriter, RefusesReservedKeysOfTheWrongType) {
           block(map({{"soapMustUnderstand", "true"}})), body},
          mustType},
     };
-    for (const Case& c : cases)
+    for (const Case& c : cases) {
         EXPECT_EQ(write(c.write), "error: " + c.expected) << c.write.what;
+        WriteCase atoms = c.write;
+        atoms.atomKeys = true;
+        EXPECT_EQ(write(atoms), "error: " + c.expected) << c.write.what << ", atom keys";
+    }
+}
+
+TEST(SOAPWriter, ReadsTheObjectsOfAScriptAsMapsOfText) {
+    FakeHost host;
+    // A script's objects reach the writer as maps of atoms; each request here has one element
+    // per map, so that the order of keys, which is not that of their texts, changes nothing.
+    auto operation = [](CAgg parameter) {
+        return [parameter] { return map({{"urn:t:op", map({{"p", parameter}})}}); };
+    };
+    const struct {
+        const char* what;
+        bool encoded;
+        std::function<CAgg()> request;
+    } cases[] = {
+        {"soapName", true, operation(map({{"soapName", "other"}, {"v", 1}}))},
+        {"soapQName", false, operation(map({{"soapQName", vec({"urn:q", "local"})}, {"v", "1"}}))},
+        {"soapType", true, operation(map({{"soapType", "urn:types:Point"}, {"x", 1}}))},
+        {"soapType of the items of an array", true,
+         operation(vec({map({{"soapType", "urn:types:Point"}, {"x", 1}})}))},
+        {"soapValue", true, operation(map({{"soapValue", "<b>bold</b>"}}))},
+        {"soapHREF", true, operation(map({{"soapHREF", "#id1"}}))},
+        {"soapHREF, literal", false,
+         operation(map({{"soapHREF", "cid:photo=abc@vellum.invalid"}}))},
+        {"soapAttributes and soapValue", false,
+         operation(map({{"soapAttributes", map({{"lang", "en"}})}, {"soapValue", "<i>x</i>"}}))},
+        {"soapName and soapValue items", false,
+         operation(map({{"soapName", "row"}, {"soapValue", vec({map({{"c", "1"}})})}}))},
+        {"a reserved key among members", true,
+         operation(map({{"soapParameterOrder", vec({"x"})}, {"x", 1}}))},
+    };
+    for (const auto& c : cases) {
+        WriteCase text{c.what, c.encoded, kSOAPVersion11, nullptr, c.request};
+        WriteCase atoms = text;
+        atoms.atomKeys = true;
+        std::string expected = write(text);
+        EXPECT_EQ(expected.find("error"), std::string::npos) << c.what << "\n" << expected;
+        EXPECT_EQ(write(atoms), expected) << c.what;
+    }
 }
 
 TEST(SOAPWriter, KeepsItsQuietCases) {

@@ -2,6 +2,7 @@
 #include "xml/CXMLElement.h"
 
 #include "tests/xml/XMLTestSupport.h"
+#include "values/CAggWalk.h"
 #include "values/QsStm.h"
 #include "xml/XMLString.h"
 
@@ -73,6 +74,72 @@ TEST_F(XMLElement, AccessorsReadWithoutAddingAndWriteTheRecordKeys) {
     EXPECT_EQ(root.childCount(), 2);
     EXPECT_EQ(xmltest::serialise(tree, 4096, false),
               "<m:Envelope id=\"7\" xmlns:m=\"urn:env\"><Body>x</Body><?pi?>\n</m:Envelope>");
+}
+
+TEST_F(XMLElement, FindsTheEntriesOfARecordOfEitherKindInOnePass) {
+    CXMLKeyAtoms keys = CXMLKeyAtoms::current();
+    const char* document = "<r xmlns='urn:r' a='1'><b/>text</r>";
+    CXML2CAgg parser;
+    ASSERT_EQ(parser.parse(document, static_cast<int>(std::strlen(document)), 1), 1);
+    CAgg& parsed = parser.getRoot();
+    CAgg& text = parsed[kXMLKeyChildren][1];
+    // The same record with text keys, as a map read from a script would hold it.
+    CAgg textKeys;
+    textKeys["type"] = CAgg("element");
+    textKeys["name"] = CAgg("r");
+    textKeys["children"].toVector();
+    CAgg notARecord("r");
+
+    CXMLEntries root = CXMLEntries::of(parsed, keys);
+    EXPECT_EQ(root.typeAtom(), keys.element);
+    EXPECT_EQ(shown(CAggValueText(*root.name)), "\"r\"");
+    EXPECT_EQ(shown(CAggValueText(*root.nameSpace)), "\"urn:r\"");
+    ASSERT_NE(root.attr, nullptr);
+    EXPECT_TRUE(root.attr->has("a"));
+    ASSERT_NE(root.childList(), nullptr);
+    EXPECT_EQ(root.childList()->size(), 2u);
+    EXPECT_EQ(root.text, nullptr);
+    EXPECT_EQ(root.nsDict, nullptr) << "the root has no nsDict";
+
+    CXMLEntries leaf = CXMLEntries::of(text, keys);
+    EXPECT_EQ(leaf.typeAtom(), keys.textType);
+    ASSERT_NE(leaf.text, nullptr);
+    EXPECT_EQ(shown(CAggValueText(*leaf.text)), "\"text\"");
+    EXPECT_EQ(leaf.childList(), nullptr);
+
+    // A type held as text is read from a copy: the record keeps its string.
+    CXMLEntries keyed = CXMLEntries::of(textKeys, keys);
+    EXPECT_EQ(keyed.typeAtom(), keys.element);
+    EXPECT_EQ(textKeys["type"].getType(), CAgg::eEStr);
+    ASSERT_NE(keyed.childList(), nullptr);
+    EXPECT_EQ(keyed.attr, nullptr);
+
+    CXMLEntries none = CXMLEntries::of(notARecord, keys);
+    EXPECT_EQ(none.typeAtom(), kQsNullAtom);
+    EXPECT_EQ(none.name, nullptr);
+    EXPECT_EQ(notARecord.getType(), CAgg::eEStr);
+}
+
+TEST_F(XMLElement, AViewWithTheKeyAtomsMakesTheSameRecords) {
+    CXMLKeyAtoms keys = CXMLKeyAtoms::current();
+    auto build = [&](bool withKeys) {
+        CAgg tree;
+        CXMLElement root = withKeys ? CXMLElement(tree, keys) : CXMLElement(tree);
+        root.setType(kXMLTypeElement);
+        root.setName("r");
+        root.setAttribute(CEStr("id", kEStrPDFDoc), CAgg("1"));
+        CAgg& unnamed = root.appendElement();
+        CXMLElement child = withKeys ? CXMLElement(unnamed, keys) : CXMLElement(unnamed);
+        child.setName("c");
+        child.appendText(CAgg("x<y"), true);
+        EXPECT_EQ(shown(child.getValue()), "\"x<y\"");
+        root.appendProcessing("pi"); // child is a reference into the children: not used again
+        EXPECT_TRUE(root.isElement());
+        EXPECT_FALSE(root.isText());
+        return xmltest::serialise(tree, 4096, false);
+    };
+    EXPECT_EQ(build(true), "<r id=\"1\"><c>x&lt;y</c><?pi?>\n</r>");
+    EXPECT_EQ(build(false), build(true));
 }
 
 TEST_F(XMLElement, TagsInANamespaceTakeThePrefixM) {
