@@ -550,6 +550,10 @@ inline CAgg::CAggVector& CAgg::toVector() {
 
 // The atom map's lookups and inserts, here where CAgg is complete.
 
+constexpr size_t CAggAtomMap::bytesFor(size_t room) {
+    return sizeof(CAggAtomMap) + room * (sizeof(value_type*) + sizeof(value_type));
+}
+
 inline CAggAtomMap::value_type** CAggAtomMap::lowerBound(QsAtom key) const {
     value_type** first = m_order;
     size_t count = m_size;
