@@ -17,6 +17,25 @@ bool isBlank(const XML_Char* text, int len) {
     return true;
 }
 
+// What the parts of a tree hold, for the estimate of its size as it is built: the objects
+// themselves, not what the allocator adds to them.
+// A string: its record, and the room past its text (rounded up to 32 bytes with its end).
+constexpr long long kStringBytes = sizeof(_EStrRec) + 32;
+// An element: its record of six entries, its place among its parent's children, its attribute
+// map and children vector, and its name and namespace.
+constexpr long long kElementBytes = CAggAtomMap::bytesFor(6) + sizeof(CAgg) +
+                                    sizeof(CAgg::CAggMap) + sizeof(CAgg::CAggVector) +
+                                    2 * kStringBytes;
+// A text node: its record of two entries, its place among the children, and its text.
+constexpr long long kTextNodeBytes = CAggAtomMap::bytesFor(2) + sizeof(CAgg) + kStringBytes;
+// An attribute: a node of the map (its links, key and value) and two strings.
+constexpr long long kAttributeBytes =
+    4 * sizeof(void*) + sizeof(CEStr) + sizeof(CAgg) + 2 * kStringBytes;
+
+// A run of text longer than this goes into its node as it comes, rather than being held back
+// whole first: a long text is then never held twice.
+constexpr size_t kTextHeldBack = 64 * 1024;
+
 // Appends a node. Most elements hold one child, their text, and get room for one; the second
 // child makes room for four at once, which a record of a few members then fills without moving.
 CAgg& appendChild(CAgg::CAggVector& children, CAgg&& node) {
@@ -94,9 +113,11 @@ void CXML2CAgg::startElementHandler(const XML_Char* tag, const XML_Char** atts) 
 
     const XMLString* uri = elementNamespace(tag);
     size_t uriLength = uri ? uri->size() : 0;
-    setText(fields[m_keys.name], tag + uriLength, std::strlen(tag + uriLength));
+    size_t nameLength = std::strlen(tag + uriLength);
+    setText(fields[m_keys.name], tag + uriLength, nameLength);
     setText(fields[m_keys.nameSpace], uri ? uri->data() : "", uriLength);
     fields[m_keys.type].toQsAtom() = m_keys.element;
+    long long bytes = kElementBytes + static_cast<long long>(nameLength + uriLength);
 
     CAgg::CAggMap& attr = fields[m_keys.attr].toMap();
     for (const XML_Char** att = atts; att && att[0]; att += 2) {
@@ -111,11 +132,22 @@ void CXML2CAgg::startElementHandler(const XML_Char* tag, const XML_Char** atts) 
             attr.insert_or_assign(CEStr::adopt(makeText(m_key.data(), m_key.size())), CAgg())
                 .first->second;
         const XML_Char* text = att[1] ? att[1] : "";
-        setText(value, text, std::strlen(text));
+        size_t textLength = std::strlen(text);
+        setText(value, text, textLength);
+        bytes += kAttributeBytes + static_cast<long long>(m_key.size() + textLength);
     }
 
     m_stack.push_back({record, &fields[m_keys.children].toVector(), false});
     ++m_depth;
+    account(bytes);
+}
+
+void CXML2CAgg::account(long long bytes) {
+    m_treeBytes += bytes;
+    if (m_treeBudget > 0 && m_treeBytes > m_treeBudget && !m_overBudget) {
+        m_overBudget = true;
+        stopParser();
+    }
 }
 
 bool CXML2CAgg::openUnbuilt(CAgg::CAggVector* children) {
@@ -152,6 +184,8 @@ void CXML2CAgg::cDataHandler(const XML_Char* text, int len) {
         return;
     if (m_textOpen) {
         m_text.append(text, static_cast<size_t>(len));
+        if (m_text.size() >= kTextHeldBack)
+            flushText();
         return;
     }
     Open& open = m_stack.back();
@@ -165,6 +199,7 @@ void CXML2CAgg::cDataHandler(const XML_Char* text, int len) {
         node.toQsAtomMap()[m_keys.type].toQsAtom() = m_keys.text;
         appendChild(*open.children, std::move(node));
         open.lastIsText = true;
+        account(kTextNodeBytes);
     }
     m_text.assign(text, static_cast<size_t>(len));
     m_textOpen = true;
@@ -177,22 +212,26 @@ void CXML2CAgg::flushText() {
     m_textOpen = false;
     if (m_stack.empty())
         return;
+    account(static_cast<long long>(m_text.size()));
     CAgg::CAggQsAtomMap& fields = m_stack.back().children->back().toQsAtomMap();
     auto found = fields.find(m_keys.textKey);
     if (found == fields.end()) {
         setText(fields[m_keys.textKey], m_text.data(), m_text.size());
-        m_text.clear();
-        return;
+    } else {
+        // The run continues a text node left by an earlier call: it is appended to the node's
+        // string in place, which grows by doubling, so that a long text fed in many blocks
+        // costs time in proportion to its length.
+        CEStr piece = XML_String2ESTR(m_text.data(), static_cast<long>(m_text.size()));
+        EStr& payload = found->second.toEStr();
+        if (EStrGetEncoding(payload) != EStrGetEncoding(piece))
+            EStrSetEncoding(payload, kEStrUCS);
+        EStrCatEStr(payload, piece.get(), nullptr);
     }
-    // The run continues a text node left by an earlier call: it is appended to the node's
-    // string in place, which grows by doubling, so that a long text fed in many blocks costs
-    // time in proportion to its length.
-    CEStr piece = XML_String2ESTR(m_text.data(), static_cast<long>(m_text.size()));
     m_text.clear();
-    EStr& payload = found->second.toEStr();
-    if (EStrGetEncoding(payload) != EStrGetEncoding(piece))
-        EStrSetEncoding(payload, kEStrUCS);
-    EStrCatEStr(payload, piece.get(), nullptr);
+    // A chunk far past the run held back (a whole document given at once) leaves no buffer of
+    // its size behind.
+    if (m_text.capacity() > 4 * kTextHeldBack)
+        std::string().swap(m_text);
 }
 
 void CXML2CAgg::startNamespaceDeclHandler(const XML_Char* prefix, const XML_Char* uri) {
