@@ -208,6 +208,13 @@ CAgg::~CAgg() {
     setVoid();
 }
 
+void CAgg::takeEStr(EStr text) {
+    if (text)
+        setEStr(text);
+    else
+        setVoid();
+}
+
 CAgg& CAgg::operator=(const CAgg& other) {
     if (this == &other)
         return *this;

@@ -3,6 +3,7 @@
 #include "frame/UTF8.h"
 #include "frame/ZString.h"
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -49,26 +50,29 @@ CAgg& appendChild(CAgg::CAggVector& children, CAgg&& node) {
 namespace {
 
 // An ASCII text is a PDFDocEncoding string of those bytes, made to measure in one piece; any
-// other text goes through the UTF-8 door.
+// other text goes through the UTF-8 door, which does just that.
 EStr makeText(const XML_Char* text, size_t length) {
-    if (!IsASCII(text, length))
-        return XML_String2ESTR(text, static_cast<long>(length)).release();
-    EStr made = EStrNewSize(static_cast<long>(length), kEStrPDFDoc);
-    if (length > 0)
-        std::memcpy(made->bytes, text, length);
-    return made;
+    return XML_String2ESTR(text, static_cast<long>(length)).release();
 }
 
 } // namespace
 
 // The value takes the string over.
 void CXML2CAgg::setText(CAgg& value, const XML_Char* text, size_t length) {
-    value = CAgg::adoptEStr(makeText(text, length));
+    value.takeEStr(makeText(text, length));
 }
 
 CXML2CAgg::CXML2CAgg() : CXMLParser(nullptr, '\0') {
     m_keys = {kXMLKeyType,     kXMLKeyName, kXMLKeyNameSpace, kXMLKeyAttr, kXMLKeyNSDict,
               kXMLKeyChildren, kXMLKeyText, kXMLTypeElement,  kXMLTypeText};
+    m_fields = {{{m_keys.type, kTypeField},
+                 {m_keys.name, kNameField},
+                 {m_keys.nameSpace, kNameSpaceField},
+                 {m_keys.attr, kAttrField},
+                 {m_keys.children, kChildrenField},
+                 {m_keys.nsDict, kNSDictField}}};
+    std::sort(m_fields.begin(), m_fields.end(),
+              [](const Field& a, const Field& b) { return a.key < b.key; });
     m_pendingNSDict.shareMap();
 }
 
@@ -96,30 +100,26 @@ void CXML2CAgg::startElementHandler(const XML_Char* tag, const XML_Char** atts) 
         stopParser();
         return;
     }
-    CAgg* record = &m_root;
-    if (m_depth > 0) {
-        Open& parent = m_stack.back();
-        // The record comes with room for its six entries.
-        CAgg child = CAgg::atomMapWithRoom(6);
-        // The parent's dictionary merged with the pending one is the pending one itself: the
-        // pending dictionary only gains prefixes, and the parent's was made from it.
-        child.toQsAtomMap()[m_keys.nsDict] = m_pendingNSDict;
-        // The pointer pushed below stays good because a parent takes no further child until
-        // this one is closed.
-        record = &appendChild(*parent.children, std::move(child));
-        parent.lastIsText = false;
-    }
-    CAgg::CAggQsAtomMap& fields = record->toQsAtomMap();
-
     const XMLString* uri = elementNamespace(tag);
     size_t uriLength = uri ? uri->size() : 0;
     size_t nameLength = std::strlen(tag + uriLength);
-    setText(fields[m_keys.name], tag + uriLength, nameLength);
-    setText(fields[m_keys.nameSpace], uri ? uri->data() : "", uriLength);
-    fields[m_keys.type].toQsAtom() = m_keys.element;
     long long bytes = kElementBytes + static_cast<long long>(nameLength + uriLength);
 
-    CAgg::CAggMap& attr = fields[m_keys.attr].toMap();
+    // The entries go into the record void, in the order of their keys, each one behind the
+    // last; the values are then made in place.
+    bool root = m_depth == 0;
+    CAgg made = CAgg::atomMapWithRoom(root ? kFieldCount - 1 : kFieldCount);
+    CAgg::CAggQsAtomMap& fields = made.toQsAtomMap();
+    CAgg* values[kFieldCount];
+    for (const Field& field : m_fields) {
+        // The root has no nsDict.
+        if (!root || field.index != kNSDictField)
+            values[field.index] = &fields.emplace(field.key).first->second;
+    }
+    values[kTypeField]->toQsAtom() = m_keys.element;
+    setText(*values[kNameField], tag + uriLength, nameLength);
+    setText(*values[kNameSpaceField], uri ? uri->data() : "", uriLength);
+    CAgg::CAggMap& attr = values[kAttrField]->toMap();
     for (const XML_Char** att = atts; att && att[0]; att += 2) {
         // The key is normalizeQName's: URI, ":", local name.
         const XMLString* attUri = attributeNamespace(att[0]);
@@ -136,8 +136,24 @@ void CXML2CAgg::startElementHandler(const XML_Char* tag, const XML_Char** atts) 
         setText(value, text, textLength);
         bytes += kAttributeBytes + static_cast<long long>(m_key.size() + textLength);
     }
+    CAgg::CAggVector* children = &values[kChildrenField]->toVector();
+    // Any other element's nsDict is the parent's merged with the pending dictionary, which is
+    // the pending one itself: the pending dictionary only gains prefixes, and the parent's was
+    // made from it.
+    if (!root)
+        *values[kNSDictField] = m_pendingNSDict;
 
-    m_stack.push_back({record, &fields[m_keys.children].toVector(), false});
+    CAgg* record = &m_root;
+    if (root) {
+        m_root = std::move(made);
+    } else {
+        // The pointer pushed below stays good because a parent takes no further child until
+        // this one is closed.
+        Open& parent = m_stack.back();
+        record = &appendChild(*parent.children, std::move(made));
+        parent.lastIsText = false;
+    }
+    m_stack.push_back({record, children, false});
     ++m_depth;
     account(bytes);
 }
@@ -196,7 +212,7 @@ void CXML2CAgg::cDataHandler(const XML_Char* text, int len) {
         if (isBlank(text, len))
             return;
         CAgg node = CAgg::atomMapWithRoom(2);
-        node.toQsAtomMap()[m_keys.type].toQsAtom() = m_keys.text;
+        node.toQsAtomMap().emplace(m_keys.type).first->second.toQsAtom() = m_keys.text;
         appendChild(*open.children, std::move(node));
         open.lastIsText = true;
         account(kTextNodeBytes);
@@ -216,7 +232,7 @@ void CXML2CAgg::flushText() {
     CAgg::CAggQsAtomMap& fields = m_stack.back().children->back().toQsAtomMap();
     auto found = fields.find(m_keys.textKey);
     if (found == fields.end()) {
-        setText(fields[m_keys.textKey], m_text.data(), m_text.size());
+        setText(fields.emplace(m_keys.textKey).first->second, m_text.data(), m_text.size());
     } else {
         // The run continues a text node left by an earlier call: it is appended to the node's
         // string in place, which grows by doubling, so that a long text fed in many blocks

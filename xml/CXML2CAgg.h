@@ -12,6 +12,7 @@
 #include "xml/CXMLParser.h"
 #include "xml/XMLString.h"
 
+#include <array>
 #include <deque>
 #include <string>
 
@@ -92,6 +93,20 @@ private:
     struct Keys {
         QsAtom type, name, nameSpace, attr, nsDict, children, textKey, element, text;
     };
+    /// The entries of an element's record.
+    enum FieldIndex {
+        kTypeField,
+        kNameField,
+        kNameSpaceField,
+        kAttrField,
+        kChildrenField,
+        kNSDictField,
+        kFieldCount
+    };
+    struct Field {
+        QsAtom key;
+        FieldIndex index;
+    };
 
     void flushText();
     /// Counts bytes more of tree; past the budget, stops the parse.
@@ -113,4 +128,6 @@ private:
     // The key of the attribute in hand, kept to reuse its buffer.
     XMLString m_key;
     Keys m_keys;
+    // The entries of an element's record in the order of their keys.
+    std::array<Field, kFieldCount> m_fields;
 };
