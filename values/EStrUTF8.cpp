@@ -73,7 +73,7 @@ CEStr EStrFromUTF8(const char* text, long length) {
     // at the first byte past ASCII.
     EStr ascii = estr::newRecord(length + estr::kTerminatorBytes);
     if (copyASCII(ascii->bytes, text, static_cast<size_t>(length))) {
-        std::memset(ascii->bytes + length, 0, static_cast<size_t>(ascii->capacity - length));
+        std::memset(ascii->bytes + length, 0, estr::kTerminatorBytes);
         ascii->length = static_cast<int32_t>(length);
         ascii->encoding = kEStrPDFDoc;
         return CEStr::adopt(ascii);

@@ -128,9 +128,9 @@ void CXML2CAgg::startElementHandler(const XML_Char* tag, const XML_Char** atts) 
         } else {
             m_key.assign(att[0]);
         }
+        // A later attribute of the same key replaces the earlier one.
         CAgg& value =
-            attr.insert_or_assign(CEStr::adopt(makeText(m_key.data(), m_key.size())), CAgg())
-                .first->second;
+            attr.try_emplace(CEStr::adopt(makeText(m_key.data(), m_key.size()))).first->second;
         const XML_Char* text = att[1] ? att[1] : "";
         size_t textLength = std::strlen(text);
         setText(value, text, textLength);
