@@ -1,6 +1,5 @@
 #include "xml/CXML2CAgg.h"
 
-#include "frame/UTF8.h"
 #include "frame/ZString.h"
 
 #include <algorithm>
@@ -45,12 +44,8 @@ CAgg& appendChild(CAgg::CAggVector& children, CAgg&& node) {
     return children.emplace_back(std::move(node));
 }
 
-} // namespace
-
-namespace {
-
-// An ASCII text is a PDFDocEncoding string of those bytes, made to measure in one piece; any
-// other text goes through the UTF-8 door, which does just that.
+// Every string of the tree goes through the UTF-8 door: an ASCII text becomes a PDFDocEncoding
+// string of those bytes made to measure in one piece, any other text a UCS one.
 EStr makeText(const XML_Char* text, size_t length) {
     return XML_String2ESTR(text, static_cast<long>(length)).release();
 }
