@@ -61,6 +61,8 @@ public:
     /// The most bytes of reply body read before the reading stops (0, the default: no limit).
     /// A reply that goes past it gives the consumer no more and ends as replyTooLarge.
     void setReplyLimit(long long bytes) { m_replyLimit = bytes; }
+    /// The limit set by setReplyLimit; 0 for none.
+    long long replyLimit() const { return m_replyLimit; }
     /// Whether the reading stopped because the reply went past the limit.
     bool replyTooLarge() const { return m_replyTooLarge; }
 

@@ -84,6 +84,10 @@ long long SOAPReplyLimit() {
     return limit > 0 ? limit << 20 : 0;
 }
 
+long long SOAPTreeBudget(long long replyLimit) {
+    return replyLimit > 0 ? replyLimit * kSOAPTreeBudgetFactor : 0;
+}
+
 std::unique_ptr<CRequestWriter> SOAPWriteRequest(CAgg& command, SOAPRequestAfterWriting after) {
     CAgg& request = command[kSOAPCmdRequest];
     CAgg header = command.has(kSOAPCmdHeader) ? CAgg(command[kSOAPCmdHeader]) : CAgg();
@@ -141,8 +145,10 @@ std::unique_ptr<CHTTPRequest> SOAPNewHTTPRequest(CAgg& command) {
     return http;
 }
 
-unsigned short XMLRespHandler(void*, void* data, long length, void* userData, long) {
+unsigned short XMLRespHandler(void* request, void* data, long length, void* userData, long) {
     auto* parser = static_cast<CXML2CAgg*>(userData);
+    if (request)
+        parser->setTreeBudget(SOAPTreeBudget(static_cast<CHTTPRequest*>(request)->replyLimit()));
     if (length > 0 && data)
         return parser->parse(static_cast<const char*>(data), static_cast<int>(length), 0) != 0;
     parser->parse(nullptr, 0, 1);
@@ -152,9 +158,10 @@ unsigned short XMLRespHandler(void*, void* data, long length, void* userData, lo
 void SOAPReadResponse(CAgg& command, CHTTPRequest& http, CXML2CAgg& parser) {
     // Whatever the outcome, the header sent is no longer what "header" holds.
     command[kSOAPCmdHeader] = CAgg();
-    if (http.replyTooLarge()) {
-        // A reply past the limit (the preference SOAP.MaxReplyMegabytes) is taken for an
-        // invalid response: the user reads the message table's text for it, with its code.
+    if (http.replyTooLarge() || parser.treeOverBudget()) {
+        // A reply past the limit (the preference SOAP.MaxReplyMegabytes), or one whose tree
+        // would take more memory than the limit allows for, is taken for an invalid response:
+        // the user reads the message table's text for it, with its code.
         SOAPSetFailure(command, kNetworkErrorName, CAgg(static_cast<long>(kNetErrInvalidResponse)),
                        SOAPMessageText(IDS_NETWORK_INVALID));
         return;

@@ -72,6 +72,15 @@ inline constexpr const char* kSOAPPrefMaxReply = "MaxReplyMegabytes";
 inline constexpr int32_t kSOAPDefaultMaxReplyMegabytes = 128;
 /// The bound in bytes, read from the preference at each call; 0 for none.
 long long SOAPReplyLimit();
+/// The parsed tree of a reply may hold at most this many times the reply's bound in memory, by
+/// the parser's estimate of it (CXML2CAgg::setTreeBudget). A reply of the smallest elements
+/// costs about a hundred times its size as a tree, so that a reply well within the bound could
+/// still take all of a machine's memory; past its budget the reading stops, and the call ends
+/// in the NetworkError of a reply past the bound. At the default bound of 128 MiB a tree may
+/// take 2 GiB; an encoded reply of structs takes about 30 times its size.
+inline constexpr long long kSOAPTreeBudgetFactor = 16;
+/// The budget of a reply's tree under a reply bound; 0, no budget, when there is no bound.
+long long SOAPTreeBudget(long long replyLimit);
 
 // The road, whole and in its two halves.
 
@@ -97,8 +106,10 @@ SOAPWriteRequest(CAgg& command, SOAPRequestAfterWriting request = SOAPRequestAft
 /// credentials. The command must outlive it.
 std::unique_ptr<CHTTPRequest> SOAPNewHTTPRequest(CAgg& command);
 /// The consumer of a reply: each block goes to the parser in userData (a CXML2CAgg), and the
-/// final call ends the document. Answers whether the parser took the block.
+/// final call ends the document. The parser's tree gets the budget of the reply bound of the
+/// request (a CHTTPRequest). Answers whether the parser took the block.
 unsigned short XMLRespHandler(void* request, void* data, long length, void* userData, long status);
-/// The second half: once the reply has been read into the parser, maps a failed status, a parse
-/// failure or a fault into the failure record, or reads the reply into "response" and "header".
+/// The second half: once the reply has been read into the parser, maps a failed status, a reply
+/// past its bound or a tree past its budget, a parse failure or a fault into the failure record, or
+/// reads the reply into "response" and "header".
 void SOAPReadResponse(CAgg& command, CHTTPRequest& http, CXML2CAgg& parser);

@@ -89,13 +89,15 @@ CAgg::CDkActionClipboardData::~CDkActionClipboardData() {
     guard.run([&] { gDkModelHFT->actionClipboardDataDestroy(m_data); });
 }
 
+// A new value is void and holds no tree that the other could be part of: the copy is made in
+// place. A copy that fails leaves it void.
 CAgg::CAgg(const CAgg& other) : CAgg() {
-    *this = other;
+    copyFrom(other);
 }
 
 CAgg::CAgg(const CAgg* other) : CAgg() {
     if (other)
-        *this = *other;
+        copyFrom(*other);
 }
 
 CAgg::CAgg(CAgg&& other) noexcept : CAgg() {
@@ -208,9 +210,23 @@ CAgg::~CAgg() {
     setVoid();
 }
 
+void CAgg::takeEStr(EStr text) {
+    if (m_type != eVoid)
+        setVoid();
+    if (text) {
+        m_payload.estr = text;
+        m_type = eEStr;
+    }
+}
+
 CAgg& CAgg::operator=(const CAgg& other) {
     if (this == &other)
         return *this;
+    // A void target holds no tree: the copy is made in place.
+    if (m_type == eVoid) {
+        copyFrom(other);
+        return *this;
+    }
     // The copy is made first and swapped in, so that other may be a part of this tree.
     CAgg copy;
     try {

@@ -169,6 +169,9 @@ public:
     static CAgg atomMapWithRoom(size_t room);
     /// A string value that takes the record over rather than copying it; void for null.
     static CAgg adoptEStr(EStr text);
+    /// Makes this value the string, taking the record over rather than copying it; void for
+    /// null.
+    void takeEStr(EStr text);
     /// Converts the value to a map whose entries copies of it share, for a map that is copied
     /// many times and then only read, such as the namespaces in scope that every element of a
     /// parsed document carries. Values still behave as copies: the first access that may change
@@ -550,9 +553,16 @@ inline CAgg::CAggVector& CAgg::toVector() {
 
 // The atom map's lookups and inserts, here where CAgg is complete.
 
+constexpr size_t CAggAtomMap::bytesFor(size_t room) {
+    return sizeof(CAggAtomMap) + room * (sizeof(value_type*) + sizeof(value_type));
+}
+
 inline CAggAtomMap::value_type** CAggAtomMap::lowerBound(QsAtom key) const {
     value_type** first = m_order;
     size_t count = m_size;
+    // A record is mostly filled in the order of its keys: a key past the last is placed at once.
+    if (count > 0 && first[count - 1]->first < key)
+        return first + count;
     // A record has a handful of entries: a scan; a bigger map halves.
     while (count > 8) {
         size_t half = count / 2;

@@ -1,4 +1,5 @@
 #include "values/CAgg.h"
+#include "values/SmallBlocks.h"
 
 #include <algorithm>
 #include <cstring>
@@ -11,29 +12,31 @@ struct CAggAtomMap::Block {
     uint32_t slotCount;
     uint32_t slotsUsed;
     uint32_t orderCapacity;
-    uint32_t separate; // 0 for the block inside a map's own allocation
 
     value_type** order() { return reinterpret_cast<value_type**>(this + 1); }
     value_type* slots() { return reinterpret_cast<value_type*>(order() + orderCapacity); }
 
+    static size_t bytesOf(uint32_t slotCount, uint32_t orderCapacity) {
+        return sizeof(Block) + orderCapacity * sizeof(value_type*) + slotCount * sizeof(value_type);
+    }
+
     static Block* make(uint32_t slotCount, uint32_t orderCapacity, Block* next) {
-        size_t bytes =
-            sizeof(Block) + orderCapacity * sizeof(value_type*) + slotCount * sizeof(value_type);
-        auto* block = static_cast<Block*>(::operator new(bytes));
+        auto* block = static_cast<Block*>(smallBlockAllocate(bytesOf(slotCount, orderCapacity)));
         block->next = next;
         block->slotCount = slotCount;
         block->slotsUsed = 0;
         block->orderCapacity = orderCapacity;
-        block->separate = 1;
         return block;
     }
 
-    static size_t bytesFor(uint32_t room) {
-        return sizeof(Block) + room * (sizeof(value_type*) + sizeof(value_type));
+    static void free(Block* block) noexcept {
+        smallBlockFree(block, bytesOf(block->slotCount, block->orderCapacity));
     }
 };
-// The slots follow the order array with no padding between.
+// The slots follow the order array with no padding between, in a block and in a map's room.
 static_assert(alignof(CAggAtomMap::value_type) <= alignof(CAggAtomMap::value_type*));
+static_assert(sizeof(CAggAtomMap) % alignof(CAggAtomMap::value_type) == 0);
+static_assert(sizeof(CAggAtomMap) == 32, "a record's map header stays one small block's worth");
 
 CAggAtomMap::CAggAtomMap(const CAggAtomMap& other) {
     if (other.m_size == 0)
@@ -52,7 +55,7 @@ CAggAtomMap::CAggAtomMap(const CAggAtomMap& other) {
 }
 
 CAggAtomMap::CAggAtomMap(CAggAtomMap&& other) {
-    if (other.m_hasRoom)
+    if (other.m_room > 0)
         moveEntries(other);
     else
         steal(other);
@@ -71,7 +74,7 @@ CAggAtomMap& CAggAtomMap::operator=(CAggAtomMap&& other) {
     if (this == &other)
         return *this;
     clear();
-    if (other.m_hasRoom)
+    if (other.m_room > 0)
         moveEntries(other);
     else
         steal(other);
@@ -83,22 +86,22 @@ CAggAtomMap::~CAggAtomMap() {
 }
 
 CAggAtomMap* CAggAtomMap::make(size_t room) {
-    auto count = static_cast<uint32_t>(room);
-    void* memory = ::operator new(sizeof(CAggAtomMap) + Block::bytesFor(count));
+    auto count = static_cast<uint8_t>(std::min(room, kMaxRoom));
+    void* memory = smallBlockAllocate(bytesFor(count));
     auto* map = new (memory) CAggAtomMap;
-    auto* block = reinterpret_cast<Block*>(map + 1);
-    block->next = nullptr;
-    block->slotCount = count;
-    block->slotsUsed = 0;
-    block->orderCapacity = count;
-    block->separate = 0;
-    map->m_blocks = block;
-    map->m_order = block->order();
-    map->m_orderCapacity = count;
-    map->m_hasRoom = true;
+    map->m_made = true;
+    map->m_room = count;
+    map->m_order = count > 0 ? map->roomOrder() : nullptr;
+    if (room > count) {
+        try {
+            map->reserve(room);
+        } catch (...) {
+            destroy(map);
+            throw;
+        }
+    }
     return map;
 }
-static_assert(sizeof(CAggAtomMap) % alignof(void*) == 0);
 
 CAggAtomMap* CAggAtomMap::makeCopy(const CAggAtomMap& other) {
     CAggAtomMap* map = make(other.m_size);
@@ -118,24 +121,31 @@ CAggAtomMap* CAggAtomMap::makeCopy(const CAggAtomMap& other) {
 void CAggAtomMap::destroy(CAggAtomMap* map) noexcept {
     if (!map)
         return;
-    if (!map->m_hasRoom) {
+    if (!map->m_made) {
         delete map;
         return;
     }
+    size_t bytes = bytesFor(map->m_room);
     map->~CAggAtomMap();
-    ::operator delete(map);
+    smallBlockFree(map, bytes);
+}
+
+uint32_t CAggAtomMap::orderCapacity() const {
+    return m_blocks ? m_blocks->orderCapacity : m_room;
 }
 
 void CAggAtomMap::steal(CAggAtomMap& other) noexcept {
     releaseAll();
+    if (!other.m_blocks)
+        return; // an empty map without room: nothing to take
     m_order = other.m_order;
     m_size = other.m_size;
-    m_orderCapacity = other.m_orderCapacity;
     m_blocks = other.m_blocks;
     m_free = other.m_free;
+    // The room stays unused until the map is emptied: the order lies in the blocks taken.
+    m_roomUsed = m_room;
     other.m_order = nullptr;
     other.m_size = 0;
-    other.m_orderCapacity = 0;
     other.m_blocks = nullptr;
     other.m_free = nullptr;
 }
@@ -148,7 +158,7 @@ void CAggAtomMap::moveEntries(CAggAtomMap& other) {
 }
 
 void CAggAtomMap::reserve(size_t count) {
-    size_t fresh = m_blocks ? m_blocks->slotCount - m_blocks->slotsUsed : 0;
+    size_t fresh = m_blocks ? m_blocks->slotCount - m_blocks->slotsUsed : m_room - m_roomUsed;
     if (count <= m_size + fresh)
         return;
     grow(static_cast<uint32_t>(count - m_size - fresh));
@@ -157,20 +167,23 @@ void CAggAtomMap::reserve(size_t count) {
 // A new block with room for `more` entries beyond all the slots made so far; the order moves
 // into it.
 void CAggAtomMap::grow(uint32_t more) {
-    uint32_t slotsSoFar = 0;
+    uint32_t slotsSoFar = m_room;
     for (Block* block = m_blocks; block; block = block->next)
         slotsSoFar += block->slotCount;
-    // The slots the newest block has not handed out yet are not lost: they join the free ones.
+    Block* block = Block::make(more, slotsSoFar + more, m_blocks);
+    // The slots not handed out yet, of the room or of the newest block, are not lost: they
+    // join the free ones.
     if (m_blocks) {
         while (m_blocks->slotsUsed < m_blocks->slotCount)
             giveBack(m_blocks->slots() + m_blocks->slotsUsed++);
+    } else {
+        while (m_roomUsed < m_room)
+            giveBack(roomSlots() + m_roomUsed++);
     }
-    Block* block = Block::make(more, slotsSoFar + more, m_blocks);
     if (m_size > 0)
         std::memcpy(block->order(), m_order, m_size * sizeof(value_type*));
     m_blocks = block;
     m_order = block->order();
-    m_orderCapacity = block->orderCapacity;
 }
 
 CAggAtomMap::value_type* CAggAtomMap::takeSlot() {
@@ -179,9 +192,11 @@ CAggAtomMap::value_type* CAggAtomMap::takeSlot() {
         m_free = *static_cast<void**>(m_free);
         return slot;
     }
+    if (!m_blocks && m_roomUsed < m_room)
+        return roomSlots() + m_roomUsed++;
     if (!m_blocks || m_blocks->slotsUsed == m_blocks->slotCount) {
         // Room doubles, with four entries to start: a record has a handful.
-        grow(std::max<uint32_t>(4, m_orderCapacity));
+        grow(std::max<uint32_t>(4, orderCapacity()));
     }
     return m_blocks->slots() + m_blocks->slotsUsed++;
 }
@@ -218,15 +233,14 @@ void CAggAtomMap::releaseAll() noexcept {
         m_order[i]->~value_type();
     for (Block* block = m_blocks; block;) {
         Block* next = block->next;
-        if (block->separate)
-            ::operator delete(block);
+        Block::free(block);
         block = next;
     }
-    m_order = nullptr;
+    m_order = m_room > 0 ? roomOrder() : nullptr;
     m_size = 0;
-    m_orderCapacity = 0;
     m_blocks = nullptr;
     m_free = nullptr;
+    m_roomUsed = 0;
 }
 
 bool CAggAtomMap::operator==(const CAggAtomMap& other) const {

@@ -71,6 +71,8 @@ public:
 
     /// The room a new atom map comes with: an element record built for writing fits in it.
     static constexpr size_t kDefaultRoom = 4;
+    /// The most entries a map made by make holds in its own allocation; more go to blocks.
+    static constexpr size_t kMaxRoom = 255;
 
     CAggAtomMap() = default;
     /// A copy whose entries lie in one block, in key order.
@@ -82,13 +84,16 @@ public:
     CAggAtomMap& operator=(CAggAtomMap&& other);
     ~CAggAtomMap();
 
-    /// A map on the heap with room for `room` entries in the same allocation: the map, its
-    /// order and its first entries are one piece of memory. Free it with destroy.
+    /// A map on the heap with room for `room` entries (at most kMaxRoom) in the same
+    /// allocation: the map, its order and its first entries are one piece of memory. Free it
+    /// with destroy.
     static CAggAtomMap* make(size_t room);
     /// The same, holding a copy of the other's entries.
     static CAggAtomMap* makeCopy(const CAggAtomMap& other);
     /// Frees a map from make or makeCopy, or one made with new.
     static void destroy(CAggAtomMap* map) noexcept;
+    /// The bytes a map from make(room) takes, entries included.
+    static constexpr size_t bytesFor(size_t room);
 
     size_t size() const { return m_size; }
     /// Makes room for count entries in all, so that a map about to be filled takes one block.
@@ -133,15 +138,23 @@ private:
     void steal(CAggAtomMap& other) noexcept;
     /// Moves the other's entries in one by one, and empties it.
     void moveEntries(CAggAtomMap& other);
+    /// The order array and the slots inside the map's own allocation.
+    value_type** roomOrder() { return reinterpret_cast<value_type**>(this + 1); }
+    value_type* roomSlots() { return reinterpret_cast<value_type*>(roomOrder() + m_room); }
+    /// How many entries the order array in use can take.
+    uint32_t orderCapacity() const;
 
-    // The entries in key order. The array lies in the newest block.
+    // The entries in key order. The array lies in the newest block, or in the map's own room
+    // while it has no block.
     value_type** m_order = nullptr;
-    uint32_t m_size = 0;
-    uint32_t m_orderCapacity = 0;
-    // The blocks, newest first; every entry lives in one of their slots.
+    // The blocks, newest first; every entry lives in one of their slots or in the room.
     Block* m_blocks = nullptr;
     // Slots given back by erase, chained through their own storage.
     void* m_free = nullptr;
-    // Made by make or makeCopy: the first block lies in the map's own allocation.
-    bool m_hasRoom = false;
+    uint32_t m_size = 0;
+    // Made by make or makeCopy: m_room slots lie in the map's own allocation, behind an order
+    // array of as many entries; m_roomUsed of them have been handed out.
+    uint8_t m_room = 0;
+    uint8_t m_roomUsed = 0;
+    bool m_made = false;
 };

@@ -100,37 +100,22 @@ bool isLetter(char c) {
 
 namespace estr {
 
-namespace {
-
-// A record block remembers its size, since a record that has grown no longer tells it.
-struct alignas(16) RecordBlockHeader {
-    size_t bytes;
-};
-
-} // namespace
-
-void* allocRecordBlock(size_t size) {
-    size_t bytes = sizeof(RecordBlockHeader) + size;
-    auto* header = static_cast<RecordBlockHeader*>(smallBlockAllocate(bytes));
-    std::memset(header, 0, bytes);
-    header->bytes = bytes;
-    return header + 1;
-}
-
-void freeRecordBlock(void* block) {
-    if (!block)
-        return;
-    RecordBlockHeader* header = static_cast<RecordBlockHeader*>(block) - 1;
-    smallBlockFree(header, header->bytes);
-}
-
 EStr newRecord(long need) {
     checkNeed(need);
     long target = roundedTarget(need);
-    auto* s = static_cast<EStr>(allocRecordBlock(sizeof(_EStrRec) + static_cast<size_t>(target)));
+    auto* s = static_cast<EStr>(smallBlockAllocate(sizeof(_EStrRec) + static_cast<size_t>(target)));
+    std::memset(s, 0, sizeof(_EStrRec));
     s->bytes = reinterpret_cast<char*>(s + 1);
     s->capacity = static_cast<int32_t>(target);
     return s;
+}
+
+size_t recordBlockBytes(const _EStrRec* s) {
+    if (hasInlineBuffer(s))
+        return sizeof(_EStrRec) + static_cast<size_t>(s->capacity);
+    size_t bytes;
+    std::memcpy(&bytes, s + 1, sizeof bytes);
+    return bytes;
 }
 
 void setLength(EStr s, long length) {
@@ -182,6 +167,23 @@ void makeEmpty(EStr s) {
 
 } // namespace estr
 
+namespace {
+
+// The buffer leaves the record's own room for one of its own of `bytes` bytes, which takes the
+// text along. The room is wiped, so that a secure delete still leaves nothing behind, and then
+// remembers the size of the record's block, which its capacity no longer tells.
+void leaveOwnRoom(EStr s, long bytes) {
+    size_t blockBytes = sizeof(_EStrRec) + static_cast<size_t>(s->capacity);
+    auto* buffer = static_cast<char*>(QsSureCalloc(1, static_cast<size_t>(bytes)));
+    std::memcpy(buffer, s->bytes, static_cast<size_t>(std::min<long>(bytes, s->capacity)));
+    explicit_bzero(s->bytes, static_cast<size_t>(s->capacity));
+    std::memcpy(s->bytes, &blockBytes, sizeof blockBytes);
+    s->bytes = buffer;
+    s->capacity = static_cast<int32_t>(bytes);
+}
+
+} // namespace
+
 void EStrCheck(EStr s, long need) {
     checkNeed(need);
     if (!s)
@@ -197,26 +199,18 @@ void EStrCheck(EStr s, long need) {
         long grown = capacity;
         while (grown < target)
             grown = std::min<long>(grown * 2, kMaxNeed + 64);
-        if (hasInlineBuffer(s)) {
-            // The first growth leaves the buffer that came with the record, wiped.
-            auto* bytes = static_cast<char*>(QsSureCalloc(1, static_cast<size_t>(grown)));
-            std::memcpy(bytes, s->bytes, static_cast<size_t>(capacity));
-            explicit_bzero(s->bytes, static_cast<size_t>(capacity));
-            s->bytes = bytes;
-        } else {
-            s->bytes = static_cast<char*>(QsSureRealloc(s->bytes, static_cast<size_t>(grown)));
-        }
+        if (hasInlineBuffer(s))
+            return leaveOwnRoom(s, grown);
+        s->bytes = static_cast<char*>(QsSureRealloc(s->bytes, static_cast<size_t>(grown)));
         s->capacity = static_cast<int32_t>(grown);
         return;
     }
     if (capacity >= 129 && target <= capacity / 2) {
-        if (hasInlineBuffer(s)) {
-            // The record's own buffer cannot shrink in place; what lies past the new capacity
-            // is wiped, so that a secure delete still leaves nothing behind.
-            std::memset(s->bytes + target, 0, static_cast<size_t>(capacity - target));
-        } else {
-            s->bytes = static_cast<char*>(QsSureRealloc(s->bytes, static_cast<size_t>(target)));
-        }
+        // The record's own room cannot shrink in place: the text moves to a buffer of the
+        // smaller size.
+        if (hasInlineBuffer(s))
+            return leaveOwnRoom(s, target);
+        s->bytes = static_cast<char*>(QsSureRealloc(s->bytes, static_cast<size_t>(target)));
         s->capacity = static_cast<int32_t>(target);
     }
 }
@@ -228,6 +222,7 @@ EStr EStrNew(const char* text, int32_t encoding) {
     EStr s = newRecord(length + kTerminatorBytes);
     if (length)
         std::memcpy(s->bytes, text, static_cast<size_t>(length));
+    std::memset(s->bytes + length, 0, static_cast<size_t>(s->capacity - length));
     s->length = static_cast<int32_t>(length);
     s->encoding = creationEncoding(text, length, encoding);
     if (s->encoding == kEStrUCS && length == 0) {
@@ -242,6 +237,7 @@ EStr EStrNew(const char* text, int32_t encoding) {
 EStr EStrNewSize(long size, int32_t encoding) {
     checkNeed(size);
     EStr s = newRecord(size + kTerminatorBytes);
+    std::memset(s->bytes, 0, static_cast<size_t>(s->capacity));
     s->length = static_cast<int32_t>(size);
     s->encoding = encoding == kEStrAuto ? kEStrPDFDoc : encoding;
     // The mark sits inside the size: a UCS string of size n holds (n - 2) / 2 units.
@@ -258,6 +254,7 @@ EStr EStrCopy(const _EStrRec* s) {
     EStr copy = newRecord(s->length + kTerminatorBytes);
     if (s->length > 0)
         std::memcpy(copy->bytes, s->bytes, static_cast<size_t>(s->length));
+    std::memset(copy->bytes + s->length, 0, static_cast<size_t>(copy->capacity - s->length));
     copy->length = s->length;
     copy->encoding = s->encoding;
     copy->hash = s->hash;
@@ -303,14 +300,16 @@ EStr EStrNewFromQsUns16WithLen(const uint16_t* units, long count) {
 void EStrDelete(EStr s) {
     if (!s)
         return;
+    size_t blockBytes = recordBlockBytes(s);
     if (!hasInlineBuffer(s))
         QsFree(s->bytes);
-    freeRecordBlock(s);
+    smallBlockFree(s, blockBytes);
 }
 
 void EStrDeleteSecure(EStr s) {
     if (!s)
         return;
+    size_t blockBytes = recordBlockBytes(s);
     bool inlineBuffer = hasInlineBuffer(s);
     char* bytes = s->bytes;
     if (bytes)
@@ -318,7 +317,7 @@ void EStrDeleteSecure(EStr s) {
     if (!inlineBuffer)
         QsFree(bytes);
     explicit_bzero(s, sizeof(_EStrRec));
-    freeRecordBlock(s);
+    smallBlockFree(s, blockBytes);
 }
 
 void EStrDestroy(EStr* s) {

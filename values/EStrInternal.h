@@ -33,17 +33,16 @@ inline long textStart(int32_t encoding) {
     return isUCS(encoding) ? 2 : 0;
 }
 
-/// A zeroed block for a record and its first buffer, from the small blocks when it is small.
-void* allocRecordBlock(size_t size);
-/// Gives back a block from allocRecordBlock.
-void freeRecordBlock(void* block);
-
-/// A zeroed record with room for need bytes, record and buffer in one allocation.
+/// A record with room for need bytes, record and buffer in one small block. The record is
+/// zeroed, the buffer is not.
 EStr newRecord(long need);
 /// Whether the buffer is the one allocated with the record.
 inline bool hasInlineBuffer(const _EStrRec* s) {
     return s->bytes == reinterpret_cast<const char*>(s + 1);
 }
+/// The size of the record's block: the record and its own room. While the buffer is that room
+/// its capacity tells it; once the buffer has moved out, the room remembers it.
+size_t recordBlockBytes(const _EStrRec* s);
 
 /// Sets the length and writes the zero bytes behind it, growing the buffer when needed.
 void setLength(EStr s, long length);

@@ -2,8 +2,33 @@
 #include "values/EStr.h"
 
 #include "frame/UTF8.h"
+#include "values/EStrInternal.h"
 
+#include <cstdint>
 #include <cstring>
+
+namespace {
+
+// Copies the bytes while they are ASCII, eight at a time; false at the first that is not. out
+// has room for the whole text rounded up to eight bytes.
+bool copyASCII(char* out, const char* in, size_t size) {
+    size_t i = 0;
+    for (; i + 8 <= size; i += 8) {
+        uint64_t word;
+        std::memcpy(&word, in + i, sizeof word);
+        if (word & 0x8080808080808080ull)
+            return false;
+        std::memcpy(out + i, &word, sizeof word);
+    }
+    for (; i < size; ++i) {
+        if (static_cast<unsigned char>(in[i]) >= 0x80)
+            return false;
+        out[i] = in[i];
+    }
+    return true;
+}
+
+} // namespace
 
 void EStrAppendUCSAsUTF8(std::string& out, const _EStrRec* text, long from) {
     const auto* bytes = reinterpret_cast<const unsigned char*>(EStrGetBytes(text));
@@ -43,12 +68,17 @@ CEStr EStrFromUTF8(const std::string& text) {
 // string's bytes as they stand and would then put Latin bytes into UTF-8 output.
 CEStr EStrFromUTF8(const char* text, long length) {
     if (!text || length <= 0)
-        return CEStr::adopt(EStrNew(nullptr, kEStrPDFDoc));
-    if (IsASCII(text, static_cast<size_t>(length))) {
-        EStr s = EStrNewSize(length, kEStrPDFDoc);
-        std::memcpy(s->bytes, text, static_cast<size_t>(length));
-        return CEStr::adopt(s);
+        length = 0;
+    // ASCII is checked as it is copied into a record made to measure; the record is dropped
+    // at the first byte past ASCII.
+    EStr ascii = estr::newRecord(length + estr::kTerminatorBytes);
+    if (copyASCII(ascii->bytes, text, static_cast<size_t>(length))) {
+        std::memset(ascii->bytes + length, 0, estr::kTerminatorBytes);
+        ascii->length = static_cast<int32_t>(length);
+        ascii->encoding = kEStrPDFDoc;
+        return CEStr::adopt(ascii);
     }
+    EStrDelete(ascii);
     // Each byte of UTF-8 gives at most two bytes of UTF-16 (a four-byte sequence, a surrogate
     // pair), so the units are written straight into a string of that size; the bytes past the
     // end are the zeros a new string comes with.

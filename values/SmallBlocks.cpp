@@ -50,6 +50,11 @@ struct FreeBlock {
 
 struct ThreadPool;
 
+// The pool of this thread. The pointer is what the allocation paths read: a thread-local of
+// trivial type is reached directly, where one with a destructor is reached through a call that
+// first checks that it has been made. The pool itself goes with the thread.
+thread_local ThreadPool* tPool = nullptr;
+
 struct alignas(64) Slab {
     // Written by the owner under gRemoteLock when it ends; read by other threads.
     std::atomic<ThreadPool*> owner{nullptr};
@@ -160,6 +165,8 @@ struct ThreadPool {
     std::atomic<bool> remotePending{false};
 
     ~ThreadPool() {
+        // Blocks freed later in the thread's end are counted off as those of an ended thread.
+        tPool = nullptr;
         std::lock_guard<std::mutex> lock(gRemoteLock);
         for (ClassList& list : classes) {
             for (SlabList* slabs : {&list.room, &list.full}) {
@@ -283,7 +290,16 @@ struct ThreadPool {
     }
 };
 
-thread_local ThreadPool tPool;
+ThreadPool* makeThreadPool() {
+    thread_local ThreadPool pool;
+    tPool = &pool;
+    return tPool;
+}
+
+inline ThreadPool* threadPool() {
+    ThreadPool* pool = tPool;
+    return pool ? pool : makeThreadPool();
+}
 
 // A block of a slab that is not ours: back onto its owner's remote list, or counted off an orphan.
 void releaseForeign(Slab* slab, FreeBlock* block) {
@@ -322,7 +338,7 @@ void* smallBlockAllocate(size_t bytes) {
         return block;
     }
     auto sizeClass = static_cast<uint32_t>(bytes == 0 ? 1 : (bytes + kGranule - 1) / kGranule);
-    void* block = tPool.allocate(sizeClass);
+    void* block = threadPool()->allocate(sizeClass);
     UNPOISON(block, bytes);
     return block;
 }
@@ -339,8 +355,9 @@ void smallBlockFree(void* block, size_t bytes) {
     Slab* slab = slabOf(block);
     auto* entry = static_cast<FreeBlock*>(block);
     UNPOISON(entry, slab->blockBytes);
-    if (slab->owner.load(std::memory_order_relaxed) == &tPool)
-        tPool.release(slab, entry);
+    ThreadPool* pool = tPool;
+    if (pool && slab->owner.load(std::memory_order_relaxed) == pool)
+        pool->release(slab, entry);
     else
         releaseForeign(slab, entry);
 }

@@ -1,8 +1,8 @@
 #include "xml/CXML2CAgg.h"
 
-#include "frame/UTF8.h"
 #include "frame/ZString.h"
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -17,6 +17,25 @@ bool isBlank(const XML_Char* text, int len) {
     return true;
 }
 
+// What the parts of a tree hold, for the estimate of its size as it is built: the objects
+// themselves, not what the allocator adds to them.
+// A string: its record, and the room past its text (rounded up to 32 bytes with its end).
+constexpr long long kStringBytes = sizeof(_EStrRec) + 32;
+// An element: its record of six entries, its place among its parent's children, its attribute
+// map and children vector, and its name and namespace.
+constexpr long long kElementBytes = CAggAtomMap::bytesFor(6) + sizeof(CAgg) +
+                                    sizeof(CAgg::CAggMap) + sizeof(CAgg::CAggVector) +
+                                    2 * kStringBytes;
+// A text node: its record of two entries, its place among the children, and its text.
+constexpr long long kTextNodeBytes = CAggAtomMap::bytesFor(2) + sizeof(CAgg) + kStringBytes;
+// An attribute: a node of the map (its links, key and value) and two strings.
+constexpr long long kAttributeBytes =
+    4 * sizeof(void*) + sizeof(CEStr) + sizeof(CAgg) + 2 * kStringBytes;
+
+// A run of text longer than this goes into its node as it comes, rather than being held back
+// whole first: a long text is then never held twice.
+constexpr size_t kTextHeldBack = 64 * 1024;
+
 // Appends a node. Most elements hold one child, their text, and get room for one; the second
 // child makes room for four at once, which a record of a few members then fills without moving.
 CAgg& appendChild(CAgg::CAggVector& children, CAgg&& node) {
@@ -25,31 +44,30 @@ CAgg& appendChild(CAgg::CAggVector& children, CAgg&& node) {
     return children.emplace_back(std::move(node));
 }
 
-} // namespace
-
-namespace {
-
-// An ASCII text is a PDFDocEncoding string of those bytes, made to measure in one piece; any
-// other text goes through the UTF-8 door.
+// Every string of the tree goes through the UTF-8 door: an ASCII text becomes a PDFDocEncoding
+// string of those bytes made to measure in one piece, any other text a UCS one.
 EStr makeText(const XML_Char* text, size_t length) {
-    if (!IsASCII(text, length))
-        return XML_String2ESTR(text, static_cast<long>(length)).release();
-    EStr made = EStrNewSize(static_cast<long>(length), kEStrPDFDoc);
-    if (length > 0)
-        std::memcpy(made->bytes, text, length);
-    return made;
+    return XML_String2ESTR(text, static_cast<long>(length)).release();
 }
 
 } // namespace
 
 // The value takes the string over.
 void CXML2CAgg::setText(CAgg& value, const XML_Char* text, size_t length) {
-    value = CAgg::adoptEStr(makeText(text, length));
+    value.takeEStr(makeText(text, length));
 }
 
 CXML2CAgg::CXML2CAgg() : CXMLParser(nullptr, '\0') {
     m_keys = {kXMLKeyType,     kXMLKeyName, kXMLKeyNameSpace, kXMLKeyAttr, kXMLKeyNSDict,
               kXMLKeyChildren, kXMLKeyText, kXMLTypeElement,  kXMLTypeText};
+    m_fields = {{{m_keys.type, kTypeField},
+                 {m_keys.name, kNameField},
+                 {m_keys.nameSpace, kNameSpaceField},
+                 {m_keys.attr, kAttrField},
+                 {m_keys.children, kChildrenField},
+                 {m_keys.nsDict, kNSDictField}}};
+    std::sort(m_fields.begin(), m_fields.end(),
+              [](const Field& a, const Field& b) { return a.key < b.key; });
     m_pendingNSDict.shareMap();
 }
 
@@ -77,28 +95,26 @@ void CXML2CAgg::startElementHandler(const XML_Char* tag, const XML_Char** atts) 
         stopParser();
         return;
     }
-    CAgg* record = &m_root;
-    if (m_depth > 0) {
-        Open& parent = m_stack.back();
-        // The record comes with room for its six entries.
-        CAgg child = CAgg::atomMapWithRoom(6);
-        // The parent's dictionary merged with the pending one is the pending one itself: the
-        // pending dictionary only gains prefixes, and the parent's was made from it.
-        child.toQsAtomMap()[m_keys.nsDict] = m_pendingNSDict;
-        // The pointer pushed below stays good because a parent takes no further child until
-        // this one is closed.
-        record = &appendChild(*parent.children, std::move(child));
-        parent.lastIsText = false;
-    }
-    CAgg::CAggQsAtomMap& fields = record->toQsAtomMap();
-
     const XMLString* uri = elementNamespace(tag);
     size_t uriLength = uri ? uri->size() : 0;
-    setText(fields[m_keys.name], tag + uriLength, std::strlen(tag + uriLength));
-    setText(fields[m_keys.nameSpace], uri ? uri->data() : "", uriLength);
-    fields[m_keys.type].toQsAtom() = m_keys.element;
+    size_t nameLength = std::strlen(tag + uriLength);
+    long long bytes = kElementBytes + static_cast<long long>(nameLength + uriLength);
 
-    CAgg::CAggMap& attr = fields[m_keys.attr].toMap();
+    // The entries go into the record void, in the order of their keys, each one behind the
+    // last; the values are then made in place.
+    bool root = m_depth == 0;
+    CAgg made = CAgg::atomMapWithRoom(root ? kFieldCount - 1 : kFieldCount);
+    CAgg::CAggQsAtomMap& fields = made.toQsAtomMap();
+    CAgg* values[kFieldCount];
+    for (const Field& field : m_fields) {
+        // The root has no nsDict.
+        if (!root || field.index != kNSDictField)
+            values[field.index] = &fields.emplace(field.key).first->second;
+    }
+    values[kTypeField]->toQsAtom() = m_keys.element;
+    setText(*values[kNameField], tag + uriLength, nameLength);
+    setText(*values[kNameSpaceField], uri ? uri->data() : "", uriLength);
+    CAgg::CAggMap& attr = values[kAttrField]->toMap();
     for (const XML_Char** att = atts; att && att[0]; att += 2) {
         // The key is normalizeQName's: URI, ":", local name.
         const XMLString* attUri = attributeNamespace(att[0]);
@@ -107,15 +123,42 @@ void CXML2CAgg::startElementHandler(const XML_Char* tag, const XML_Char** atts) 
         } else {
             m_key.assign(att[0]);
         }
+        // A later attribute of the same key replaces the earlier one.
         CAgg& value =
-            attr.insert_or_assign(CEStr::adopt(makeText(m_key.data(), m_key.size())), CAgg())
-                .first->second;
+            attr.try_emplace(CEStr::adopt(makeText(m_key.data(), m_key.size()))).first->second;
         const XML_Char* text = att[1] ? att[1] : "";
-        setText(value, text, std::strlen(text));
+        size_t textLength = std::strlen(text);
+        setText(value, text, textLength);
+        bytes += kAttributeBytes + static_cast<long long>(m_key.size() + textLength);
     }
+    CAgg::CAggVector* children = &values[kChildrenField]->toVector();
+    // Any other element's nsDict is the parent's merged with the pending dictionary, which is
+    // the pending one itself: the pending dictionary only gains prefixes, and the parent's was
+    // made from it.
+    if (!root)
+        *values[kNSDictField] = m_pendingNSDict;
 
-    m_stack.push_back({record, &fields[m_keys.children].toVector(), false});
+    CAgg* record = &m_root;
+    if (root) {
+        m_root = std::move(made);
+    } else {
+        // The pointer pushed below stays good because a parent takes no further child until
+        // this one is closed.
+        Open& parent = m_stack.back();
+        record = &appendChild(*parent.children, std::move(made));
+        parent.lastIsText = false;
+    }
+    m_stack.push_back({record, children, false});
     ++m_depth;
+    account(bytes);
+}
+
+void CXML2CAgg::account(long long bytes) {
+    m_treeBytes += bytes;
+    if (m_treeBudget > 0 && m_treeBytes > m_treeBudget && !m_overBudget) {
+        m_overBudget = true;
+        stopParser();
+    }
 }
 
 bool CXML2CAgg::openUnbuilt(CAgg::CAggVector* children) {
@@ -152,6 +195,8 @@ void CXML2CAgg::cDataHandler(const XML_Char* text, int len) {
         return;
     if (m_textOpen) {
         m_text.append(text, static_cast<size_t>(len));
+        if (m_text.size() >= kTextHeldBack)
+            flushText();
         return;
     }
     Open& open = m_stack.back();
@@ -162,9 +207,10 @@ void CXML2CAgg::cDataHandler(const XML_Char* text, int len) {
         if (isBlank(text, len))
             return;
         CAgg node = CAgg::atomMapWithRoom(2);
-        node.toQsAtomMap()[m_keys.type].toQsAtom() = m_keys.text;
+        node.toQsAtomMap().emplace(m_keys.type).first->second.toQsAtom() = m_keys.text;
         appendChild(*open.children, std::move(node));
         open.lastIsText = true;
+        account(kTextNodeBytes);
     }
     m_text.assign(text, static_cast<size_t>(len));
     m_textOpen = true;
@@ -177,22 +223,26 @@ void CXML2CAgg::flushText() {
     m_textOpen = false;
     if (m_stack.empty())
         return;
+    account(static_cast<long long>(m_text.size()));
     CAgg::CAggQsAtomMap& fields = m_stack.back().children->back().toQsAtomMap();
     auto found = fields.find(m_keys.textKey);
     if (found == fields.end()) {
-        setText(fields[m_keys.textKey], m_text.data(), m_text.size());
-        m_text.clear();
-        return;
+        setText(fields.emplace(m_keys.textKey).first->second, m_text.data(), m_text.size());
+    } else {
+        // The run continues a text node left by an earlier call: it is appended to the node's
+        // string in place, which grows by doubling, so that a long text fed in many blocks
+        // costs time in proportion to its length.
+        CEStr piece = XML_String2ESTR(m_text.data(), static_cast<long>(m_text.size()));
+        EStr& payload = found->second.toEStr();
+        if (EStrGetEncoding(payload) != EStrGetEncoding(piece))
+            EStrSetEncoding(payload, kEStrUCS);
+        EStrCatEStr(payload, piece.get(), nullptr);
     }
-    // The run continues a text node left by an earlier call: it is appended to the node's
-    // string in place, which grows by doubling, so that a long text fed in many blocks costs
-    // time in proportion to its length.
-    CEStr piece = XML_String2ESTR(m_text.data(), static_cast<long>(m_text.size()));
     m_text.clear();
-    EStr& payload = found->second.toEStr();
-    if (EStrGetEncoding(payload) != EStrGetEncoding(piece))
-        EStrSetEncoding(payload, kEStrUCS);
-    EStrCatEStr(payload, piece.get(), nullptr);
+    // A chunk far past the run held back (a whole document given at once) leaves no buffer of
+    // its size behind.
+    if (m_text.capacity() > 4 * kTextHeldBack)
+        std::string().swap(m_text);
 }
 
 void CXML2CAgg::startNamespaceDeclHandler(const XML_Char* prefix, const XML_Char* uri) {

@@ -4,13 +4,15 @@
 // and local name run together; the split is made against the declarations in scope. Parsing
 // fails, with the 0 result of parse and a message from getErrorString, on malformed XML, an
 // encoding that Expat cannot read, entity expansion past Expat's amplification limits, and
-// nesting deeper than kMaxDepth. The partly built tree is then left in the root.
+// nesting deeper than kMaxDepth, and, for a parser given a budget, a tree whose estimated size
+// passes it. The partly built tree is then left in the root.
 #pragma once
 
 #include "xml/CXMLElement.h"
 #include "xml/CXMLParser.h"
 #include "xml/XMLString.h"
 
+#include <array>
 #include <deque>
 #include <string>
 
@@ -34,6 +36,17 @@ public:
     /// Deepest nesting of elements accepted. A tree is copied and compared by recursion, so a
     /// deeper one could run the stack out where it is used.
     static constexpr long kMaxDepth = 1000;
+
+    /// Bounds the memory of the tree: once the estimate of what the tree holds (treeBytes)
+    /// passes `bytes`, the parse stops, as for a malformed document, and treeOverBudget is set.
+    /// 0, the default, sets no bound.
+    void setTreeBudget(long long bytes) { m_treeBudget = bytes; }
+    /// An estimate of the heap the tree built so far holds: its records, maps, vectors and
+    /// strings, counted from their sizes as they are made. Elements opened by openUnbuilt are
+    /// not counted, nor what a subclass builds for itself.
+    long long treeBytes() const { return m_treeBytes; }
+    /// Whether the parse stopped because the tree passed its budget.
+    bool treeOverBudget() const { return m_overBudget; }
 
     /// Whether the document named an encoding that could not be processed.
     bool hasUnknownEncoding() const { return m_unknownEncoding != 0; }
@@ -80,8 +93,24 @@ private:
     struct Keys {
         QsAtom type, name, nameSpace, attr, nsDict, children, textKey, element, text;
     };
+    /// The entries of an element's record.
+    enum FieldIndex {
+        kTypeField,
+        kNameField,
+        kNameSpaceField,
+        kAttrField,
+        kChildrenField,
+        kNSDictField,
+        kFieldCount
+    };
+    struct Field {
+        QsAtom key;
+        FieldIndex index;
+    };
 
     void flushText();
+    /// Counts bytes more of tree; past the budget, stops the parse.
+    void account(long long bytes);
 
     long m_depth = 0;
     CAgg m_root;
@@ -93,7 +122,12 @@ private:
     // many chunks makes one string.
     std::string m_text;
     bool m_textOpen = false;
+    long long m_treeBytes = 0;
+    long long m_treeBudget = 0;
+    bool m_overBudget = false;
     // The key of the attribute in hand, kept to reuse its buffer.
     XMLString m_key;
     Keys m_keys;
+    // The entries of an element's record in the order of their keys.
+    std::array<Field, kFieldCount> m_fields;
 };

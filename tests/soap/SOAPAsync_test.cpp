@@ -83,6 +83,24 @@ TEST_F(SOAPAsyncTest, AReplyPastTheSizeLimitReachesTheHandlerAsANetworkError) {
     }
 }
 
+TEST_F(SOAPAsyncTest, AReplyWhoseTreeWouldPassItsBudgetReachesTheHandlerAsANetworkError) {
+    // 20,000 tiny elements: within the bound of 1 MiB, past the tree's budget of 16 MiB.
+    host.preferences().setInt("SOAP", "MaxReplyMegabytes", 1);
+    std::string elements;
+    for (int i = 0; i < 20000; ++i)
+        elements += "<v>1</v>";
+    std::string reply = soapTestData("echo-string-reply.xml");
+    reply.replace(reply.find(">hi<") + 1, 2, elements);
+    FakeReply answer = FakeReply::withBody(200, reply, 2048);
+    answer.headers.emplace_back("Content-Type", "text/xml");
+    host.network().addReply(kService + "/tiny", answer);
+    start("/tiny", "tiny");
+    settle();
+    EXPECT_EQ(heard(), "tiny [{\"error\":-9,\"text\":\"The server returned an invalid "
+                       "response.\",\"type\":\"NetworkError\"},\"undefined\"]");
+    EXPECT_EQ(CSOAPRequestAsync::liveCount(), 0u);
+}
+
 TEST_F(SOAPAsyncTest, AHandlerThatThrowsStillEndsItsRequest) {
     queue("/a", 200, "echo-string-reply.xml", 2048);
     run("SOAP.request({cURL: '" + kService +

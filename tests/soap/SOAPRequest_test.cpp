@@ -110,6 +110,44 @@ TEST_F(SOAPRequestTest, AReplyPastTheSizeLimitEndsInANetworkError) {
     }
 }
 
+/// An echo reply whose return holds count elements <v>1</v>.
+std::string tinyElementsReplyOf(size_t count) {
+    std::string reply = soapTestData("echo-string-reply.xml");
+    std::string elements;
+    for (size_t i = 0; i < count; ++i)
+        elements += "<v>1</v>";
+    return reply.replace(reply.find(">hi<") + 1, 2, elements);
+}
+
+TEST_F(SOAPRequestTest, AReplyWhoseTreeWouldPassItsBudgetEndsInANetworkError) {
+    // 20,000 elements in 160 kB: far within a bound of 1 MiB, but their tree takes more than
+    // the 16 MiB that the bound allows for it.
+    const std::string tooLarge =
+        "NetworkError: The server returned an invalid response. | statusCode=-9";
+    // The count of values read back shows that the whole tree was built.
+    const std::string call = "'' + SOAP.request(URL, {'urn:x:echo': {}})"
+                             "['http://soapinterop.org/:echoStringResponse']['return'].length";
+    struct Case {
+        std::optional<int32_t> megabytes;
+        size_t elements;
+        std::string outcome;
+    } cases[] = {
+        {std::nullopt, 20000, "\"20000\""},
+        {1, 20000, tooLarge},
+        {1, 2000, "\"2000\""},
+        {2, 20000, "\"20000\""},
+        {0, 20000, "\"20000\""},
+    };
+    for (size_t row = 0; row < std::size(cases); ++row) {
+        const Case& c = cases[row];
+        if (c.megabytes)
+            host.preferences().setInt("SOAP", "MaxReplyMegabytes", *c.megabytes);
+        host.network().addReply(endpoint(row),
+                                FakeReply::withBody(200, tinyElementsReplyOf(c.elements)));
+        EXPECT_EQ(runCase(row, call), c.outcome) << row;
+    }
+}
+
 TEST_F(SOAPRequestTest, WireDumpIsASwitchUntilTheObjectIsDead) {
     EXPECT_EQ(run("SOAP.wireDump = true; SOAP.wireDump"), "true");
     EXPECT_EQ(getEnableWireDump(), 1);

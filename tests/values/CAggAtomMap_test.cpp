@@ -182,6 +182,45 @@ TEST_F(CAggAtomMapTest, AMapMadeWithItsOwnRoomGrowsPastItAndGivesItsEntriesAway)
     EXPECT_EQ(textOf(moved[QsAtom(1)]), "one");
 }
 
+TEST_F(CAggAtomMapTest, MapsMadeWithAnyRoomKeepTheirEntriesThroughGrowthMovesAndClears) {
+    // Room of none, a record's, the most a map holds in its own allocation, and more than that.
+    for (size_t room :
+         {size_t(0), size_t(1), size_t(6), CAggAtomMap::kMaxRoom, CAggAtomMap::kMaxRoom + 45}) {
+        CAggAtomMap* made = CAggAtomMap::make(room);
+        std::vector<std::pair<QsAtom, CAgg*>> held;
+        for (QsAtom key : shuffled(400, static_cast<unsigned>(room))) {
+            (*made)[key] = CAgg(static_cast<long>(key));
+            held.emplace_back(key, &(*made)[key]);
+        }
+        for (auto& [key, value] : held)
+            ASSERT_EQ(value->toQsInt32(), key) << room; // no entry moved as the map grew
+        for (QsAtom key = 7; key <= 1400; key += 14)
+            made->erase(key);
+        EXPECT_EQ(made->size(), 300u) << room;
+        CAggAtomMap* copy = CAggAtomMap::makeCopy(*made);
+        EXPECT_TRUE(*copy == *made) << room;
+        std::vector<QsAtom> keys = keysOf(*made);
+        EXPECT_TRUE(std::is_sorted(keys.begin(), keys.end())) << room;
+
+        // Entries of a map without room of its own are taken where they lie; the room of the
+        // map they go into serves again once it is emptied.
+        CAggAtomMap plain;
+        plain[1] = CAgg("one");
+        CAgg* one = &plain[1];
+        *made = std::move(plain);
+        EXPECT_EQ(&(*made)[1], one) << room;
+        made->clear();
+        for (QsAtom key = 1; key <= 20; ++key)
+            (*made)[key] = CAgg(static_cast<long>(key));
+        EXPECT_EQ((*made)[20].toQsInt32(), 20) << room;
+        *copy = std::move(*made); // from a map with room: entry by entry
+        EXPECT_EQ(copy->size(), 20u) << room;
+        EXPECT_TRUE(made->empty()) << room;
+        CAggAtomMap::destroy(copy);
+        CAggAtomMap::destroy(made);
+    }
+}
+
 TEST_F(CAggAtomMapTest, RecordsInsideValuesCopyAndCompareAsWholeTrees) {
     CAgg tree;
     for (QsAtom key = 1; key <= 6; ++key) {

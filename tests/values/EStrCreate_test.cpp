@@ -11,6 +11,7 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <vector>
 
 using namespace estrtest;
 
@@ -119,6 +120,45 @@ TEST(EStrCreate, CapacityGrowsByDoublingAndShrinksOnlyByHalves) {
     EXPECT_EQ(EStrGetLen(s), 100000);
     EXPECT_EQ(EStrGetBytes(s)[99999], 'a' + 99999 % 26);
     EXPECT_EQ(s.get()->capacity, 131072);
+}
+
+// The sizes of the small blocks freed at each address while it is watched.
+std::map<const void*, size_t>* gFreedBlocks = nullptr;
+
+TEST(EStrCreate, ARecordGivesBackTheBlockItWasMadeInWhereverItsTextWent) {
+    // A record and its first buffer are one block. The text may move out of it, by growing or
+    // by shrinking from a large room, and back the block goes whole when the string goes.
+    FakeHost host;
+    struct Case {
+        long length;          // of the text it is made with
+        std::vector<long> to; // lengths it is then cut or grown to, in order
+    };
+    const Case cases[] = {
+        {0, {}}, {0, {40}}, {300, {}}, {300, {5}}, {300, {5, 2000}}, {3000, {}}, {3000, {5}},
+    };
+    std::map<const void*, size_t> freed;
+    gFreedBlocks = &freed;
+    smallBlockSetFreeObserver(
+        [](const void* block, size_t bytes) { (*gFreedBlocks)[block] = bytes; });
+    for (const Case& c : cases) {
+        std::string text(static_cast<size_t>(c.length), 'a');
+        EStr s = EStrNew(text.c_str(), kEStrPDFDoc);
+        size_t made = sizeof(_EStrRec) + static_cast<size_t>(s->capacity);
+        for (long length : c.to) {
+            if (length < EStrGetLen(s)) {
+                EStrTrunc(s, length);
+            } else {
+                EStrCat(s, std::string(static_cast<size_t>(length - EStrGetLen(s)), 'b').c_str());
+            }
+            text.resize(static_cast<size_t>(length), 'b');
+            EXPECT_EQ(bytesOf(s), text) << c.length << " to " << length;
+        }
+        freed.clear();
+        EStrDelete(s);
+        EXPECT_EQ(freed[s], made) << c.length;
+    }
+    smallBlockSetFreeObserver(nullptr);
+    gFreedBlocks = nullptr;
 }
 
 TEST(EStrCreate, SizesBelowZeroRaiseTheBadSizeError) {

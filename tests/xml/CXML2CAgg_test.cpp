@@ -155,7 +155,8 @@ TEST_F(XML2CAgg, ALargeTextFedInBlocksReadsBackExactly) {
         }
     }
     document += "</r>";
-    for (size_t block : {2048, 2047, 4099}) {
+    // Given whole, the text reaches the parser in runs longer than it holds back at once.
+    for (size_t block : {size_t(2048), size_t(2047), size_t(4099), document.size()}) {
         CXML2CAgg parser;
         for (size_t at = 0; at < document.size(); at += block) {
             size_t n = std::min(block, document.size() - at);
@@ -203,6 +204,59 @@ TEST_F(XML2CAgg, BadInputFailsWithAMessage) {
         EXPECT_EQ(ESTR2UTF8(parser.ownErrorString()), unknownEncoding ? c.message : "") << c.file;
         // A failed parser stays failed.
         EXPECT_EQ(parser.parse("<x/>", 4, 1), 0) << c.file;
+    }
+}
+
+std::string repeated(const std::string& piece, size_t count) {
+    std::string text;
+    for (size_t i = 0; i < count; ++i)
+        text += piece;
+    return text;
+}
+
+TEST_F(XML2CAgg, ATreePastItsBudgetStopsTheParse) {
+    // Fed in blocks as a reply arrives. Elements, attributes and text all count; a text fed in
+    // many blocks counts once.
+    std::string attributes;
+    for (int i = 0; i < 100; ++i)
+        attributes += " a" + std::to_string(i) + "=\"1\"";
+    const std::string tiny = "<r>" + repeated("<v>1</v>", 10000) + "</r>";
+    const std::string wide = "<r>" + repeated("<e" + attributes + "/>", 20) + "</r>";
+    const std::string text = "<r>" + std::string(4u << 20, 'x') + "</r>";
+    struct Case {
+        const std::string& document;
+        long long budget;
+        bool stops;
+    };
+    const Case cases[] = {
+        {tiny, 0, false},        {tiny, 4 << 20, true},  {tiny, 16 << 20, false},
+        {wide, 256 << 10, true}, {wide, 1 << 20, false}, {text, 3 << 20, true},
+        {text, 5 << 20, false},
+    };
+    for (const Case& c : cases) {
+        CXML2CAgg parser;
+        parser.setTreeBudget(c.budget);
+        int result = 1;
+        for (size_t at = 0; result && at < c.document.size(); at += 2048) {
+            size_t n = std::min<size_t>(2048, c.document.size() - at);
+            result = parser.parse(c.document.data() + at, static_cast<int>(n), 0);
+        }
+        if (result)
+            result = parser.parse(nullptr, 0, 1);
+        std::string which = c.document.substr(0, 12) + " " + std::to_string(c.budget);
+        EXPECT_EQ(result, c.stops ? 0 : 1) << which;
+        EXPECT_EQ(parser.treeOverBudget(), c.stops) << which;
+        EXPECT_EQ(ESTR2UTF8(parser.getErrorString()), c.stops ? kParseProblem : "") << which;
+        if (c.stops) {
+            // It stops at the element or the block of text that passes the budget, and stays
+            // stopped.
+            EXPECT_LT(parser.treeBytes(), c.budget + (64 << 10)) << which;
+            EXPECT_EQ(parser.parse("<x/>", 4, 1), 0) << which;
+        } else {
+            // A tree costs more than the text it is made of, and the budget bounds it.
+            EXPECT_GT(parser.treeBytes(), static_cast<long long>(c.document.size())) << which;
+            EXPECT_TRUE(c.budget == 0 || parser.treeBytes() <= c.budget) << which;
+        }
     }
 }
 
