@@ -37,16 +37,6 @@ const JSClass kCompanionClass = {
     &kCompanionOps, nullptr,
     nullptr,        nullptr};
 
-// The name of a property key as units; false for a symbol.
-bool keyUnits(CSpiderMonkeyEngine::Impl& impl, JS::HandleId id, std::u16string& out) {
-    if (id.isInt()) {
-        std::string digits = std::to_string(id.toInt());
-        out.assign(digits.begin(), digits.end());
-        return true;
-    }
-    return id.isString() && impl.readUnits(id.toString(), out);
-}
-
 } // namespace
 
 // Handles.
@@ -259,6 +249,15 @@ bool CSpiderMonkeyEngine::setElement(ESObject object, uint32_t index, ESVal valu
     return true;
 }
 
+bool CSpiderMonkeyEngine::Impl::keyUnits(JS::HandleId id, std::u16string& out) {
+    if (id.isInt()) {
+        std::string digits = std::to_string(id.toInt());
+        out.assign(digits.begin(), digits.end());
+        return true;
+    }
+    return id.isString() && readUnits(id.toString(), out);
+}
+
 // Enumeration: own enumerable properties with names, in the engine's order, each value read in a
 // slot of its own that the procedure sees for the time of its call.
 
@@ -281,10 +280,9 @@ bool CSpiderMonkeyEngine::Impl::enumerateObject(ESObject object, const EnumVisit
     bool ok = true;
     JS::RootedId id(cx);
     JS::RootedValue value(cx);
-    std::u16string name;
     for (size_t i = 0; i < ids.length() && ok; ++i) {
         id = ids[i];
-        if (!keyUnits(*this, id, name))
+        if (!id.isInt() && !id.isString())
             continue;
         if (!JS_GetPropertyById(cx, obj, id, &value)) {
             reportFailure(context);
@@ -293,7 +291,7 @@ bool CSpiderMonkeyEngine::Impl::enumerateObject(ESObject object, const EnumVisit
         }
         slot->value = value;
         bool goOn = true;
-        ok = runGuarded(context, [&] { goOn = visit(name, slot); });
+        ok = runGuarded(context, [&] { goOn = visit(id, slot); });
         if (!goOn || !usable(context))
             break;
     }
@@ -304,7 +302,10 @@ bool CSpiderMonkeyEngine::Impl::enumerateObject(ESObject object, const EnumVisit
 bool CSpiderMonkeyEngine::enumerate(ESObject object, ESEnumProc proc, void* data) {
     if (!proc)
         return false;
-    return m_impl->enumerateObject(object, [&](const std::u16string& name, ESVal value) {
+    std::u16string name;
+    return m_impl->enumerateObject(object, [&](JS::HandleId id, ESVal value) {
+        if (!m_impl->keyUnits(id, name))
+            return true;
         std::string bytes = SMTextFromUnits(name.data(), name.size(), true, nullptr);
         return proc(bytes.c_str(), static_cast<long>(bytes.size()), value, data);
     });
@@ -314,7 +315,10 @@ bool CSpiderMonkeyEngine::enumerateAtoms(ESObject object, ESEnumAtomProc proc, v
     ICore* core = m_impl->core;
     if (!proc || !core)
         return false;
-    return m_impl->enumerateObject(object, [&](const std::u16string& name, ESVal value) {
+    std::u16string name;
+    return m_impl->enumerateObject(object, [&](JS::HandleId id, ESVal value) {
+        if (!m_impl->keyUnits(id, name))
+            return true;
         return proc(core->atomFromString(m_impl->hostText(name).c_str()), value, data);
     });
 }
@@ -386,8 +390,7 @@ JSObject* CSpiderMonkeyEngine::Impl::construct(ESContext context, const std::str
     return made;
 }
 
-ESObject CSpiderMonkeyEngine::Impl::createObject(ESContext context, const std::string& className) {
-    JSAutoRealm realm(cx, globalOf(context));
+JSObject* CSpiderMonkeyEngine::Impl::makeObject(ESContext context, const std::string& className) {
     JS::RootedObject object(cx);
     if (className == "Object") {
         object = JS_NewPlainObject(cx);
@@ -399,11 +402,20 @@ ESObject CSpiderMonkeyEngine::Impl::createObject(ESContext context, const std::s
         if (proto)
             object = JS_NewObjectWithGivenProto(cx, &rec.jsClass, proto);
     }
-    if (!object) {
+    if (!object)
         reportFailure(context);
-        return nullptr;
-    }
-    return handOut(object, context);
+    return object;
+}
+
+ESObject CSpiderMonkeyEngine::Impl::createObject(ESContext context, const std::string& className) {
+    JSAutoRealm realm(cx, globalOf(context));
+    JS::RootedObject object(cx, makeObject(context, className));
+    return object ? handOut(object, context) : nullptr;
+}
+
+bool CSpiderMonkeyEngine::Impl::hasClassInits(const std::string& className) const {
+    auto found = classes.find(className);
+    return found != classes.end() && !found->second->inits.empty();
 }
 
 ESObject CSpiderMonkeyEngine::newObjectFrom(ESContext context, const char* constructorName,
