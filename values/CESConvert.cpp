@@ -235,8 +235,10 @@ private:
 };
 
 ToScript::~ToScript() {
+    // Slots of a context that went in the meantime were freed with it, and may serve another.
     for (ESVal slot : m_pool)
-        m_es.freeVal(slot);
+        if (m_es.valueContext(slot) == m_context.get())
+            m_es.freeVal(slot);
 }
 
 size_t ToScript::takeSlots(size_t count) {

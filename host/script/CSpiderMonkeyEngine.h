@@ -39,6 +39,8 @@ public:
     void collectGarbage();
     /// Number of slots alive in all contexts.
     size_t liveSlotCount() const;
+    /// Number of names held in all live contexts.
+    size_t heldNameCount() const;
     /// Lets go of the objects handed out outside any scope or native call, which are otherwise
     /// kept until their context goes. The host calls it when it is idle; while anything runs it
     /// does nothing.

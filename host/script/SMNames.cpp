@@ -25,6 +25,14 @@ void CSpiderMonkeyEngine::Impl::endContextNames(ESContext context) {
     context->names.clear();
 }
 
+size_t CSpiderMonkeyEngine::heldNameCount() const {
+    size_t count = 0;
+    for (auto& context : m_impl->contexts)
+        if (!context->dead)
+            count += context->names.size();
+    return count;
+}
+
 void CSpiderMonkeyEngine::registerContextTerm(ESContextTermProc proc) {
     auto& terms = m_impl->contextTerms;
     if (proc && std::find(terms.begin(), terms.end(), proc) == terms.end())
