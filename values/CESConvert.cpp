@@ -45,7 +45,8 @@ CEStr keyName(const _EStrRec* key) {
 
 class ToCAgg {
 public:
-    explicit ToCAgg(ESContext context) : m_es(engine()), m_context(context), m_names(context) {}
+    explicit ToCAgg(ESContext context)
+        : m_es(engine()), m_context(context), m_names(context), m_property(m_context) {}
 
     void convert(CAgg& out, ESVal value, bool textKeys, int depth);
 
@@ -67,6 +68,7 @@ private:
     IScriptEngine& m_es;
     Context m_context; // keeps the handler that catches script errors of the walk
     NameCache::Use m_names;
+    Val m_property; // what hasFunction reads
     std::unordered_set<ESObject> m_visited;
 };
 
@@ -102,12 +104,11 @@ void ToCAgg::convert(CAgg& out, ESVal value, bool textKeys, int depth) {
 }
 
 bool ToCAgg::hasFunction(ESObject object, ESName name, const char* text) {
-    Val property(m_context);
-    bool read = name ? m_es.getNamed(object, name, property.slot())
-                     : m_es.getProperty(object, text, property.slot());
+    bool read = name ? m_es.getNamed(object, name, m_property.slot())
+                     : m_es.getProperty(object, text, m_property.slot());
     if (!read)
         detail::throwPending(m_context);
-    ESObject function = property.object();
+    ESObject function = m_property.object();
     return function && m_es.isFunction(function);
 }
 

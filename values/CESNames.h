@@ -54,7 +54,7 @@ private:
     struct Entry {
         ESName name = nullptr;
         CEStr ucs; // null until asked for
-        QsAtom atom = 0xFFFF;
+        QsAtom atom = kQsNullAtom;
         bool hasAtom = false;
         unsigned long lastUse = 0; // the conversion that used it last
     };
