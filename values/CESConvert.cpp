@@ -16,6 +16,7 @@
 #include <vector>
 
 using namespace CES;
+using CES::detail::ContextProbe;
 using CES::detail::engine;
 using CES::detail::guarded;
 using CES::detail::kMaxConversionDepth;
@@ -46,7 +47,7 @@ CEStr keyName(const _EStrRec* key) {
 class ToCAgg {
 public:
     explicit ToCAgg(ESContext context)
-        : m_es(engine()), m_context(context), m_names(context), m_property(m_context) {}
+        : m_es(engine()), m_context(context), m_names(context), m_probe(context) {}
 
     void convert(CAgg& out, ESVal value, bool textKeys, int depth);
 
@@ -68,7 +69,7 @@ private:
     IScriptEngine& m_es;
     Context m_context; // keeps the handler that catches script errors of the walk
     NameCache::Use m_names;
-    Val m_property; // what hasFunction reads
+    ContextProbe m_probe; // whose slot hasFunction reads into
     std::unordered_set<ESObject> m_visited;
 };
 
@@ -104,11 +105,12 @@ void ToCAgg::convert(CAgg& out, ESVal value, bool textKeys, int depth) {
 }
 
 bool ToCAgg::hasFunction(ESObject object, ESName name, const char* text) {
-    bool read = name ? m_es.getNamed(object, name, m_property.slot())
-                     : m_es.getProperty(object, text, m_property.slot());
+    bool read = name ? m_es.getNamed(object, name, m_probe.slot())
+                     : m_es.getProperty(object, text, m_probe.slot());
     if (!read)
         detail::throwPending(m_context);
-    ESObject function = m_property.object();
+    m_probe.check();
+    ESObject function = m_es.readObject(m_probe.slot());
     return function && m_es.isFunction(function);
 }
 
@@ -157,6 +159,7 @@ void ToCAgg::convertArray(CAgg& out, ESObject array, bool textKeys, int depth) {
     elements.resize(static_cast<size_t>(length));
     Val element(m_context);
     for (long i = 0; i < length; ++i) {
+        m_probe.check();
         if (!m_es.getElement(array, static_cast<uint32_t>(i), element.slot()))
             detail::throwPending(m_context);
         convert(elements[static_cast<size_t>(i)], element.slot(), textKeys, depth + 1);
@@ -200,7 +203,8 @@ void ToCAgg::convertProperties(CAgg& out, ESObject object, bool textKeys, int de
 
 class ToScript {
 public:
-    explicit ToScript(ESContext context) : m_es(engine()), m_context(context), m_names(context) {}
+    explicit ToScript(ESContext context)
+        : m_es(engine()), m_context(context), m_names(context), m_probe(context) {}
     ~ToScript();
     ToScript(const ToScript&) = delete;
     ToScript& operator=(const ToScript&) = delete;
@@ -228,6 +232,7 @@ private:
     IScriptEngine& m_es;
     Context m_context;
     NameCache::Use m_names;
+    ContextProbe m_probe;
     // Slots for the elements and properties of the objects being made, used as a stack: one
     // conversion makes a few hundred at most, however many values it converts.
     std::vector<ESVal> m_pool;
@@ -314,6 +319,7 @@ void ToScript::setIcon(ESVal value, VxIcon icon) {
     Val number(static_cast<long>(width), m_context);
     m_es.setProperty(object, "width", number.slot());
     number = static_cast<long>(height);
+    m_probe.check();
     m_es.setProperty(object, "height", number.slot());
 }
 
@@ -374,6 +380,7 @@ void ToScript::makeObject(ESVal value, CAgg& in, size_t first, size_t count) {
     m_es.setObject(value, object);
     i = first;
     auto setOne = [&](auto key) {
+        m_probe.check();
         bool set = guarded([&] { return setByName(object, m_poolNames[i], key, m_pool[i]); });
         if (!set)
             detail::throwPending(m_context);
@@ -392,6 +399,7 @@ void ToScript::setProperties(ESObject object, CAgg& in, int depth) {
     size_t slot = takeSlots(1);
     auto setOne = [&](auto key, CAgg& entry) {
         convert(m_pool[slot], entry, depth + 1);
+        m_probe.check();
         ESName name = nameFor(key);
         if (!guarded([&] { return setByName(object, name, key, m_pool[slot]); }))
             detail::throwPending(m_context);

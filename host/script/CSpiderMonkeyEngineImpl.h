@@ -190,6 +190,8 @@ struct CSpiderMonkeyEngine::Impl {
     /// Visits each own enumerable property with a name (symbols are left out).
     using EnumVisitor = std::function<bool(JS::HandleId id, ESVal value)>;
     bool enumerateObject(ESObject object, const EnumVisitor& visit);
+    /// Leaves a value read into out, unless out went (with its context) while it was read.
+    bool storeRead(ESVal out, ESContext owner, JS::HandleValue value);
     /// The name of a property key as units; false for a symbol.
     bool keyUnits(JS::HandleId id, std::u16string& out);
 

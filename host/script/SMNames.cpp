@@ -88,6 +88,7 @@ bool CSpiderMonkeyEngine::getNamed(ESObject object, ESName name, ESVal out) {
     JS::RootedObject obj(cx, impl.objectOf(object));
     if (!obj || !impl.liveName(name) || !impl.usable(out))
         return false;
+    ESContext owner = out->owner;
     JSAutoRealm realm(cx, obj);
     JS::RootedId id(cx, name->id);
     JS::RootedValue value(cx);
@@ -95,8 +96,7 @@ bool CSpiderMonkeyEngine::getNamed(ESObject object, ESName name, ESVal out) {
         impl.reportFailure(impl.contextOf(obj));
         return false;
     }
-    out->value = value;
-    return true;
+    return impl.storeRead(out, owner, value);
 }
 
 bool CSpiderMonkeyEngine::setNamed(ESObject object, ESName name, ESVal value) {

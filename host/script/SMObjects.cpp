@@ -164,6 +164,7 @@ bool CSpiderMonkeyEngine::getProperty(ESObject object, const char* name, ESVal o
     JS::RootedObject obj(cx, m_impl->objectOf(object));
     if (!obj || !m_impl->usable(out))
         return false;
+    ESContext owner = out->owner;
     JSAutoRealm realm(cx, obj);
     JS::RootedId id(cx);
     JS::RootedValue value(cx);
@@ -171,8 +172,7 @@ bool CSpiderMonkeyEngine::getProperty(ESObject object, const char* name, ESVal o
         m_impl->reportFailure(m_impl->contextOf(obj));
         return false;
     }
-    out->value = value;
-    return true;
+    return m_impl->storeRead(out, owner, value);
 }
 
 bool CSpiderMonkeyEngine::setProperty(ESObject object, const char* name, ESVal value) {
@@ -225,14 +225,14 @@ bool CSpiderMonkeyEngine::getElement(ESObject object, uint32_t index, ESVal out)
     JS::RootedObject obj(cx, m_impl->objectOf(object));
     if (!obj || !m_impl->usable(out))
         return false;
+    ESContext owner = out->owner;
     JSAutoRealm realm(cx, obj);
     JS::RootedValue value(cx);
     if (!JS_GetElement(cx, obj, index, &value)) {
         m_impl->reportFailure(m_impl->contextOf(obj));
         return false;
     }
-    out->value = value;
-    return true;
+    return m_impl->storeRead(out, owner, value);
 }
 
 bool CSpiderMonkeyEngine::setElement(ESObject object, uint32_t index, ESVal value) {
@@ -246,6 +246,14 @@ bool CSpiderMonkeyEngine::setElement(ESObject object, uint32_t index, ESVal valu
         m_impl->reportFailure(m_impl->contextOf(obj));
         return false;
     }
+    return true;
+}
+
+bool CSpiderMonkeyEngine::Impl::storeRead(ESVal out, ESContext owner, JS::HandleValue value) {
+    // Script that ran for the read may have taken the slot's context down, and the slot with it.
+    if (out->owner != owner || !usable(out))
+        return false;
+    out->value = value;
     return true;
 }
 
