@@ -36,25 +36,6 @@ std::string_view markedView(const char* bytes, long length) {
 
 } // namespace
 
-ContextProbe::ContextProbe(ESContext context)
-    : m_context(context), m_slot(engine().newVal(context)) {}
-
-ContextProbe::~ContextProbe() {
-    // A slot of a context that went was freed with it, and may serve another since.
-    if (alive())
-        engine().freeVal(m_slot);
-}
-
-bool ContextProbe::alive() const {
-    return m_slot && engine().valueContext(m_slot) == m_context;
-}
-
-CEStr ucsString(const char* marked, long length) {
-    CEStr s = CEStr::adopt(EStrNewSize(0, kEStrUCS));
-    EStrSetBytesWithSize(s, marked, length, kEStrUCS);
-    return s;
-}
-
 NameCache::Use::Use(ESContext context) {
     auto& all = caches();
     auto found = all.find(context);
