@@ -16,7 +16,6 @@
 #include <vector>
 
 using namespace CES;
-using CES::detail::ContextProbe;
 using CES::detail::engine;
 using CES::detail::guarded;
 using CES::detail::kMaxConversionDepth;
@@ -47,7 +46,14 @@ CEStr keyName(const _EStrRec* key) {
 class ToCAgg {
 public:
     explicit ToCAgg(ESContext context)
-        : m_es(engine()), m_context(context), m_names(context), m_probe(context) {}
+        : m_es(engine()), m_context(context), m_names(context), m_property(m_es.newVal(context)) {}
+    ~ToCAgg() {
+        // A slot of a context that went was freed with it, and may serve another since.
+        if (!m_names->contextGone())
+            m_es.freeVal(m_property);
+    }
+    ToCAgg(const ToCAgg&) = delete;
+    ToCAgg& operator=(const ToCAgg&) = delete;
 
     void convert(CAgg& out, ESVal value, bool textKeys, int depth);
 
@@ -69,7 +75,7 @@ private:
     IScriptEngine& m_es;
     Context m_context; // keeps the handler that catches script errors of the walk
     NameCache::Use m_names;
-    ContextProbe m_probe; // whose slot hasFunction reads into
+    ESVal m_property; // what hasFunction reads
     std::unordered_set<ESObject> m_visited;
 };
 
@@ -105,12 +111,12 @@ void ToCAgg::convert(CAgg& out, ESVal value, bool textKeys, int depth) {
 }
 
 bool ToCAgg::hasFunction(ESObject object, ESName name, const char* text) {
-    bool read = name ? m_es.getNamed(object, name, m_probe.slot())
-                     : m_es.getProperty(object, text, m_probe.slot());
+    bool read =
+        name ? m_es.getNamed(object, name, m_property) : m_es.getProperty(object, text, m_property);
     if (!read)
         detail::throwPending(m_context);
-    m_probe.check();
-    ESObject function = m_es.readObject(m_probe.slot());
+    m_names->checkContext();
+    ESObject function = m_es.readObject(m_property);
     return function && m_es.isFunction(function);
 }
 
@@ -159,7 +165,7 @@ void ToCAgg::convertArray(CAgg& out, ESObject array, bool textKeys, int depth) {
     elements.resize(static_cast<size_t>(length));
     Val element(m_context);
     for (long i = 0; i < length; ++i) {
-        m_probe.check();
+        m_names->checkContext();
         if (!m_es.getElement(array, static_cast<uint32_t>(i), element.slot()))
             detail::throwPending(m_context);
         convert(elements[static_cast<size_t>(i)], element.slot(), textKeys, depth + 1);
@@ -203,8 +209,7 @@ void ToCAgg::convertProperties(CAgg& out, ESObject object, bool textKeys, int de
 
 class ToScript {
 public:
-    explicit ToScript(ESContext context)
-        : m_es(engine()), m_context(context), m_names(context), m_probe(context) {}
+    explicit ToScript(ESContext context) : m_es(engine()), m_context(context), m_names(context) {}
     ~ToScript();
     ToScript(const ToScript&) = delete;
     ToScript& operator=(const ToScript&) = delete;
@@ -232,7 +237,6 @@ private:
     IScriptEngine& m_es;
     Context m_context;
     NameCache::Use m_names;
-    ContextProbe m_probe;
     // Slots for the elements and properties of the objects being made, used as a stack: one
     // conversion makes a few hundred at most, however many values it converts.
     std::vector<ESVal> m_pool;
@@ -242,9 +246,10 @@ private:
 
 ToScript::~ToScript() {
     // Slots of a context that went in the meantime were freed with it, and may serve another.
+    if (m_names->contextGone())
+        return;
     for (ESVal slot : m_pool)
-        if (m_es.valueContext(slot) == m_context.get())
-            m_es.freeVal(slot);
+        m_es.freeVal(slot);
 }
 
 size_t ToScript::takeSlots(size_t count) {
@@ -319,7 +324,7 @@ void ToScript::setIcon(ESVal value, VxIcon icon) {
     Val number(static_cast<long>(width), m_context);
     m_es.setProperty(object, "width", number.slot());
     number = static_cast<long>(height);
-    m_probe.check();
+    m_names->checkContext();
     m_es.setProperty(object, "height", number.slot());
 }
 
@@ -380,7 +385,7 @@ void ToScript::makeObject(ESVal value, CAgg& in, size_t first, size_t count) {
     m_es.setObject(value, object);
     i = first;
     auto setOne = [&](auto key) {
-        m_probe.check();
+        m_names->checkContext();
         bool set = guarded([&] { return setByName(object, m_poolNames[i], key, m_pool[i]); });
         if (!set)
             detail::throwPending(m_context);
@@ -399,7 +404,7 @@ void ToScript::setProperties(ESObject object, CAgg& in, int depth) {
     size_t slot = takeSlots(1);
     auto setOne = [&](auto key, CAgg& entry) {
         convert(m_pool[slot], entry, depth + 1);
-        m_probe.check();
+        m_names->checkContext();
         ESName name = nameFor(key);
         if (!guarded([&] { return setByName(object, name, key, m_pool[slot]); }))
             detail::throwPending(m_context);

@@ -29,29 +29,6 @@ template <class Fn> auto guarded(Fn&& fn) -> decltype(fn()) {
     }
 }
 
-/// Tells whether a context is still there, by a slot of its own that goes with it. A handle
-/// rooted in the context must not be used once it went, for its object may have gone too; script
-/// run by a getter, a setter or a method may take the context down.
-class ContextProbe {
-public:
-    explicit ContextProbe(ESContext context);
-    ~ContextProbe();
-    ContextProbe(const ContextProbe&) = delete;
-    ContextProbe& operator=(const ContextProbe&) = delete;
-    bool alive() const;
-    /// The probe's slot, free for the caller's values.
-    ESVal slot() const { return m_slot; }
-    /// Throws the internal exception once the context went.
-    void check() const {
-        if (!alive())
-            throwInternalException();
-    }
-
-private:
-    ESContext m_context;
-    ESVal m_slot;
-};
-
 /// A UCS string of marked bytes.
 CEStr ucsString(const char* marked, long length);
 

@@ -41,6 +41,15 @@ public:
     ESName forKey(const _EStrRec* key);
     /// The name of an atom's text; null as for forKey.
     ESName forAtom(QsAtom atom);
+    /// Whether the context went during the conversion. Handles rooted in it must not be used any
+    /// more, for their objects may have gone with it: script run by a getter, a setter or a method
+    /// can take its context down.
+    bool contextGone() const { return m_dead; }
+    /// Throws the internal exception once the context went.
+    void checkContext() const {
+        if (m_dead)
+            throwInternalException();
+    }
     /// The names "read" and "write", or null once the context is gone.
     ESName read() const { return m_dead ? nullptr : m_read; }
     ESName write() const { return m_dead ? nullptr : m_write; }

@@ -36,19 +36,6 @@ void raiseReadFailure(const Context& context) {
     raiseHostError(kHostErrGeneral);
 }
 
-ContextProbe::ContextProbe(ESContext context)
-    : m_context(context), m_slot(engine().newVal(context)) {}
-
-ContextProbe::~ContextProbe() {
-    // A slot of a context that went was freed with it, and may serve another since.
-    if (alive())
-        engine().freeVal(m_slot);
-}
-
-bool ContextProbe::alive() const {
-    return m_slot && engine().valueContext(m_slot) == m_context;
-}
-
 CEStr ucsString(const char* marked, long length) {
     CEStr s = CEStr::adopt(EStrNewSize(0, kEStrUCS));
     EStrSetBytesWithSize(s, marked, length, kEStrUCS);
