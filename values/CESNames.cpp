@@ -105,6 +105,10 @@ NameCache::Entry* NameCache::hold(TextIndex& index, std::string_view text) {
     auto found = index.find(text);
     if (found != index.end())
         return used(found->second);
+    return holdNew(index, text);
+}
+
+NameCache::Entry* NameCache::holdNew(TextIndex& index, std::string_view text) {
     if (m_entries.size() >= kCapacity) {
         m_overflowed = true;
         return nullptr;
@@ -167,19 +171,17 @@ NameCache::Entry* NameCache::entryOf(ESName name, TextIndex& index, const char* 
         if (found != m_entries.end())
             return used(&found->second);
     }
-    // A name the cache does not hold yet: held from its text, which comes with the name when the
-    // context holds it for nobody.
+    // A name the context holds for nobody comes with its text, and no entry can have it.
+    if (!name)
+        return holdNew(index, std::string_view(text, static_cast<size_t>(length)));
+    // One that it holds for someone else: held by the cache too, from its text.
     std::string own;
-    if (!text) {
-        if (!engine().readName(name, &index == &m_byUCSText, own))
-            return nullptr;
-        text = own.data();
-        length = static_cast<long>(own.size());
-    }
-    return hold(index, std::string_view(text, static_cast<size_t>(length)));
+    if (!engine().readName(name, &index == &m_byUCSText, own))
+        return nullptr;
+    return hold(index, own);
 }
 
-const CEStr& NameCache::ucsKey(ESName name, const char* text, long length) {
+CEStr NameCache::ucsKey(ESName name, const char* text, long length) {
     Entry* entry = entryOf(name, m_byUCSText, text, length);
     if (entry && !entry->ucs.isNull())
         return entry->ucs;
@@ -189,8 +191,9 @@ const CEStr& NameCache::ucsKey(ESName name, const char* text, long length) {
         text = marked.data();
         length = static_cast<long>(marked.size());
     }
-    CEStr& key = entry ? entry->ucs : m_scratch;
-    key = ucsString(text, length);
+    CEStr key = ucsString(text, length);
+    if (entry)
+        entry->ucs = key;
     return key;
 }
 

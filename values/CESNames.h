@@ -55,7 +55,7 @@ public:
     ESName write() const { return m_dead ? nullptr : m_write; }
 
     /// The UCS key of a property from enumerateNamed in UCS form: its held name, or else its text.
-    const CEStr& ucsKey(ESName name, const char* text, long length);
+    CEStr ucsKey(ESName name, const char* text, long length);
     /// The atom of a property from enumerateNamed in host form.
     QsAtom atomKey(ESName name, const char* text, long length);
 
@@ -81,6 +81,8 @@ private:
 
     /// The entry of a text's name, kept in index; null when it is new and there is no room.
     Entry* hold(TextIndex& index, std::string_view text);
+    /// The same for a text that index lacks.
+    Entry* holdNew(TextIndex& index, std::string_view text);
     static ESName nameOf(Entry* entry);
     Entry* used(Entry* entry) {
         if (entry)
@@ -104,7 +106,6 @@ private:
     TextIndex m_byHostText;
     TextIndex m_byUCSText;
     std::unordered_map<QsAtom, Entry*> m_byAtom;
-    CEStr m_scratch; // the key handed out when the context is gone
 };
 
 } // namespace CES::detail
