@@ -360,15 +360,22 @@ void ToScript::setMap(ESVal value, CAgg& in, int depth) {
 }
 
 void ToScript::makeObject(ESVal value, CAgg& in, size_t first, size_t count) {
+    // Once a name finds no room, the rest go by their text without being looked for: a map of
+    // more keys than the cache holds costs no more than it did without one.
     bool atoms = in.getType() == CAgg::eQsAtomMap;
     bool allNamed = true;
     size_t i = first;
+    auto name = [&](auto key) {
+        ESName found = allNamed ? nameFor(key) : nullptr;
+        allNamed = found != nullptr;
+        m_poolNames[i++] = found;
+    };
     if (atoms) {
         for (auto& [atom, entry] : in.toQsAtomMap())
-            allNamed &= (m_poolNames[i++] = nameFor(atom)) != nullptr;
+            name(atom);
     } else {
         for (auto& [key, entry] : in.toMap())
-            allNamed &= (m_poolNames[i++] = nameFor(key.get())) != nullptr;
+            name(static_cast<const _EStrRec*>(key.get()));
     }
     if (allNamed) {
         bool made = guarded([&] {
