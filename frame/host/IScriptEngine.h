@@ -288,8 +288,7 @@ public:
     virtual ESObject newArray(ESContext context, const ESVal* values, long count) = 0;
     /// A new object of the class, as newObject makes it, with each name (held by the context) set
     /// in turn to the value beside it, left in out: one call for a whole object, which gets no
-    /// handle of its own.
-    /// False when it could not be made or a property could not be set.
+    /// handle of its own. False when it could not be made or a property could not be set.
     virtual bool newObjectWithProperties(ESContext context, const char* className,
                                          const ESName* names, const ESVal* values, long count,
                                          ESVal out) = 0;
