@@ -2,7 +2,9 @@
 //   - a feed-shaped script object of 1,000 items, five text fields each, read into a CAgg with
 //     text keys and with atom keys;
 //   - the same CAgg written back out as script objects;
-//   - an array of 1,000,000 numbers read into a CAgg vector.
+//   - an array of 1,000,000 numbers read into a CAgg vector;
+//   - 10,000 structs {id, name, price, active}, the shape of a SOAP reply, each way;
+//   - one object of 10,000 distinct keys each way, more names than the bridge keeps.
 
 #include "frame/HostTables.h"
 #include "host/core/CHostCore.h"
@@ -92,5 +94,46 @@ void BM_NumberArrayToCAgg(benchmark::State& state) {
     }
 }
 BENCHMARK(BM_NumberArrayToCAgg)->Unit(benchmark::kMillisecond);
+
+constexpr const char* kStructs =
+    "var items = [];"
+    "for (var i = 0; i < 10000; ++i)"
+    " items.push({id: i, name: 'Item number ' + i, price: i + 0.25, active: i % 2 == 0});"
+    "items";
+
+constexpr const char* kDistinctKeys =
+    "var o = {}; for (var i = 0; i < 10000; ++i) o['key ' + i] = i; o";
+
+// Arguments: the source of the value, and whether it is read with text keys.
+void BM_ToCAgg(benchmark::State& state, const char* source, bool textKeys) {
+    Host host;
+    CES::Val value = host.run(source);
+    for (auto _ : state) {
+        CAgg out;
+        ESValToCAgg(out, value.slot(), textKeys);
+        benchmark::DoNotOptimize(out);
+        host.engine().dropLooseRoots();
+    }
+}
+BENCHMARK_CAPTURE(BM_ToCAgg, Structs10k, kStructs, true)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_ToCAgg, Structs10kAtoms, kStructs, false)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_ToCAgg, DistinctKeys10k, kDistinctKeys, true)->Unit(benchmark::kMillisecond);
+
+void BM_ToScript(benchmark::State& state, const char* source, bool textKeys) {
+    Host host;
+    CES::Val value = host.run(source);
+    CAgg tree;
+    ESValToCAgg(tree, value.slot(), textKeys);
+    for (auto _ : state) {
+        CAgg copy = tree;
+        CES::Val out(host.context());
+        CAggToESVal(out.slot(), copy);
+        benchmark::DoNotOptimize(out.slot());
+        host.engine().dropLooseRoots();
+    }
+}
+BENCHMARK_CAPTURE(BM_ToScript, Structs10k, kStructs, true)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_ToScript, Structs10kAtoms, kStructs, false)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_ToScript, DistinctKeys10k, kDistinctKeys, true)->Unit(benchmark::kMillisecond);
 
 } // namespace

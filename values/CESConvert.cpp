@@ -2,6 +2,7 @@
 #include "values/CESConvert.h"
 #include "values/CESEventScope.h"
 #include "values/CESInternal.h"
+#include "values/CESNames.h"
 
 #include "frame/HostTables.h"
 #include "frame/QsCore.h"
@@ -10,13 +11,15 @@
 #include "values/CESTime.h"
 
 #include <exception>
-#include <set>
 #include <string_view>
+#include <unordered_set>
+#include <vector>
 
 using namespace CES;
 using CES::detail::engine;
 using CES::detail::guarded;
 using CES::detail::kMaxConversionDepth;
+using CES::detail::NameCache;
 
 namespace {
 
@@ -25,9 +28,7 @@ constexpr long kMaxVectorLength = 0x1000000;
 
 /// A UCS string of marked bytes.
 CEStr ucsString(const std::string& marked) {
-    CEStr s = CEStr::adopt(EStrNewSize(0, kEStrUCS));
-    EStrSetBytesWithSize(s, marked.data(), static_cast<long>(marked.size()), kEStrUCS);
-    return s;
+    return detail::ucsString(marked.data(), static_cast<long>(marked.size()));
 }
 
 /// A map key as the engine takes names: host bytes for encoding 0, else marked UCS.
@@ -44,7 +45,15 @@ CEStr keyName(const _EStrRec* key) {
 
 class ToCAgg {
 public:
-    explicit ToCAgg(ESContext context) : m_es(engine()), m_context(context) {}
+    explicit ToCAgg(ESContext context)
+        : m_es(engine()), m_context(context), m_names(context), m_property(m_es.newVal(context)) {}
+    ~ToCAgg() {
+        // A slot of a context that went was freed with it, and may serve another since.
+        if (!m_names->contextGone())
+            m_es.freeVal(m_property);
+    }
+    ToCAgg(const ToCAgg&) = delete;
+    ToCAgg& operator=(const ToCAgg&) = delete;
 
     void convert(CAgg& out, ESVal value, bool textKeys, int depth);
 
@@ -52,20 +61,22 @@ private:
     void convertObject(CAgg& out, ESObject object, ESVal value, bool textKeys, int depth);
     void convertArray(CAgg& out, ESObject array, bool textKeys, int depth);
     void convertProperties(CAgg& out, ESObject object, bool textKeys, int depth);
-    bool hasFunction(ESObject object, const char* name);
+    bool hasFunction(ESObject object, ESName name, const char* text);
 
     struct EnumState {
         ToCAgg* self;
         CAgg* out;
+        bool textKeys;
         int depth;
         std::exception_ptr failure;
     };
-    static bool visitName(const char* name, long length, ESVal value, void* data);
-    static bool visitAtom(QsAtom name, ESVal value, void* data);
+    static bool visitName(ESName name, const char* text, long length, ESVal value, void* data);
 
     IScriptEngine& m_es;
     Context m_context; // keeps the handler that catches script errors of the walk
-    std::set<ESObject> m_visited;
+    NameCache::Use m_names;
+    ESVal m_property; // what hasFunction reads
+    std::unordered_set<ESObject> m_visited;
 };
 
 void ToCAgg::convert(CAgg& out, ESVal value, bool textKeys, int depth) {
@@ -99,11 +110,13 @@ void ToCAgg::convert(CAgg& out, ESVal value, bool textKeys, int depth) {
     }
 }
 
-bool ToCAgg::hasFunction(ESObject object, const char* name) {
-    Val property(m_context);
-    if (!m_es.getProperty(object, name, property.slot()))
+bool ToCAgg::hasFunction(ESObject object, ESName name, const char* text) {
+    bool read =
+        name ? m_es.getNamed(object, name, m_property) : m_es.getProperty(object, text, m_property);
+    if (!read)
         detail::throwPending(m_context);
-    ESObject function = property.object();
+    m_names->checkContext();
+    ESObject function = m_es.readObject(m_property);
     return function && m_es.isFunction(function);
 }
 
@@ -129,8 +142,8 @@ void ToCAgg::convertObject(CAgg& out, ESObject object, ESVal value, bool textKey
         QsTimeRec time{};
         ESValGetTime(value, &time);
         out = CAgg(time);
-    } else if (className == "Stream" || hasFunction(object, "read") ||
-               hasFunction(object, "write")) {
+    } else if (className == "Stream" || hasFunction(object, m_names->read(), "read") ||
+               hasFunction(object, m_names->write(), "write")) {
         bool shouldClose = false;
         QsStm stream = ESObjectToRdQsStm(object, &shouldClose);
         out = CAgg(stream, ESObjectStreamShouldClose(object));
@@ -152,18 +165,24 @@ void ToCAgg::convertArray(CAgg& out, ESObject array, bool textKeys, int depth) {
     elements.resize(static_cast<size_t>(length));
     Val element(m_context);
     for (long i = 0; i < length; ++i) {
+        m_names->checkContext();
         if (!m_es.getElement(array, static_cast<uint32_t>(i), element.slot()))
             detail::throwPending(m_context);
         convert(elements[static_cast<size_t>(i)], element.slot(), textKeys, depth + 1);
     }
 }
 
-bool ToCAgg::visitName(const char* name, long length, ESVal value, void* data) {
+bool ToCAgg::visitName(ESName name, const char* text, long length, ESVal value, void* data) {
     auto* state = static_cast<EnumState*>(data);
     try {
-        CEStr key = ucsString(std::string(name, static_cast<size_t>(length)));
-        CAgg& entry = state->out->toMap()[key];
-        state->self->convert(entry, value, true, state->depth + 1);
+        ToCAgg& self = *state->self;
+        if (state->textKeys) {
+            CAgg& entry = state->out->toMap()[self.m_names->ucsKey(name, text, length)];
+            self.convert(entry, value, true, state->depth + 1);
+        } else {
+            CAgg& entry = state->out->toQsAtomMap()[self.m_names->atomKey(name, text, length)];
+            self.convert(entry, value, false, state->depth + 1);
+        }
         return true;
     } catch (...) {
         // Nothing may pass through the engine: the failure waits until the walk has stopped.
@@ -172,29 +191,14 @@ bool ToCAgg::visitName(const char* name, long length, ESVal value, void* data) {
     }
 }
 
-bool ToCAgg::visitAtom(QsAtom name, ESVal value, void* data) {
-    auto* state = static_cast<EnumState*>(data);
-    try {
-        CAgg& entry = state->out->toQsAtomMap()[name];
-        state->self->convert(entry, value, false, state->depth + 1);
-        return true;
-    } catch (...) {
-        state->failure = std::current_exception();
-        return false;
-    }
-}
-
 void ToCAgg::convertProperties(CAgg& out, ESObject object, bool textKeys, int depth) {
     out = CAgg();
-    EnumState state{this, &out, depth, nullptr};
-    bool ok = false;
-    if (textKeys) {
+    if (textKeys)
         out.toMap();
-        ok = m_es.enumerate(object, visitName, &state);
-    } else {
+    else
         out.toQsAtomMap();
-        ok = m_es.enumerateAtoms(object, visitAtom, &state);
-    }
+    EnumState state{this, &out, textKeys, depth, nullptr};
+    bool ok = m_es.enumerateNamed(object, m_context, textKeys, visitName, &state);
     if (state.failure)
         std::rethrow_exception(state.failure);
     if (!ok)
@@ -205,7 +209,10 @@ void ToCAgg::convertProperties(CAgg& out, ESObject object, bool textKeys, int de
 
 class ToScript {
 public:
-    explicit ToScript(ESContext context) : m_es(engine()), m_context(context) {}
+    explicit ToScript(ESContext context) : m_es(engine()), m_context(context), m_names(context) {}
+    ~ToScript();
+    ToScript(const ToScript&) = delete;
+    ToScript& operator=(const ToScript&) = delete;
 
     void convert(ESVal value, CAgg& in, int depth);
     void setProperties(ESObject object, CAgg& in, int depth);
@@ -214,12 +221,61 @@ private:
     void setString(ESVal value, const _EStrRec* text);
     void setIcon(ESVal value, VxIcon icon);
     void setVector(ESVal value, CAgg::CAggVector& elements, int depth);
-    void setProperty(ESObject object, const char* name, CAgg& in, int depth);
+    void setMap(ESVal value, CAgg& in, int depth);
     ESObject newObject(const char* className);
+    /// The first of count slots of the pool, which stay the caller's until it gives them back by
+    /// setting m_top to that index again.
+    size_t takeSlots(size_t count);
+    ESName nameFor(const _EStrRec* key) { return m_names->forKey(key); }
+    ESName nameFor(QsAtom atom) { return m_names->forAtom(atom); }
+    /// Sets a property by its held name, or by the key's text when the cache had no room for it.
+    bool setByName(ESObject object, ESName name, const _EStrRec* key, ESVal value);
+    bool setByName(ESObject object, ESName name, QsAtom atom, ESVal value);
+    /// Makes the object of a map whose values wait in the pool from first, with its names.
+    void makeObject(ESVal value, CAgg& in, size_t first, size_t count);
 
     IScriptEngine& m_es;
     Context m_context;
+    NameCache::Use m_names;
+    // Slots for the elements and properties of the objects being made, used as a stack: one
+    // conversion makes a few hundred at most, however many values it converts.
+    std::vector<ESVal> m_pool;
+    std::vector<ESName> m_poolNames; // the property name beside each slot
+    size_t m_top = 0;
 };
+
+ToScript::~ToScript() {
+    // Slots of a context that went in the meantime were freed with it, and may serve another.
+    if (m_names->contextGone())
+        return;
+    for (ESVal slot : m_pool)
+        m_es.freeVal(slot);
+}
+
+size_t ToScript::takeSlots(size_t count) {
+    size_t first = m_top;
+    while (m_pool.size() < first + count) {
+        ESVal slot = m_es.newVal(m_context);
+        if (!slot)
+            throwInternalException();
+        m_pool.push_back(slot);
+    }
+    m_poolNames.resize(m_pool.size());
+    m_top = first + count;
+    return first;
+}
+
+bool ToScript::setByName(ESObject object, ESName name, const _EStrRec* key, ESVal value) {
+    if (name)
+        return m_es.setNamed(object, name, value);
+    CEStr text = keyName(key);
+    return m_es.setProperty(object, text.c_str(), value);
+}
+
+bool ToScript::setByName(ESObject object, ESName name, QsAtom atom, ESVal value) {
+    return name ? m_es.setNamed(object, name, value)
+                : m_es.setProperty(object, QsAtomGetString(atom), value);
+}
 
 ESObject ToScript::newObject(const char* className) {
     ESObject object = guarded([&] { return m_es.newObject(m_context, className); });
@@ -229,8 +285,18 @@ ESObject ToScript::newObject(const char* className) {
 }
 
 void ToScript::setString(ESVal value, const _EStrRec* text) {
-    CEStr name = keyName(text);
-    if (!m_es.setString(value, name.c_str(), EStrGetLen(name)))
+    // Host and UCS text go as they are; only other encodings need a copy moved to UCS.
+    int32_t encoding = text ? EStrGetEncoding(text) : kEStrHost;
+    bool ok = false;
+    if (!text) {
+        ok = m_es.setString(value, "", 0);
+    } else if (encoding == kEStrHost || encoding == kEStrUCS) {
+        ok = m_es.setString(value, EStrGetBytes(text), EStrGetLen(text));
+    } else {
+        CEStr name = keyName(text);
+        ok = m_es.setString(value, name.c_str(), EStrGetLen(name));
+    }
+    if (!ok)
         throwInternalException();
 }
 
@@ -258,43 +324,106 @@ void ToScript::setIcon(ESVal value, VxIcon icon) {
     Val number(static_cast<long>(width), m_context);
     m_es.setProperty(object, "width", number.slot());
     number = static_cast<long>(height);
+    m_names->checkContext();
     m_es.setProperty(object, "height", number.slot());
 }
 
 void ToScript::setVector(ESVal value, CAgg::CAggVector& elements, int depth) {
-    std::vector<Val> values;
-    values.reserve(elements.size());
-    std::vector<ESVal> slots;
-    slots.reserve(elements.size());
-    for (CAgg& element : elements) {
-        values.emplace_back(m_context);
-        slots.push_back(values.back().slot());
-        convert(slots.back(), element, depth + 1);
-    }
-    ESObject array = guarded(
-        [&] { return m_es.newArray(m_context, slots.data(), static_cast<long>(slots.size())); });
+    size_t first = takeSlots(elements.size());
+    for (size_t i = 0; i < elements.size(); ++i)
+        convert(m_pool[first + i], elements[i], depth + 1);
+    ESObject array = guarded([&] {
+        return m_es.newArray(m_context, m_pool.data() + first, static_cast<long>(elements.size()));
+    });
     if (!array)
         detail::throwPending(m_context);
     m_es.setObject(value, array);
+    m_top = first;
 }
 
-void ToScript::setProperty(ESObject object, const char* name, CAgg& in, int depth) {
-    Val converted(m_context);
-    convert(converted.slot(), in, depth + 1);
-    if (!guarded([&] { return m_es.setProperty(object, name, converted.slot()); }))
-        detail::throwPending(m_context);
+void ToScript::setMap(ESVal value, CAgg& in, int depth) {
+    // The values first, then the names, then the object with all of them in one call: nothing
+    // runs script between taking a name and using it.
+    bool atoms = in.getType() == CAgg::eQsAtomMap;
+    size_t count = atoms ? in.toQsAtomMap().size() : in.toMap().size();
+    size_t first = takeSlots(count);
+    size_t i = first;
+    if (atoms) {
+        for (auto& [atom, entry] : in.toQsAtomMap())
+            convert(m_pool[i++], entry, depth + 1);
+    } else {
+        for (auto& [key, entry] : in.toMap())
+            convert(m_pool[i++], entry, depth + 1);
+    }
+    makeObject(value, in, first, count);
+    m_top = first;
+}
+
+void ToScript::makeObject(ESVal value, CAgg& in, size_t first, size_t count) {
+    // Once a name finds no room, the rest go by their text without being looked for: a map of
+    // more keys than the cache holds costs no more than it did without one.
+    bool atoms = in.getType() == CAgg::eQsAtomMap;
+    bool allNamed = true;
+    size_t i = first;
+    auto name = [&](auto key) {
+        ESName found = allNamed ? nameFor(key) : nullptr;
+        allNamed = found != nullptr;
+        m_poolNames[i++] = found;
+    };
+    if (atoms) {
+        for (auto& [atom, entry] : in.toQsAtomMap())
+            name(atom);
+    } else {
+        for (auto& [key, entry] : in.toMap())
+            name(static_cast<const _EStrRec*>(key.get()));
+    }
+    if (allNamed) {
+        bool made = guarded([&] {
+            return m_es.newObjectWithProperties(m_context, "Aggregate", m_poolNames.data() + first,
+                                                m_pool.data() + first, static_cast<long>(count),
+                                                value);
+        });
+        if (!made)
+            detail::throwPending(m_context);
+        return;
+    }
+    // Some names found no room: the object is made, then set property by property.
+    ESObject object = newObject("Aggregate");
+    m_es.setObject(value, object);
+    i = first;
+    auto setOne = [&](auto key) {
+        m_names->checkContext();
+        bool set = guarded([&] { return setByName(object, m_poolNames[i], key, m_pool[i]); });
+        if (!set)
+            detail::throwPending(m_context);
+        ++i;
+    };
+    if (atoms) {
+        for (auto& [atom, entry] : in.toQsAtomMap())
+            setOne(atom);
+    } else {
+        for (auto& [key, entry] : in.toMap())
+            setOne(static_cast<const _EStrRec*>(key.get()));
+    }
 }
 
 void ToScript::setProperties(ESObject object, CAgg& in, int depth) {
+    size_t slot = takeSlots(1);
+    auto setOne = [&](auto key, CAgg& entry) {
+        convert(m_pool[slot], entry, depth + 1);
+        m_names->checkContext();
+        ESName name = nameFor(key);
+        if (!guarded([&] { return setByName(object, name, key, m_pool[slot]); }))
+            detail::throwPending(m_context);
+    };
     if (in.getType() == CAgg::eQsAtomMap) {
         for (auto& [atom, entry] : in.toQsAtomMap())
-            setProperty(object, QsAtomGetString(atom), entry, depth);
-        return;
+            setOne(atom, entry);
+    } else {
+        for (auto& [key, entry] : in.toMap())
+            setOne(static_cast<const _EStrRec*>(key.get()), entry);
     }
-    for (auto& [key, entry] : in.toMap()) {
-        CEStr name = keyName(key.get());
-        setProperty(object, name.c_str(), entry, depth);
-    }
+    m_top = slot;
 }
 
 void ToScript::convert(ESVal value, CAgg& in, int depth) {
@@ -330,12 +459,9 @@ void ToScript::convert(ESVal value, CAgg& in, int depth) {
         return;
     }
     case CAgg::eMap:
-    case CAgg::eQsAtomMap: {
-        ESObject object = newObject("Aggregate");
-        m_es.setObject(value, object);
-        setProperties(object, in, depth);
+    case CAgg::eQsAtomMap:
+        setMap(value, in, depth);
         return;
-    }
     case CAgg::eQsStm: {
         // The object takes the stream over from the value. Copies of the value may still own
         // it too; they share the flag that says it was closed.

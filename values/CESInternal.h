@@ -3,6 +3,7 @@
 #pragma once
 
 #include "values/CES.h"
+#include "values/EStr.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -27,6 +28,9 @@ template <class Fn> auto guarded(Fn&& fn) -> decltype(fn()) {
         throwInternalException();
     }
 }
+
+/// A UCS string of marked bytes.
+CEStr ucsString(const char* marked, long length);
 
 /// A name as the engine takes it, from marked UCS units: the mark, big-endian units, a zero unit.
 std::string markedName(const std::u16string& units);

@@ -36,6 +36,12 @@ void raiseReadFailure(const Context& context) {
     raiseHostError(kHostErrGeneral);
 }
 
+CEStr ucsString(const char* marked, long length) {
+    CEStr s = CEStr::adopt(EStrNewSize(0, kEStrUCS));
+    EStrSetBytesWithSize(s, marked, length, kEStrUCS);
+    return s;
+}
+
 std::string markedName(const std::u16string& units) {
     std::string name = "\xFE\xFF";
     name.reserve(4 + units.size() * 2);

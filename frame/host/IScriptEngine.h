@@ -12,6 +12,10 @@
 //   the engine roots every object it hands out until the innermost value scope (beginScope,
 //   endScope) ends, or, outside any scope, until the call into native code that received it
 //   returns; with neither, until the host is next idle. Keep an object longer in a slot.
+// - A held name (ESName) is a property name in the engine's own form, made once from text and
+//   then used for any number of property reads and writes, so that a name met again is not made
+//   again. A context holds it until the last releaseName, or until the context goes: then its
+//   names go too, and their handles must not be passed again.
 // - Text comes in as host-encoded bytes, or as marked UCS: 0xFE 0xFF, then big-endian 16-bit
 //   units. A length of -1 means up to the terminator (a zero byte; a zero unit for marked UCS).
 //   Text goes out the same two ways, as the caller asks.
@@ -38,6 +42,7 @@ struct _s_ESValRec;
 struct _s_ESObjectRec;
 struct _s_ESEventRec;
 struct _s_ESArgsRec;
+struct _s_ESNameRec;
 /// A script context.
 using ESContext = _s_ESContextRec*;
 /// A value slot owned by a context.
@@ -48,6 +53,8 @@ using ESObject = _s_ESObjectRec*;
 using ESEvent = _s_ESEventRec*;
 /// The arguments of one call of a native method; valid during that call only.
 using ESArgs = _s_ESArgsRec*;
+/// A property name held by a context.
+using ESName = _s_ESNameRec*;
 
 /// The type of a script value.
 enum ESValType : int32_t {
@@ -75,6 +82,8 @@ constexpr int32_t kESErrScript = 0x40000100;
 
 /// Runs on every new script context, now and later.
 using ESContextInitProc = void (*)(ESContext context);
+/// Runs when a context is taken down, before its slots and names go. It must not use the engine.
+using ESContextTermProc = void (*)(ESContext context);
 /// Runs whenever an object of a script class is created.
 using ESClassInitProc = void (*)(ESContext context, ESObject object);
 /// Answers a named text: sets out to the text of key; true when it did.
@@ -96,6 +105,11 @@ using ESFinalizeProc = void (*)(ESObject object);
 using ESEnumProc = bool (*)(const char* name, long nameLength, ESVal value, void* data);
 /// The same, with the name as an atom of its host-encoded text.
 using ESEnumAtomProc = bool (*)(QsAtom name, ESVal value, void* data);
+/// One property of an enumeration by held names: the handle when the context asked about holds
+/// the name, with no text (null, 0); otherwise a null handle and the name's text in the form
+/// asked for. Valid during the call only. False stops the enumeration.
+using ESEnumNameProc = bool (*)(ESName name, const char* text, long textLength, ESVal value,
+                                void* data);
 /// Told of each script error in a context: the engine's error number (0 for others), the line,
 /// and the message in host encoding. The exception itself is the context's exception value.
 using ESErrorHandlerProc = void (*)(ESContext context, int32_t code, int32_t line,
@@ -123,6 +137,8 @@ public:
     /// Makes a global object of that name in every context, now and later, whose properties
     /// are the provider's texts by key.
     virtual void registerStringProvider(const char* name, ESStringProviderProc proc) = 0;
+    /// Runs on every context taken down from now on; registering a procedure again does nothing.
+    virtual void registerContextTerm(ESContextTermProc proc) = 0;
 
     // Contexts.
 
@@ -210,6 +226,24 @@ public:
     virtual bool enumerate(ESObject object, ESEnumProc proc, void* data) = 0;
     virtual bool enumerateAtoms(ESObject object, ESEnumAtomProc proc, void* data) = 0;
 
+    // Held names.
+
+    /// Holds the property name of that text (host-encoded or marked UCS, with a length as for
+    /// text) in the context. Texts that name the same property ("1" and marked "1") give the same
+    /// handle, held once more each time. Null for null text or a context that is gone.
+    virtual ESName holdName(ESContext context, const char* text, long length) = 0;
+    /// Lets go of one hold; the name goes with the last one.
+    virtual void releaseName(ESName name) = 0;
+    /// The name's text as marked UCS (ucs) or host-encoded bytes.
+    virtual bool readName(ESName name, bool ucs, std::string& out) = 0;
+    /// getProperty and setProperty by a held name; it works on objects of any context.
+    virtual bool getNamed(ESObject object, ESName name, ESVal out) = 0;
+    virtual bool setNamed(ESObject object, ESName name, ESVal value) = 0;
+    /// enumerate, giving the handle of each name that context holds, and the others' text as
+    /// marked UCS (ucs) or host-encoded bytes.
+    virtual bool enumerateNamed(ESObject object, ESContext context, bool ucs, ESEnumNameProc proc,
+                                void* data) = 0;
+
     // Private data: kept natively beside the object, by name; scripts never see it.
 
     virtual void setPrivate(ESObject object, const char* name, void* data) = 0;
@@ -252,6 +286,12 @@ public:
                                    ESVal argument) = 0;
     virtual const char* className(ESObject object) = 0;
     virtual ESObject newArray(ESContext context, const ESVal* values, long count) = 0;
+    /// A new object of the class, as newObject makes it, with each name (held by the context) set
+    /// in turn to the value beside it, left in out: one call for a whole object, which gets no
+    /// handle of its own. False when it could not be made or a property could not be set.
+    virtual bool newObjectWithProperties(ESContext context, const char* className,
+                                         const ESName* names, const ESVal* values, long count,
+                                         ESVal out) = 0;
     virtual bool isArray(ESObject object) = 0;
     /// The length of an array; 0 for anything else.
     virtual long arrayLength(ESObject object) = 0;

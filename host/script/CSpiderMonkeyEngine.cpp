@@ -259,6 +259,7 @@ void CSpiderMonkeyEngine::destroyContext(ESContext context) {
 void CSpiderMonkeyEngine::Impl::destroyNow(ESContext context, bool collect) {
     if (context->dead)
         return;
+    endContextNames(context);
     context->dead = true;
     if (context->global && context->global->owner) {
         JSObject* global = &context->global->value.toObject();

@@ -39,6 +39,8 @@ public:
     void collectGarbage();
     /// Number of slots alive in all contexts.
     size_t liveSlotCount() const;
+    /// Number of names held in all live contexts.
+    size_t heldNameCount() const;
     /// Lets go of the objects handed out outside any scope or native call, which are otherwise
     /// kept until their context goes. The host calls it when it is idle; while anything runs it
     /// does nothing.
@@ -62,6 +64,7 @@ public:
     void registerContextInit(ESContextInitProc proc) override;
     void registerClassInit(ESClassInitProc proc, const char* className) override;
     void registerStringProvider(const char* name, ESStringProviderProc proc) override;
+    void registerContextTerm(ESContextTermProc proc) override;
 
     ESContext newContext(const char* name, DkDoc document) override;
     void destroyContext(ESContext context) override;
@@ -114,6 +117,14 @@ public:
     bool enumerate(ESObject object, ESEnumProc proc, void* data) override;
     bool enumerateAtoms(ESObject object, ESEnumAtomProc proc, void* data) override;
 
+    ESName holdName(ESContext context, const char* text, long length) override;
+    void releaseName(ESName name) override;
+    bool readName(ESName name, bool ucs, std::string& out) override;
+    bool getNamed(ESObject object, ESName name, ESVal out) override;
+    bool setNamed(ESObject object, ESName name, ESVal value) override;
+    bool enumerateNamed(ESObject object, ESContext context, bool ucs, ESEnumNameProc proc,
+                        void* data) override;
+
     void setPrivate(ESObject object, const char* name, void* data) override;
     bool getPrivate(ESObject object, const char* name, void** data) override;
     void removePrivate(ESObject object, const char* name) override;
@@ -133,6 +144,8 @@ public:
     ESObject newObjectFrom(ESContext context, const char* constructorName, ESVal argument) override;
     const char* className(ESObject object) override;
     ESObject newArray(ESContext context, const ESVal* values, long count) override;
+    bool newObjectWithProperties(ESContext context, const char* className, const ESName* names,
+                                 const ESVal* values, long count, ESVal out) override;
     bool isArray(ESObject object) override;
     long arrayLength(ESObject object) override;
     bool isFunction(ESObject object) override;

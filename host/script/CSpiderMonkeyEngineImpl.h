@@ -16,6 +16,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 #include <vector>
@@ -32,6 +33,15 @@ struct _s_ESObjectRec {
     std::map<std::string, void*> privates;
     ESFinalizeProc finalizer = nullptr;
     int32_t errorNumber = 0; // of an error made by raiseError
+};
+
+// A held name: its property key, rooted while its context lives. Atoms never move, so the key's
+// bits find the record again from an id the engine hands out.
+struct _s_ESNameRec {
+    JS::Heap<jsid> id;
+    _s_ESContextRec* context = nullptr;
+    uintptr_t key = 0; // the bits of id when it was held
+    long holds = 0;
 };
 
 struct _s_ESEventRec {
@@ -54,6 +64,8 @@ struct _s_ESContextRec {
     std::vector<std::unique_ptr<_s_ESEventRec>> events; // the last one is current
     std::vector<ESEvent> eventOverrides;                // made current by evaluate
     std::map<std::string, ESVal> prototypes;            // of the engine's classes, by name
+    // Held names by the bits of their key.
+    std::unordered_map<uintptr_t, std::unique_ptr<_s_ESNameRec>> names;
     ESErrorHandlerProc errorHandler = nullptr;
     void* errorData = nullptr;
     bool inErrorHandler = false;
@@ -128,6 +140,7 @@ struct CSpiderMonkeyEngine::Impl {
     // Contexts and what is registered for them.
     std::vector<std::unique_ptr<_s_ESContextRec>> contexts;
     std::vector<ESContextInitProc> contextInits;
+    std::vector<ESContextTermProc> contextTerms;
     std::map<std::string, std::unique_ptr<SMClassRec>> classes;
     std::map<std::pair<std::string, void*>, std::unique_ptr<SMNativeRec>> natives;
     std::vector<std::unique_ptr<SMProviderRec>> providers;
@@ -162,16 +175,31 @@ struct CSpiderMonkeyEngine::Impl {
     void detachRecords();
     SMClassRec& classRec(const std::string& name);
     JSObject* prototypeOf(ESContext context, SMClassRec& rec);
+    /// A new object of the class, without its initialisers or a handle; in the context's realm.
+    JSObject* makeObject(ESContext context, const std::string& className);
     /// A new object of the class, without its initialisers.
     ESObject createObject(ESContext context, const std::string& className);
+    /// Whether initialisers are registered for the class.
+    bool hasClassInits(const std::string& className) const;
     /// What the global constructor of that name makes of the arguments; in the context's realm.
     JSObject* construct(ESContext context, const std::string& name,
                         const JS::HandleValueArray& args);
     SMNativeRec* nativeRec(const std::string& name, SMNativeRec::Kind kind, void* proc);
     JSObject* newNativeFunction(JS::HandleId id, SMNativeRec* native);
     void runClassInits(ESContext context, const std::string& className, ESObject object);
-    using EnumVisitor = std::function<bool(const std::u16string& name, ESVal value)>;
+    /// Visits each own enumerable property with a name (symbols are left out).
+    using EnumVisitor = std::function<bool(JS::HandleId id, ESVal value)>;
     bool enumerateObject(ESObject object, const EnumVisitor& visit);
+    /// Leaves a value read into out, unless out went (with its context) while it was read.
+    bool storeRead(ESVal out, ESContext owner, JS::HandleValue value);
+    /// The name of a property key as units; false for a symbol.
+    bool keyUnits(JS::HandleId id, std::u16string& out);
+
+    // Held names (SMNames.cpp).
+    /// The name of a handle, or null when its context is not usable.
+    _s_ESNameRec* liveName(ESName name) const;
+    /// Runs the term procedures on a context going down, and drops its names.
+    void endContextNames(ESContext context);
 
     // Text (SMValues.cpp).
     JSString* newString(const char* text, long length);

@@ -37,16 +37,6 @@ const JSClass kCompanionClass = {
     &kCompanionOps, nullptr,
     nullptr,        nullptr};
 
-// The name of a property key as units; false for a symbol.
-bool keyUnits(CSpiderMonkeyEngine::Impl& impl, JS::HandleId id, std::u16string& out) {
-    if (id.isInt()) {
-        std::string digits = std::to_string(id.toInt());
-        out.assign(digits.begin(), digits.end());
-        return true;
-    }
-    return id.isString() && impl.readUnits(id.toString(), out);
-}
-
 } // namespace
 
 // Handles.
@@ -174,6 +164,7 @@ bool CSpiderMonkeyEngine::getProperty(ESObject object, const char* name, ESVal o
     JS::RootedObject obj(cx, m_impl->objectOf(object));
     if (!obj || !m_impl->usable(out))
         return false;
+    ESContext owner = out->owner;
     JSAutoRealm realm(cx, obj);
     JS::RootedId id(cx);
     JS::RootedValue value(cx);
@@ -181,8 +172,7 @@ bool CSpiderMonkeyEngine::getProperty(ESObject object, const char* name, ESVal o
         m_impl->reportFailure(m_impl->contextOf(obj));
         return false;
     }
-    out->value = value;
-    return true;
+    return m_impl->storeRead(out, owner, value);
 }
 
 bool CSpiderMonkeyEngine::setProperty(ESObject object, const char* name, ESVal value) {
@@ -235,14 +225,14 @@ bool CSpiderMonkeyEngine::getElement(ESObject object, uint32_t index, ESVal out)
     JS::RootedObject obj(cx, m_impl->objectOf(object));
     if (!obj || !m_impl->usable(out))
         return false;
+    ESContext owner = out->owner;
     JSAutoRealm realm(cx, obj);
     JS::RootedValue value(cx);
     if (!JS_GetElement(cx, obj, index, &value)) {
         m_impl->reportFailure(m_impl->contextOf(obj));
         return false;
     }
-    out->value = value;
-    return true;
+    return m_impl->storeRead(out, owner, value);
 }
 
 bool CSpiderMonkeyEngine::setElement(ESObject object, uint32_t index, ESVal value) {
@@ -257,6 +247,23 @@ bool CSpiderMonkeyEngine::setElement(ESObject object, uint32_t index, ESVal valu
         return false;
     }
     return true;
+}
+
+bool CSpiderMonkeyEngine::Impl::storeRead(ESVal out, ESContext owner, JS::HandleValue value) {
+    // Script that ran for the read may have taken the slot's context down, and the slot with it.
+    if (out->owner != owner || !usable(out))
+        return false;
+    out->value = value;
+    return true;
+}
+
+bool CSpiderMonkeyEngine::Impl::keyUnits(JS::HandleId id, std::u16string& out) {
+    if (id.isInt()) {
+        std::string digits = std::to_string(id.toInt());
+        out.assign(digits.begin(), digits.end());
+        return true;
+    }
+    return id.isString() && readUnits(id.toString(), out);
 }
 
 // Enumeration: own enumerable properties with names, in the engine's order, each value read in a
@@ -281,10 +288,9 @@ bool CSpiderMonkeyEngine::Impl::enumerateObject(ESObject object, const EnumVisit
     bool ok = true;
     JS::RootedId id(cx);
     JS::RootedValue value(cx);
-    std::u16string name;
     for (size_t i = 0; i < ids.length() && ok; ++i) {
         id = ids[i];
-        if (!keyUnits(*this, id, name))
+        if (!id.isInt() && !id.isString())
             continue;
         if (!JS_GetPropertyById(cx, obj, id, &value)) {
             reportFailure(context);
@@ -293,7 +299,7 @@ bool CSpiderMonkeyEngine::Impl::enumerateObject(ESObject object, const EnumVisit
         }
         slot->value = value;
         bool goOn = true;
-        ok = runGuarded(context, [&] { goOn = visit(name, slot); });
+        ok = runGuarded(context, [&] { goOn = visit(id, slot); });
         if (!goOn || !usable(context))
             break;
     }
@@ -304,7 +310,10 @@ bool CSpiderMonkeyEngine::Impl::enumerateObject(ESObject object, const EnumVisit
 bool CSpiderMonkeyEngine::enumerate(ESObject object, ESEnumProc proc, void* data) {
     if (!proc)
         return false;
-    return m_impl->enumerateObject(object, [&](const std::u16string& name, ESVal value) {
+    std::u16string name;
+    return m_impl->enumerateObject(object, [&](JS::HandleId id, ESVal value) {
+        if (!m_impl->keyUnits(id, name))
+            return true;
         std::string bytes = SMTextFromUnits(name.data(), name.size(), true, nullptr);
         return proc(bytes.c_str(), static_cast<long>(bytes.size()), value, data);
     });
@@ -314,7 +323,10 @@ bool CSpiderMonkeyEngine::enumerateAtoms(ESObject object, ESEnumAtomProc proc, v
     ICore* core = m_impl->core;
     if (!proc || !core)
         return false;
-    return m_impl->enumerateObject(object, [&](const std::u16string& name, ESVal value) {
+    std::u16string name;
+    return m_impl->enumerateObject(object, [&](JS::HandleId id, ESVal value) {
+        if (!m_impl->keyUnits(id, name))
+            return true;
         return proc(core->atomFromString(m_impl->hostText(name).c_str()), value, data);
     });
 }
@@ -386,8 +398,7 @@ JSObject* CSpiderMonkeyEngine::Impl::construct(ESContext context, const std::str
     return made;
 }
 
-ESObject CSpiderMonkeyEngine::Impl::createObject(ESContext context, const std::string& className) {
-    JSAutoRealm realm(cx, globalOf(context));
+JSObject* CSpiderMonkeyEngine::Impl::makeObject(ESContext context, const std::string& className) {
     JS::RootedObject object(cx);
     if (className == "Object") {
         object = JS_NewPlainObject(cx);
@@ -399,11 +410,20 @@ ESObject CSpiderMonkeyEngine::Impl::createObject(ESContext context, const std::s
         if (proto)
             object = JS_NewObjectWithGivenProto(cx, &rec.jsClass, proto);
     }
-    if (!object) {
+    if (!object)
         reportFailure(context);
-        return nullptr;
-    }
-    return handOut(object, context);
+    return object;
+}
+
+ESObject CSpiderMonkeyEngine::Impl::createObject(ESContext context, const std::string& className) {
+    JSAutoRealm realm(cx, globalOf(context));
+    JS::RootedObject object(cx, makeObject(context, className));
+    return object ? handOut(object, context) : nullptr;
+}
+
+bool CSpiderMonkeyEngine::Impl::hasClassInits(const std::string& className) const {
+    auto found = classes.find(className);
+    return found != classes.end() && !found->second->inits.empty();
 }
 
 ESObject CSpiderMonkeyEngine::newObjectFrom(ESContext context, const char* constructorName,

@@ -75,6 +75,10 @@ void CSpiderMonkeyEngine::Impl::traceSlots(JSTracer* trc, void* data) {
         for (size_t i = 0; i < kChunkSlots; ++i)
             if (chunk[i].owner)
                 JS::TraceEdge(trc, &chunk[i].value, "ESVal");
+    for (auto& context : impl->contexts)
+        if (!context->dead)
+            for (auto& [key, name] : context->names)
+                JS::TraceEdge(trc, &name->id, "ESName");
 }
 
 // Text.
@@ -100,8 +104,9 @@ std::string CSpiderMonkeyEngine::Impl::hostText(const std::u16string& units) con
 bool CSpiderMonkeyEngine::Impl::idFromName(const char* name, JS::MutableHandleId id) {
     if (!name)
         return false;
-    JS::RootedString string(cx, newString(name, -1));
-    return string && JS_StringToId(cx, string, id);
+    // Straight from the units to the key, with no string made in between.
+    std::u16string units = SMTextToUnits(name, -1, encodings);
+    return JS_CharsToId(cx, JS::TwoByteChars(units.data(), units.size()), id);
 }
 
 // Slots through the table.
