@@ -34,7 +34,7 @@ bool isEmpty(const CEStr& text) {
 
 // A text made once and kept for the life of the process, past the end of static destruction.
 const _EStrRec* keptText(const char* text) {
-    return (new CEStr(text, kEStrPDFDoc))->get();
+    return EStrNew(text, kEStrPDFDoc);
 }
 
 const _EStrRec* xsiTypeKey() {
