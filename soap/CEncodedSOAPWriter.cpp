@@ -32,6 +32,16 @@ bool isEmpty(const CEStr& text) {
     return text.isNull() || EStrGetCharLen(text) == 0;
 }
 
+// A text made once and kept for the life of the process, past the end of static destruction.
+const _EStrRec* keptText(const char* text) {
+    return EStrNew(text, kEStrPDFDoc);
+}
+
+const _EStrRec* xsiTypeKey() {
+    static const _EStrRec* key = keptText("xsi:type");
+    return key;
+}
+
 } // namespace
 
 CAgg CEncodedSOAPWriter::writeMessage() {
@@ -46,9 +56,12 @@ void CEncodedSOAPWriter::writeNode(CAgg& value, CXMLElement& element, long depth
                                    unsigned short isHeader) {
     checkDepth(depth);
     switch (value.getType()) {
-    case CAgg::eVoid:
-        element.setAttribute("xsi:nil", "true");
+    case CAgg::eVoid: {
+        static const _EStrRec* key = keptText("xsi:nil");
+        static const _EStrRec* value = keptText("true");
+        setSharedAttribute(element, key, value);
         return;
+    }
     case CAgg::eQsTimeRec:
         setTypeInfo(element, getSOAPType(value));
         element.appendText(CAgg(getDateTime(value).get()), true);
@@ -80,20 +93,24 @@ void CEncodedSOAPWriter::writeNode(CAgg& value, CXMLElement& element, long depth
 }
 
 void CEncodedSOAPWriter::setScalarType(CXMLElement& element, CAgg& value) {
-    const char* type = nullptr;
+    static const _EStrRec* const kString = keptText(sm_StringTypeString);
+    static const _EStrRec* const kInteger = keptText(sm_IntegerTypeString);
+    static const _EStrRec* const kBool = keptText(sm_BoolTypeString);
+    static const _EStrRec* const kDouble = keptText(sm_DoubleTypeString);
+    const _EStrRec* type = nullptr;
     switch (value.getType()) {
     case CAgg::eEStr:
     case CAgg::eCQsText:
-        type = sm_StringTypeString;
+        type = kString;
         break;
     case CAgg::eQsInt32:
-        type = sm_IntegerTypeString;
+        type = kInteger;
         break;
     case CAgg::eQsBool:
-        type = sm_BoolTypeString;
+        type = kBool;
         break;
     case CAgg::eDouble:
-        type = sm_DoubleTypeString;
+        type = kDouble;
         break;
     default:
         setTypeInfo(element, getSOAPType(value));
@@ -101,9 +118,7 @@ void CEncodedSOAPWriter::setScalarType(CXMLElement& element, CAgg& value) {
     }
     // The common types have no namespace and nothing to escape: the attribute is set as
     // setTypeInfo would set it, without the steps between.
-    // Made once and kept for the life of the process, past the end of static destruction.
-    static const CEStr* key = new CEStr("xsi:type", kEStrPDFDoc);
-    element.setAttribute(key->get(), CAgg::adoptEStr(EStrNew(type, kEStrPDFDoc)));
+    setSharedAttribute(element, xsiTypeKey(), type);
 }
 
 void CEncodedSOAPWriter::writeMap(CAgg& value, CXMLElement& element, long depth,
@@ -204,7 +219,12 @@ QName CEncodedSOAPWriter::getSOAPType(CAgg& value) {
 }
 
 void CEncodedSOAPWriter::setTypeInfo(CXMLElement& element, const QName& type) {
-    element.setAttribute(CEStr("xsi:type", kEStrPDFDoc), typeText(element, type));
+    CEStr text = typeText(element, type);
+    // A type in a namespace names a prefix of this element's own, so only the others repeat.
+    if (isEmpty(type.nameSpace))
+        setSharedAttribute(element, xsiTypeKey(), text);
+    else
+        element.setAttribute(xsiTypeKey(), text);
 }
 
 void CEncodedSOAPWriter::setArrayType(CXMLElement& element, CAgg::CAggVector& items) {

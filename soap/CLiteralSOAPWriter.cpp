@@ -110,8 +110,11 @@ bool CLiteralSOAPWriter::writeRawValue(const ReservedEntries& reserved, CXMLElem
 void CLiteralSOAPWriter::writeChild(const CEStr& key, CAgg& item, CXMLElement& element, long depth,
                                     unsigned short isHeader) {
     CXMLElement child = view(element.appendElement());
-    if (depth == 0 && !m_defaultNS.isNull() && EStrGetCharLen(m_defaultNS) > 0)
-        child.setAttribute(CEStr("xmlns", kEStrPDFDoc), attributeValue(m_defaultNS));
+    if (depth == 0 && !m_defaultNS.isNull() && EStrGetCharLen(m_defaultNS) > 0) {
+        // Every operation of the message declares the same default namespace.
+        static const CEStr* const key = new CEStr("xmlns", kEStrPDFDoc);
+        setSharedAttribute(child, key->get(), attributeValue(m_defaultNS));
+    }
     setName(child, key);
     writeNode(item, child, depth + 1, isHeader);
 }

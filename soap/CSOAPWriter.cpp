@@ -53,6 +53,16 @@ bool nestsDeeperThan(CAgg& value, long limit) {
     return false;
 }
 
+// Whether two texts are one text: the same record, or the same encoding and the same bytes.
+bool sameBytes(const _EStrRec* a, const _EStrRec* b) {
+    if (a == b)
+        return true;
+    if (!a || !b || EStrGetEncoding(a) != EStrGetEncoding(b) || EStrGetLen(a) != EStrGetLen(b))
+        return false;
+    return EStrGetLen(a) == 0 ||
+           std::memcmp(EStrGetBytes(a), EStrGetBytes(b), static_cast<size_t>(EStrGetLen(a))) == 0;
+}
+
 } // namespace
 
 CSOAPWriter::CSOAPWriter(CAgg& header, CAgg& request)
@@ -164,6 +174,25 @@ void CSOAPWriter::setName(CXMLElement& element, const QName& name) {
     element.setName(EStrFromUTF8(prefix + ":" + EStrToUTF8(name.name)).get());
 }
 
+void CSOAPWriter::setSharedAttribute(CXMLElement& element, const _EStrRec* key,
+                                     const _EStrRec* value) {
+    for (const SharedAttribute& shared : m_sharedAttributes) {
+        if (sameBytes(shared.key, key) && sameBytes(shared.value, value)) {
+            element.shareAttributes(shared.map);
+            return;
+        }
+    }
+    if (m_sharedAttributes.size() >= kMaxSharedAttributes) {
+        element.setAttribute(key, value);
+        return;
+    }
+    CAgg map;
+    map[key] = CAgg(value);
+    map.shareMap();
+    element.shareAttributes(map);
+    m_sharedAttributes.push_back({CEStr(key), CEStr(value), std::move(map)});
+}
+
 CEStr CSOAPWriter::createNSPrefix() {
     char prefix[32];
     std::snprintf(prefix, sizeof prefix, "ns%ld", ++m_nsCounter);
@@ -216,6 +245,8 @@ CAgg CSOAPWriter::writeEnvelope(bool withEncodingNS) {
     if (m_tooDeep)
         checkDepth(kMaxDepth + 1);
     takeAtoms();
+    // Maps shared with the elements of a message written before stay with them.
+    m_sharedAttributes.clear();
     CAgg envelope;
     CXMLElement root = view(envelope);
     root.setType(kXMLTypeElement);

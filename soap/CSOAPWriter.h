@@ -120,6 +120,11 @@ protected:
     CXMLElement view(CAgg& record) const { return CXMLElement(record, m_keys); }
     /// Names an element by a namespace and a local name, as setName does.
     void setName(CXMLElement& element, const QName& name);
+    /// Sets one attribute as setAttribute sets it, through a map of that attribute alone kept
+    /// for the message: the elements given the same attribute share the map's entries rather
+    /// than each holding a map of its own. A later change to an element's attributes gives it
+    /// a map of its own first.
+    void setSharedAttribute(CXMLElement& element, const _EStrRec* key, const _EStrRec* value);
 
     CAgg m_header;
     CAgg m_request;
@@ -136,6 +141,19 @@ protected:
     std::unordered_map<QsAtom, CEStr> m_atomNames;
     // The header or the request nests deeper than kMaxDepth; neither was copied.
     bool m_tooDeep = false;
+
+private:
+    /// One attribute of setSharedAttribute and the map that the elements share.
+    struct SharedAttribute {
+        CEStr key;
+        CEStr value;
+        CAgg map;
+    };
+    // A message has a handful of distinct type attributes; past this many, an attribute is set
+    // on its own, so that a request of many made-up types costs no search.
+    static constexpr size_t kMaxSharedAttributes = 16;
+    // The shared attributes of the message being written.
+    std::vector<SharedAttribute> m_sharedAttributes;
 };
 
 template <class Fn> void CSOAPWriter::forEachEntry(CAgg& map, Fn&& fn) {

@@ -491,6 +491,10 @@ bool CAgg::isCollectionTypeEmpty() const {
            (m_type == eQsAtomMap && m_payload.atomMap->empty());
 }
 
+const CAgg::CAggMap* CAgg::mapEntries() const {
+    return m_type == eMap ? m_payload.map : nullptr;
+}
+
 CAgg& CAgg::operator[](long index) {
     // A negative or absurd index is bad input: refuse it before anything changes.
     if (index < 0 || index > kMaxVectorIndex)

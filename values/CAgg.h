@@ -192,6 +192,10 @@ public:
     CAggType getType() const { return m_type; }
     /// True only for a map or atom map with no entries.
     bool isCollectionTypeEmpty() const;
+    /// The entries of a map, to read: null for a value of any other type. Never converts, and a
+    /// map that shares its entries with copies (see shareMap) keeps sharing them. The pointer is
+    /// good until the value is next changed or converted.
+    const CAggMap* mapEntries() const;
 
     // Indexing. Each converts the value to the collection it needs and creates a missing entry
     // as void.

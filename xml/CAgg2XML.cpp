@@ -47,17 +47,18 @@ long unitCount(const _EStrRec* text) {
 
 // A value as text: the string itself, or, for a value of another type, the text a copy of it
 // converts to, kept in holder so that the tree keeps its own type. Null when absent.
-const _EStrRec* textIn(CAgg* value, CEStr& holder) {
+const _EStrRec* textIn(const CAgg* value, CEStr& holder) {
     if (!value)
         return nullptr;
+    // Reading a string as a string converts nothing, even in entries shared with others.
     if (value->getType() == CAgg::eEStr)
-        return value->toEStr();
+        return const_cast<CAgg*>(value)->toEStr();
     CAgg copy(*value);
     holder = copy.toEStr();
     return holder.get();
 }
 
-bool sameText(CAgg& value, const _EStrRec* text) {
+bool sameText(const CAgg& value, const _EStrRec* text) {
     CEStr holder;
     const _EStrRec* mine = textIn(&value, holder);
     return EStrCmp(mine, text) == 0;
@@ -372,15 +373,16 @@ void CAgg2XML::getTagAttr(CXMLEntries& entries, bool element) {
         appendRaw(m_buffer, value);
         m_buffer += '"';
     };
-    auto writeEntry = [&](const _EStrRec* key, CAgg& value) {
+    auto writeEntry = [&](const _EStrRec* key, const CAgg& value) {
         CEStr holder;
         writeOne(key, textIn(&value, holder));
     };
     CAgg* attr = entries.attr;
-    if (attr && attr->getType() == CAgg::eMap) {
+    // Attributes are read where they lie: elements that share one map of them keep sharing it.
+    if (const CAgg::CAggMap* map = attr ? attr->mapEntries() : nullptr) {
         // The declaration of this tag takes its place in key order, or the value of the entry
         // under its key, as if it had been set into the map.
-        for (auto& [key, value] : attr->toMap()) {
+        for (const auto& [key, value] : *map) {
             int order = declaring ? CEStrLessNumbersFirst::compare(key, m_declarationKey) : -1;
             if (order >= 0) {
                 declaring = false;
@@ -434,9 +436,10 @@ void CAgg2XML::getTagName(CXMLEntries& entries, Tag* keep) {
 
     const _EStrRec* prefix = findURI(ns);
     bool inForce = prefix != nullptr;
-    CAgg* dict = inForce ? nullptr : entries.nsDict;
-    if (dict && dict->getType() == CAgg::eMap) {
-        for (auto& [key, uri] : dict->toMap()) {
+    // The namespaces in scope are one map shared by the elements of a parsed document.
+    const CAgg::CAggMap* dict = inForce || !entries.nsDict ? nullptr : entries.nsDict->mapEntries();
+    if (dict) {
+        for (const auto& [key, uri] : *dict) {
             if (sameText(uri, ns)) {
                 prefix = key;
                 break;
@@ -534,10 +537,10 @@ void CAgg2XML::writeTag(const _EStrRec* prefix, const _EStrRec* name, long local
 
 void CAgg2XML::pushNSScope(CXMLEntries& entries) {
     m_scopeMarks.push_back(m_bindings.size());
-    CAgg* attr = entries.attr;
-    if (!attr || attr->getType() != CAgg::eMap)
+    const CAgg::CAggMap* map = entries.attr ? entries.attr->mapEntries() : nullptr;
+    if (!map)
         return;
-    for (auto& [key, value] : attr->toMap()) {
+    for (const auto& [key, value] : *map) {
         if (!startsWithXmlnsColon(key))
             continue;
         CEStr prefix = CEStr::adopt(EStrNew(nullptr, kEStrPDFDoc));

@@ -134,30 +134,31 @@ bool CXMLElement::hasAttribute(const char* key) const {
 CEStr CXMLElement::getAttribute(const char* key) const {
     if (!hasAttribute(key))
         return emptyText();
-    CAgg copy(m_record[atom(&CXMLKeyAtoms::attr, kXMLKeyAttr)][key]);
-    return CEStr(copy.toEStr());
+    // The key as indexing by text makes it, so that the same entry is found.
+    return getAttribute(CEStr::adopt(EStrNew(key, kEStrAuto)).get());
 }
 
 CEStr CXMLElement::getAttribute(const _EStrRec* key) const {
-    CAgg* value = findAttribute(key);
+    const CAgg* value = findAttribute(key);
     if (!value)
         return emptyText();
+    // Reading a string as a string converts nothing, even in entries shared with others.
     if (value->getType() == CAgg::eEStr)
-        return CEStr(value->toEStr());
+        return CEStr(const_cast<CAgg*>(value)->toEStr());
     CAgg copy(*value);
     return CEStr(copy.toEStr());
 }
 
-CAgg* CXMLElement::findAttribute(const _EStrRec* key) const {
+const CAgg* CXMLElement::findAttribute(const _EStrRec* key) const {
     QsAtom attrKey = atom(&CXMLKeyAtoms::attr, kXMLKeyAttr);
     if (!m_record.has(attrKey))
         return nullptr;
     CAgg& attr = m_record[attrKey];
-    if (attr.getType() != CAgg::eMap)
+    const CAgg::CAggMap* entries = attr.mapEntries();
+    if (!entries)
         return attr.has(key) ? &attr[key] : nullptr;
-    CAgg::CAggMap& entries = attr.toMap();
-    auto found = entries.find(key);
-    return found == entries.end() ? nullptr : &found->second;
+    auto found = entries->find(key);
+    return found == entries->end() ? nullptr : &found->second;
 }
 
 void CXMLElement::setAttribute(const char* key, const char* value) const {
@@ -176,6 +177,20 @@ CAgg& CXMLElement::attributes() const {
     CAgg& attr = m_record[atom(&CXMLKeyAtoms::attr, kXMLKeyAttr)];
     attr.toMap();
     return attr;
+}
+
+void CXMLElement::shareAttributes(const CAgg& attributes) const {
+    QsAtom attrKey = atom(&CXMLKeyAtoms::attr, kXMLKeyAttr);
+    if (!m_record.has(attrKey)) {
+        m_record[attrKey] = attributes;
+        return;
+    }
+    const CAgg::CAggMap* entries = attributes.mapEntries();
+    if (!entries)
+        return;
+    CAgg& own = this->attributes();
+    for (const auto& [key, value] : *entries)
+        own[key] = value;
 }
 
 CAgg::CAggVector& CXMLElement::children() const {

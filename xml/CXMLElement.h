@@ -99,14 +99,21 @@ public:
     CEStr getAttribute(const char* key) const;
     /// The same for a key made once by the caller, looked up without making anything.
     CEStr getAttribute(const _EStrRec* key) const;
-    /// The attribute's value as it is held, or null when it is not there; never adds anything.
-    CAgg* findAttribute(const _EStrRec* key) const;
+    /// The attribute's value as it is held, or null when it is not there; never adds anything,
+    /// and attributes shared with other elements stay shared.
+    const CAgg* findAttribute(const _EStrRec* key) const;
     void setAttribute(const char* key, const char* value) const;
     void setAttribute(const _EStrRec* key, const _EStrRec* value) const;
     /// The same with the value given as a string value, taken over.
     void setAttribute(const _EStrRec* key, CAgg value) const;
-    /// The attribute map, made if missing.
+    /// The attribute map, made if missing. It is the element's own: attributes it shared are
+    /// copied first.
     CAgg& attributes() const;
+    /// Gives the element the attributes of a map. An element without attributes takes a copy
+    /// of the map, which shares the map's entries when the map shares them (CAgg::shareMap), so
+    /// that many elements with the same attributes hold them once; an element with attributes
+    /// of its own has the entries set into them.
+    void shareAttributes(const CAgg& attributes) const;
 
     /// The children, made an empty vector if missing.
     CAgg::CAggVector& children() const;

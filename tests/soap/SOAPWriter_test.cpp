@@ -7,7 +7,9 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 using namespace soaptest;
@@ -527,4 +529,87 @@ TEST(SOAPWriter, RefusesARequestNestedTooDeep) {
         std::string text = write(bounded);
         EXPECT_NE(text.find("bottom"), std::string::npos) << encoded;
     }
+}
+
+namespace {
+
+// The child elements of a written element, by name.
+std::vector<std::pair<std::string, CAgg*>> namedChildren(CAgg& record) {
+    std::vector<std::pair<std::string, CAgg*>> found;
+    for (CAgg& child : CXMLElement(record).children()) {
+        if (CXMLElement(child).isElement())
+            found.emplace_back(EStrToUTF8(CXMLElement(child).getName()), &child);
+    }
+    return found;
+}
+
+// The element under the body's first operation that has the name.
+CAgg& parameter(CAgg& envelope, const std::string& name) {
+    CAgg& body = *namedChildren(envelope).back().second;
+    CAgg& operation = *namedChildren(body).front().second;
+    for (auto& [childName, child] : namedChildren(operation)) {
+        if (childName == name)
+            return *child;
+    }
+    ADD_FAILURE() << "no element " << name;
+    return envelope;
+}
+
+const CAgg::CAggMap* attributesOf(CAgg& record) {
+    return record.has(kXMLKeyAttr) ? record[kXMLKeyAttr].mapEntries() : nullptr;
+}
+
+} // namespace
+
+TEST(SOAPWriter, ElementsWithTheSameTypeShareOneAttributeMapPerMessage) {
+    FakeHost host;
+    CAgg header;
+    CAgg request =
+        map({{"op", map({{"i1", 1},
+                         {"i2", 2},
+                         {"s1", "x"},
+                         {"s2", "y"},
+                         {"n1", CAgg()},
+                         {"n2", CAgg()},
+                         {"linked", map({{"soapType", "xsd:thing"}, {"soapHREF", "#a"}})},
+                         {"typed", map({{"soapType", "xsd:thing"}, {"v", 1}})}})}});
+    std::unique_ptr<CSOAPWriter> writer = getSOAPWriter(header, request, 1);
+    CAgg first, second;
+    HostFrame frame;
+    ASSERT_EQ(frame.run([&] { first = writer->writeMessage(); }), 0);
+    ASSERT_EQ(frame.run([&] { second = writer->writeMessage(); }), 0);
+
+    struct Case {
+        const char* a;
+        const char* b;
+        bool shared;
+    };
+    const Case cases[] = {
+        {"i1", "i2", true},
+        {"s1", "s2", true},
+        {"n1", "n2", true},
+        {"i1", "s1", false},
+        {"i1", "n1", false},
+        // An element whose attributes were written after its type has a map of its own.
+        {"linked", "typed", false},
+    };
+    for (const Case& c : cases) {
+        const CAgg::CAggMap* a = attributesOf(parameter(first, c.a));
+        ASSERT_NE(a, nullptr) << c.a;
+        EXPECT_EQ(a == attributesOf(parameter(first, c.b)), c.shared) << c.a << " " << c.b;
+        // Each message has maps of its own.
+        EXPECT_NE(a, attributesOf(parameter(second, c.a))) << c.a;
+    }
+
+    // Writing to one shared element after the message is written changes it alone, and the
+    // two messages read the same.
+    const std::string text = serialize(first);
+    EXPECT_EQ(serialize(second), text);
+    EXPECT_NE(text.find("<linked href=\"#a\" xsi:type=\"xsd:thing\"/>"), std::string::npos) << text;
+    CXMLElement(parameter(second, "i1")).setAttribute("id", "7");
+    std::string changed = serialize(second);
+    EXPECT_NE(changed.find("<i1 id=\"7\" xsi:type=\"xsd:int\">1</i1>"), std::string::npos)
+        << changed;
+    EXPECT_NE(changed.find("<i2 xsi:type=\"xsd:int\">2</i2>"), std::string::npos) << changed;
+    EXPECT_EQ(serialize(first), text);
 }

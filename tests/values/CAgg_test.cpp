@@ -299,6 +299,65 @@ TEST_F(CAggCore, CopiesOfASharedMapStillBehaveAsCopies) {
     EXPECT_EQ(bytesOf(tree["inner"]["k"].toEStr()), "v");
 }
 
+TEST_F(CAggCore, MapEntriesReadsWithoutConvertingOrUnsharing) {
+    // Only a map has entries to read; nothing else is converted to give some.
+    struct Case {
+        const char* what;
+        CAgg value;
+        CAgg::CAggType type;
+    };
+    CAgg atomMap;
+    atomMap[QsAtomFromString("a")] = CAgg("1");
+    CAgg vector;
+    vector[0] = CAgg("1");
+    Case cases[] = {
+        {"void", CAgg(), CAgg::eVoid},        {"string", CAgg("a"), CAgg::eEStr},
+        {"integer", CAgg(7), CAgg::eQsInt32}, {"atom map", atomMap, CAgg::eQsAtomMap},
+        {"vector", vector, CAgg::eVector},
+    };
+    for (Case& c : cases) {
+        EXPECT_EQ(c.value.mapEntries(), nullptr) << c.what;
+        EXPECT_EQ(c.value.getType(), c.type) << c.what;
+    }
+
+    // Copies of a plain map have entries of their own; copies of a shared one read one body,
+    // and go on sharing it however often they are read.
+    CAgg plain;
+    plain["k"] = CAgg("v");
+    CAgg plainCopy(plain);
+    ASSERT_NE(plain.mapEntries(), nullptr);
+    EXPECT_NE(plain.mapEntries(), plainCopy.mapEntries());
+
+    CAgg original;
+    original["a"] = CAgg("1");
+    original["b"] = CAgg("2");
+    original.shareMap();
+    CAgg first(original);
+    CAgg second;
+    second = first;
+    const CAgg::CAggMap* body = original.mapEntries();
+    ASSERT_NE(body, nullptr);
+    for (int round = 0; round < 2; ++round) {
+        for (const CAgg* sharer : {&original, &first, &second}) {
+            EXPECT_EQ(sharer->mapEntries(), body);
+            EXPECT_EQ(sharer->mapEntries()->size(), 2u);
+            EXPECT_TRUE(sharer->has("a"));
+        }
+    }
+
+    // A write after those reads gives the writer entries of its own; the others keep theirs.
+    first["c"] = CAgg("3");
+    EXPECT_NE(first.mapEntries(), body);
+    EXPECT_EQ(keysOf(first), (std::vector<std::string>{"1:a", "1:b", "1:c"}));
+    EXPECT_EQ(original.mapEntries(), body);
+    EXPECT_EQ(second.mapEntries(), body);
+    EXPECT_EQ(body->size(), 2u);
+    second.toMap().clear();
+    EXPECT_EQ(original.mapEntries(), body);
+    EXPECT_EQ(keysOf(original), (std::vector<std::string>{"1:a", "1:b"}));
+    EXPECT_TRUE(second.mapEntries()->empty());
+}
+
 TEST_F(CAggCore, PagesAreAcquiredByEveryCopyAndReleasedByEachRelease) {
     auto& model = host.documents();
     DkDoc doc = model.openDocument(2);

@@ -142,6 +142,53 @@ TEST_F(XMLElement, AViewWithTheKeyAtomsMakesTheSameRecords) {
     EXPECT_EQ(build(false), build(true));
 }
 
+TEST_F(XMLElement, ElementsShareOneAttributeMapUntilOneOfThemIsWritten) {
+    CAgg shared;
+    shared["xsi:type"] = CAgg("xsd:int");
+    shared.shareMap();
+    const CAgg::CAggMap* body = shared.mapEntries();
+
+    CAgg tree;
+    CXMLElement root(tree);
+    root.setType(kXMLTypeElement);
+    root.setName("r");
+    for (const char* name : {"a", "b", "c"})
+        root.appendElement(name);
+    auto child = [&](size_t i) { return CXMLElement(root.children()[i]); };
+    auto attributesOf = [&](size_t i) { return root.children()[i][kXMLKeyAttr].mapEntries(); };
+    // An element with attributes of its own takes the entries into them.
+    child(2).setAttribute("id", "1");
+    for (size_t i = 0; i < 3; ++i)
+        child(i).shareAttributes(shared);
+
+    // Every way of reading an attribute leaves the map shared.
+    CEStr key("xsi:type", kEStrPDFDoc);
+    for (size_t i = 0; i < 3; ++i) {
+        EXPECT_TRUE(child(i).hasAttribute("xsi:type")) << i;
+        EXPECT_EQ(shown(child(i).getAttribute("xsi:type")), "\"xsd:int\"") << i;
+        EXPECT_EQ(shown(child(i).getAttribute(key.get())), "\"xsd:int\"") << i;
+        ASSERT_NE(child(i).findAttribute(key.get()), nullptr) << i;
+        EXPECT_EQ(child(i).findAttribute(CEStr("id", kEStrPDFDoc).get()) != nullptr, i == 2) << i;
+    }
+    EXPECT_EQ(attributesOf(0), body);
+    EXPECT_EQ(attributesOf(1), body);
+    EXPECT_NE(attributesOf(2), body);
+    const std::string before = "<r><a xsi:type=\"xsd:int\"/>\n<b xsi:type=\"xsd:int\"/>\n"
+                               "<c id=\"1\" xsi:type=\"xsd:int\"/>\n</r>";
+    EXPECT_EQ(xmltest::serialise(tree, 4096, false), before);
+    EXPECT_EQ(attributesOf(0), body);
+
+    // Writing to one element's attributes changes that element alone.
+    child(0).setAttribute("id", "2");
+    child(1).attributes()["xsi:type"] = CAgg("xsd:long");
+    EXPECT_EQ(attributesOf(2)->size(), 2u);
+    EXPECT_EQ(xmltest::serialise(tree, 4096, false),
+              "<r><a id=\"2\" xsi:type=\"xsd:int\"/>\n<b xsi:type=\"xsd:long\"/>\n"
+              "<c id=\"1\" xsi:type=\"xsd:int\"/>\n</r>");
+    EXPECT_EQ(shared.mapEntries(), body);
+    EXPECT_EQ(body->size(), 1u);
+}
+
 TEST_F(XMLElement, TagsInANamespaceTakeThePrefixM) {
     struct Case {
         const char* tag;
