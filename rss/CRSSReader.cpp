@@ -5,6 +5,7 @@
 #include "values/miRFC822Date.h"
 #include "xml/CAgg2XML.h"
 #include "xml/CXML2CAgg.h"
+#include "xml/CXMLElement.h"
 
 #include <climits>
 #include <cstring>
@@ -71,17 +72,10 @@ bool isEmpty(const _EStrRec* s) {
 /// The atoms of the element records and of an item's record, looked up once for each call
 /// from outside rather than at every node: looking up a CLazyAtom costs a call into the core
 /// table and a comparison of its text.
-struct Keys {
-    QsAtom type, name, nameSpace, children, text, element, textType;
+struct Keys : CXMLKeyAtoms {
     QsAtom title, link, description, hash, guid, modDate, author, comments, extension;
     void refresh() {
-        type = kXMLKeyType;
-        name = kXMLKeyName;
-        nameSpace = kXMLKeyNameSpace;
-        children = kXMLKeyChildren;
-        text = kXMLKeyText;
-        element = kXMLTypeElement;
-        textType = kXMLTypeText;
+        static_cast<CXMLKeyAtoms&>(*this) = CXMLKeyAtoms::current();
         title = kRSSKeyTitle;
         link = kRSSKeyLink;
         description = kRSSKeyDescription;
@@ -108,19 +102,12 @@ CAgg* entryOf(CAgg& node, QsAtom key) {
 
 /// The node's type atom; the null atom when it has none.
 QsAtom typeOf(CAgg& node) {
-    CAgg* type = entryOf(node, gKeys.type);
-    if (!type)
-        return kQsNullAtom;
-    if (type->getType() == CAgg::eQsAtom)
-        return type->toQsAtom();
-    CAgg copy(*type);
-    return copy.toQsAtom();
+    return CXMLEntries::of(node, gKeys).typeAtom();
 }
 
 /// The element's child records; null when it has none.
 CAgg::CAggVector* childrenOf(CAgg& element) {
-    CAgg* children = entryOf(element, gKeys.children);
-    return children && children->getType() == CAgg::eVector ? &children->toVector() : nullptr;
+    return CXMLEntries::of(element, gKeys).childList();
 }
 
 /// The element's child records; an empty list when it has none.

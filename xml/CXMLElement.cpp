@@ -85,13 +85,7 @@ CAgg::CAggVector* CXMLEntries::childList() const {
 
 QsAtom CXMLElement::getType() const {
     QsAtom key = atom(&CXMLKeyAtoms::type, kXMLKeyType);
-    if (!m_record.has(key))
-        return kQsNullAtom;
-    CAgg& type = m_record[key];
-    if (type.getType() == CAgg::eQsAtom)
-        return type.toQsAtom();
-    CAgg copy(type);
-    return copy.toQsAtom();
+    return atomIn(m_record.has(key) ? &m_record[key] : nullptr);
 }
 
 void CXMLElement::setType(QsAtom type) const {
