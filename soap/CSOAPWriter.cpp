@@ -175,7 +175,15 @@ void CSOAPWriter::setName(CXMLElement& element, const QName& name) {
 }
 
 void CSOAPWriter::setSharedAttribute(CXMLElement& element, const _EStrRec* key,
-                                     const _EStrRec* value) {
+                                     const _EStrRec* value, bool keptTexts) {
+    // Texts kept for the life of the process are found by their address before any text is
+    // compared: no other record can have it.
+    for (const SharedAttribute& shared : m_sharedAttributes) {
+        if (shared.keyGiven == key && shared.valueGiven == value) {
+            element.shareAttributes(shared.map);
+            return;
+        }
+    }
     for (const SharedAttribute& shared : m_sharedAttributes) {
         if (sameBytes(shared.key, key) && sameBytes(shared.value, value)) {
             element.shareAttributes(shared.map);
@@ -190,7 +198,8 @@ void CSOAPWriter::setSharedAttribute(CXMLElement& element, const _EStrRec* key,
     map[key] = CAgg(value);
     map.shareMap();
     element.shareAttributes(map);
-    m_sharedAttributes.push_back({CEStr(key), CEStr(value), std::move(map)});
+    m_sharedAttributes.push_back({CEStr(key), CEStr(value), keptTexts ? key : nullptr,
+                                  keptTexts ? value : nullptr, std::move(map)});
 }
 
 CEStr CSOAPWriter::createNSPrefix() {
@@ -330,6 +339,17 @@ void CSOAPWriter::takeAtoms() {
     for (size_t i = 0; i < std::size(kReservedEntryKeys); ++i)
         m_reservedAtoms[i] = kReservedEntryKeys[i].get();
     m_atomNames.clear();
+}
+
+void CSOAPWriter::reserveChildren(CXMLElement& element, size_t count) {
+    if (count > 0)
+        element.children().reserve(count);
+}
+
+size_t CSOAPWriter::entryCount(CAgg& map) {
+    if (const CAgg::CAggMap* entries = map.mapEntries())
+        return entries->size();
+    return map.getType() == CAgg::eQsAtomMap ? map.toQsAtomMap().size() : 0;
 }
 
 const CEStr& CSOAPWriter::atomName(QsAtom atom) {

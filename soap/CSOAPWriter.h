@@ -114,6 +114,12 @@ protected:
     /// Calls fn(key, value) for each entry of a map in the map's order, as CAggForEachEntry
     /// does; the text of an atom key is made once per message.
     template <class Fn> void forEachEntry(CAgg& map, Fn&& fn);
+    /// Makes room for count children of the element, so that appending them moves none; none
+    /// is made for no children, so that an element without any keeps no list.
+    static void reserveChildren(CXMLElement& element, size_t count);
+    /// The number of entries of a map of either kind, reserved keys included; 0 for any other
+    /// value.
+    static size_t entryCount(CAgg& map);
     /// The text of an atom key, as CAggForEachEntry gives it.
     const CEStr& atomName(QsAtom atom);
     /// A view on a record of the tree being written, with the writer's key atoms.
@@ -123,8 +129,10 @@ protected:
     /// Sets one attribute as setAttribute sets it, through a map of that attribute alone kept
     /// for the message: the elements given the same attribute share the map's entries rather
     /// than each holding a map of its own. A later change to an element's attributes gives it
-    /// a map of its own first.
-    void setSharedAttribute(CXMLElement& element, const _EStrRec* key, const _EStrRec* value);
+    /// a map of its own first. keptTexts says that both texts are records kept for the life of
+    /// the process, which the writer then finds again by their address.
+    void setSharedAttribute(CXMLElement& element, const _EStrRec* key, const _EStrRec* value,
+                            bool keptTexts = false);
 
     CAgg m_header;
     CAgg m_request;
@@ -147,6 +155,10 @@ private:
     struct SharedAttribute {
         CEStr key;
         CEStr value;
+        // The records the texts were given as, when they are kept for the life of the process;
+        // null otherwise.
+        const _EStrRec* keyGiven;
+        const _EStrRec* valueGiven;
         CAgg map;
     };
     // A message has a handful of distinct type attributes; past this many, an attribute is set
