@@ -53,6 +53,8 @@ struct _s_ESEventRec {
     ESVal object = nullptr;
 };
 
+struct SMClassRec;
+
 struct _s_ESContextRec {
     CSpiderMonkeyEngine::Impl* impl = nullptr;
     std::string name;
@@ -64,6 +66,10 @@ struct _s_ESContextRec {
     std::vector<std::unique_ptr<_s_ESEventRec>> events; // the last one is current
     std::vector<ESEvent> eventOverrides;                // made current by evaluate
     std::map<std::string, ESVal> prototypes;            // of the engine's classes, by name
+    // The engine's class whose object the context made last, and its prototype here: a
+    // converter makes thousands of objects of one class in a row.
+    SMClassRec* lastClass = nullptr;
+    ESVal lastPrototype = nullptr;
     // Held names by the bits of their key.
     std::unordered_map<uintptr_t, std::unique_ptr<_s_ESNameRec>> names;
     ESErrorHandlerProc errorHandler = nullptr;
@@ -180,7 +186,7 @@ struct CSpiderMonkeyEngine::Impl {
     /// A new object of the class, without its initialisers.
     ESObject createObject(ESContext context, const std::string& className);
     /// Whether initialisers are registered for the class.
-    bool hasClassInits(const std::string& className) const;
+    bool hasClassInits(ESContext context, const std::string& className) const;
     /// What the global constructor of that name makes of the arguments; in the context's realm.
     JSObject* construct(ESContext context, const std::string& name,
                         const JS::HandleValueArray& args);

@@ -400,15 +400,21 @@ JSObject* CSpiderMonkeyEngine::Impl::construct(ESContext context, const std::str
 
 JSObject* CSpiderMonkeyEngine::Impl::makeObject(ESContext context, const std::string& className) {
     JS::RootedObject object(cx);
-    if (className == "Object") {
+    if (context->lastClass && context->lastClass->name == className) {
+        JS::RootedObject proto(cx, &context->lastPrototype->value.get().toObject());
+        object = JS_NewObjectWithGivenProto(cx, &context->lastClass->jsClass, proto);
+    } else if (className == "Object") {
         object = JS_NewPlainObject(cx);
     } else if (isScriptClass(className)) {
         object = construct(context, className, JS::HandleValueArray::empty());
     } else {
         SMClassRec& rec = classRec(className);
         JS::RootedObject proto(cx, prototypeOf(context, rec));
-        if (proto)
+        if (proto) {
             object = JS_NewObjectWithGivenProto(cx, &rec.jsClass, proto);
+            context->lastClass = &rec;
+            context->lastPrototype = context->prototypes[rec.name];
+        }
     }
     if (!object)
         reportFailure(context);
@@ -421,7 +427,10 @@ ESObject CSpiderMonkeyEngine::Impl::createObject(ESContext context, const std::s
     return object ? handOut(object, context) : nullptr;
 }
 
-bool CSpiderMonkeyEngine::Impl::hasClassInits(const std::string& className) const {
+bool CSpiderMonkeyEngine::Impl::hasClassInits(ESContext context,
+                                              const std::string& className) const {
+    if (context->lastClass && context->lastClass->name == className)
+        return !context->lastClass->inits.empty();
     auto found = classes.find(className);
     return found != classes.end() && !found->second->inits.empty();
 }
