@@ -479,7 +479,21 @@ void ToScript::convert(ESVal value, CAgg& in, int depth) {
         m_es.setUndefined(value);
         return;
     }
-    CAggConvertToESValType(in);
+    // A value that already has one of the script's types is not converted; a shadow is, for
+    // that rebinds it.
+    switch (in.getType()) {
+    case CAgg::eMap:
+    case CAgg::eVector:
+    case CAgg::eDouble:
+    case CAgg::eQsBool:
+    case CAgg::eEStr:
+    case CAgg::eQsTimeRec:
+    case CAgg::eQsStm:
+    case CAgg::eVxIcon:
+        break;
+    default:
+        CAggConvertToESValType(in);
+    }
     switch (in.getType()) {
     case CAgg::eEStr:
         setString(value, in.toEStr());

@@ -136,6 +136,9 @@ struct CSpiderMonkeyEngine::Impl {
     // Object handles.
     std::unique_ptr<JS::PersistentRootedObject> weakMap;
     std::unordered_set<_s_ESObjectRec*> records;
+    // The same records by their objects, so that an object handed out again is found without
+    // asking the weak map; kept in step when a collection moves or frees objects.
+    std::unordered_map<JSObject*, _s_ESObjectRec*> recordsByObject;
 
     // Scopes, active contexts and native calls.
     std::vector<ESVal> scopeRoots;
@@ -178,6 +181,8 @@ struct CSpiderMonkeyEngine::Impl {
     JSObject* globalOf(ESContext context) const;
     static void updateWeakRecords(JSTracer* trc, void* data);
     void finalizeRecord(_s_ESObjectRec* record);
+    /// Drops the record's entry under that object, when it is the record's.
+    void forgetObjectOf(_s_ESObjectRec* record, JSObject* object);
     void detachRecords();
     SMClassRec& classRec(const std::string& name);
     JSObject* prototypeOf(ESContext context, SMClassRec& rec);

@@ -42,14 +42,26 @@ const JSClass kCompanionClass = {
 // Handles.
 
 _s_ESObjectRec* CSpiderMonkeyEngine::Impl::recordFor(JS::HandleObject object) {
+    // An entry may be out of date: a minor collection moves an object without telling the
+    // records. Such an entry is dropped, and the weak map answers.
+    auto known = recordsByObject.find(object.get());
+    if (known != recordsByObject.end()) {
+        if (known->second->object.unbarrieredGet() == object.get())
+            return known->second;
+        recordsByObject.erase(known);
+    }
     JSAutoRealm realm(cx, *weakMap);
     JS::RootedValue entry(cx);
     if (!JS::GetWeakMapEntry(cx, *weakMap, object, &entry)) {
         JS_ClearPendingException(cx);
         return nullptr;
     }
-    if (entry.isObject())
-        return JS::GetMaybePtrFromReservedSlot<_s_ESObjectRec>(&entry.toObject(), 0);
+    if (entry.isObject()) {
+        auto* record = JS::GetMaybePtrFromReservedSlot<_s_ESObjectRec>(&entry.toObject(), 0);
+        if (record && record->object.unbarrieredGet() == object.get())
+            recordsByObject[object.get()] = record;
+        return record;
+    }
     JS::RootedObject companion(cx, JS_NewObjectWithGivenProto(cx, &kCompanionClass, nullptr));
     if (!companion) {
         JS_ClearPendingException(cx);
@@ -59,6 +71,7 @@ _s_ESObjectRec* CSpiderMonkeyEngine::Impl::recordFor(JS::HandleObject object) {
     record->impl = this;
     record->object = object;
     records.insert(record);
+    recordsByObject[object.get()] = record;
     JS::SetReservedSlot(companion, 0, JS::PrivateValue(record));
     JS::RootedValue value(cx, JS::ObjectValue(*companion));
     if (!JS::SetWeakMapEntry(cx, *weakMap, object, value)) {
@@ -98,12 +111,35 @@ JSObject* CSpiderMonkeyEngine::Impl::globalOf(ESContext context) const {
 
 void CSpiderMonkeyEngine::Impl::updateWeakRecords(JSTracer* trc, void* data) {
     auto* impl = static_cast<Impl*>(data);
-    for (_s_ESObjectRec* record : impl->records)
+    for (_s_ESObjectRec* record : impl->records) {
+        JSObject* was = record->object.unbarrieredGet();
         JS_UpdateWeakPointerAfterGC(trc, &record->object);
+        JSObject* now = record->object.unbarrieredGet();
+        if (now == was)
+            continue;
+        impl->forgetObjectOf(record, was);
+        if (now)
+            impl->recordsByObject[now] = record;
+    }
+    // Entries left behind by objects that moved in minor collections are dropped now and then.
+    if (impl->recordsByObject.size() > 2 * impl->records.size() + 64) {
+        impl->recordsByObject.clear();
+        for (_s_ESObjectRec* record : impl->records) {
+            if (JSObject* object = record->object.unbarrieredGet())
+                impl->recordsByObject[object] = record;
+        }
+    }
+}
+
+void CSpiderMonkeyEngine::Impl::forgetObjectOf(_s_ESObjectRec* record, JSObject* object) {
+    auto found = recordsByObject.find(object);
+    if (found != recordsByObject.end() && found->second == record)
+        recordsByObject.erase(found);
 }
 
 void CSpiderMonkeyEngine::Impl::finalizeRecord(_s_ESObjectRec* record) {
     records.erase(record);
+    forgetObjectOf(record, record->object.unbarrieredGet());
     bool wasFinalizing = finalizing;
     finalizing = true;
     if (record->finalizer) {
@@ -125,6 +161,7 @@ void CSpiderMonkeyEngine::Impl::detachRecords() {
         record->finalizer = nullptr;
     }
     records.clear();
+    recordsByObject.clear();
 }
 
 // Private data and finalisers work on the record alone, so finalisers may use them.
