@@ -28,7 +28,8 @@ struct _s_ESValRec {
 };
 
 struct _s_ESObjectRec {
-    JS::Heap<JSObject*> object; // weak: moved with the object, null once it dies
+    JS::Heap<JSObject*> object;    // weak: moved with the object, null once it dies
+    JSObject* indexedAs = nullptr; // the key of its entry in the engine's recordsByObject
     CSpiderMonkeyEngine::Impl* impl = nullptr;
     std::map<std::string, void*> privates;
     ESFinalizeProc finalizer = nullptr;
@@ -137,7 +138,8 @@ struct CSpiderMonkeyEngine::Impl {
     std::unique_ptr<JS::PersistentRootedObject> weakMap;
     std::unordered_set<_s_ESObjectRec*> records;
     // The same records by their objects, so that an object handed out again is found without
-    // asking the weak map; kept in step when a collection moves or frees objects.
+    // asking the weak map; kept in step when a major collection moves or frees objects. Each
+    // record has one entry at most, which goes before the record does.
     std::unordered_map<JSObject*, _s_ESObjectRec*> recordsByObject;
 
     // Scopes, active contexts and native calls.
@@ -181,8 +183,10 @@ struct CSpiderMonkeyEngine::Impl {
     JSObject* globalOf(ESContext context) const;
     static void updateWeakRecords(JSTracer* trc, void* data);
     void finalizeRecord(_s_ESObjectRec* record);
-    /// Drops the record's entry under that object, when it is the record's.
-    void forgetObjectOf(_s_ESObjectRec* record, JSObject* object);
+    /// Enters the record in recordsByObject under its object, in place of any entry it had.
+    void index(_s_ESObjectRec* record, JSObject* object);
+    /// Takes the record's entry out of recordsByObject, if it has one.
+    void unindex(_s_ESObjectRec* record);
     void detachRecords();
     SMClassRec& classRec(const std::string& name);
     JSObject* prototypeOf(ESContext context, SMClassRec& rec);

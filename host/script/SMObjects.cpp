@@ -43,12 +43,14 @@ const JSClass kCompanionClass = {
 
 _s_ESObjectRec* CSpiderMonkeyEngine::Impl::recordFor(JS::HandleObject object) {
     // An entry may be out of date: a minor collection moves an object without telling the
-    // records. Such an entry is dropped, and the weak map answers.
+    // records. Its record is alive (a record leaves the index before it goes), and the entry is
+    // dropped for the weak map to answer.
     auto known = recordsByObject.find(object.get());
     if (known != recordsByObject.end()) {
-        if (known->second->object.unbarrieredGet() == object.get())
-            return known->second;
-        recordsByObject.erase(known);
+        _s_ESObjectRec* record = known->second;
+        if (record->object.unbarrieredGet() == object.get())
+            return record;
+        unindex(record);
     }
     JSAutoRealm realm(cx, *weakMap);
     JS::RootedValue entry(cx);
@@ -59,7 +61,7 @@ _s_ESObjectRec* CSpiderMonkeyEngine::Impl::recordFor(JS::HandleObject object) {
     if (entry.isObject()) {
         auto* record = JS::GetMaybePtrFromReservedSlot<_s_ESObjectRec>(&entry.toObject(), 0);
         if (record && record->object.unbarrieredGet() == object.get())
-            recordsByObject[object.get()] = record;
+            index(record, object.get());
         return record;
     }
     JS::RootedObject companion(cx, JS_NewObjectWithGivenProto(cx, &kCompanionClass, nullptr));
@@ -71,7 +73,7 @@ _s_ESObjectRec* CSpiderMonkeyEngine::Impl::recordFor(JS::HandleObject object) {
     record->impl = this;
     record->object = object;
     records.insert(record);
-    recordsByObject[object.get()] = record;
+    index(record, object.get());
     JS::SetReservedSlot(companion, 0, JS::PrivateValue(record));
     JS::RootedValue value(cx, JS::ObjectValue(*companion));
     if (!JS::SetWeakMapEntry(cx, *weakMap, object, value)) {
@@ -112,34 +114,40 @@ JSObject* CSpiderMonkeyEngine::Impl::globalOf(ESContext context) const {
 void CSpiderMonkeyEngine::Impl::updateWeakRecords(JSTracer* trc, void* data) {
     auto* impl = static_cast<Impl*>(data);
     for (_s_ESObjectRec* record : impl->records) {
-        JSObject* was = record->object.unbarrieredGet();
         JS_UpdateWeakPointerAfterGC(trc, &record->object);
         JSObject* now = record->object.unbarrieredGet();
-        if (now == was)
-            continue;
-        impl->forgetObjectOf(record, was);
-        if (now)
-            impl->recordsByObject[now] = record;
-    }
-    // Entries left behind by objects that moved in minor collections are dropped now and then.
-    if (impl->recordsByObject.size() > 2 * impl->records.size() + 64) {
-        impl->recordsByObject.clear();
-        for (_s_ESObjectRec* record : impl->records) {
-            if (JSObject* object = record->object.unbarrieredGet())
-                impl->recordsByObject[object] = record;
-        }
+        if (!now)
+            impl->unindex(record);
+        else if (now != record->indexedAs)
+            impl->index(record, now);
     }
 }
 
-void CSpiderMonkeyEngine::Impl::forgetObjectOf(_s_ESObjectRec* record, JSObject* object) {
-    auto found = recordsByObject.find(object);
+void CSpiderMonkeyEngine::Impl::index(_s_ESObjectRec* record, JSObject* object) {
+    if (record->indexedAs == object)
+        return;
+    unindex(record);
+    // A record left under this object by one that moved away loses its entry to this one.
+    auto [entry, added] = recordsByObject.try_emplace(object, record);
+    if (!added) {
+        entry->second->indexedAs = nullptr;
+        entry->second = record;
+    }
+    record->indexedAs = object;
+}
+
+void CSpiderMonkeyEngine::Impl::unindex(_s_ESObjectRec* record) {
+    if (!record->indexedAs)
+        return;
+    auto found = recordsByObject.find(record->indexedAs);
     if (found != recordsByObject.end() && found->second == record)
         recordsByObject.erase(found);
+    record->indexedAs = nullptr;
 }
 
 void CSpiderMonkeyEngine::Impl::finalizeRecord(_s_ESObjectRec* record) {
     records.erase(record);
-    forgetObjectOf(record, record->object.unbarrieredGet());
+    unindex(record);
     bool wasFinalizing = finalizing;
     finalizing = true;
     if (record->finalizer) {
@@ -157,6 +165,7 @@ void CSpiderMonkeyEngine::Impl::detachRecords() {
     // Whatever companions are left outlive the engine; they free their records alone.
     for (_s_ESObjectRec* record : records) {
         record->object = nullptr;
+        record->indexedAs = nullptr;
         record->impl = nullptr;
         record->finalizer = nullptr;
     }
