@@ -4,7 +4,9 @@
 //   - the same CAgg written back out as script objects;
 //   - an array of 1,000,000 numbers read into a CAgg vector;
 //   - 10,000 structs {id, name, price, active}, the shape of a SOAP reply, each way;
-//   - one object of 10,000 distinct keys each way, more names than the bridge keeps.
+//   - one object of 10,000 distinct keys each way, more names than the bridge keeps;
+//   - 10,000 such structs as a reply's reader makes them, keys and ASCII text in
+//     PDFDocEncoding, written out as script objects.
 
 #include "frame/HostTables.h"
 #include "host/core/CHostCore.h"
@@ -14,6 +16,8 @@
 #include "values/CESConvert.h"
 
 #include <benchmark/benchmark.h>
+
+#include <string>
 
 namespace {
 
@@ -135,5 +139,32 @@ void BM_ToScript(benchmark::State& state, const char* source, bool textKeys) {
 BENCHMARK_CAPTURE(BM_ToScript, Structs10k, kStructs, true)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(BM_ToScript, Structs10kAtoms, kStructs, false)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(BM_ToScript, DistinctKeys10k, kDistinctKeys, true)->Unit(benchmark::kMillisecond);
+
+void BM_ReplyToScript(benchmark::State& state) {
+    Host host;
+    auto text = [](const std::string& bytes) {
+        return CAgg::adoptEStr(EStrNew(bytes.c_str(), kEStrPDFDoc));
+    };
+    CAgg reply;
+    CAgg::CAggVector& items = reply.toVector();
+    for (long i = 0; i < 10000; ++i) {
+        CAgg item;
+        item[CEStr("id", kEStrPDFDoc).get()] = CAgg(static_cast<long>(i));
+        item[CEStr("name", kEStrPDFDoc).get()] = text("Item number " + std::to_string(i));
+        item[CEStr("price", kEStrPDFDoc).get()] = CAgg(i + 0.25);
+        item[CEStr("active", kEStrPDFDoc).get()] = CAgg(i % 2 == 0 ? 1L : 0L);
+        items.push_back(std::move(item));
+    }
+    for (auto _ : state) {
+        state.PauseTiming();
+        CAgg copy = reply;
+        state.ResumeTiming();
+        CES::Val out(host.context());
+        CAggToESVal(out.slot(), copy);
+        benchmark::DoNotOptimize(out.slot());
+        host.engine().dropLooseRoots();
+    }
+}
+BENCHMARK(BM_ReplyToScript)->Unit(benchmark::kMillisecond);
 
 } // namespace

@@ -4,6 +4,7 @@
 #include "values/Filters.h"
 
 #include <cstdio>
+#include <utility>
 
 const char* const CEncodedSOAPWriter::sm_xsiTypeAttribute = " xsi:type";
 const char* const CEncodedSOAPWriter::sm_ArrayTypeAttr = " SOAP-ENC:arrayType";
@@ -59,7 +60,7 @@ void CEncodedSOAPWriter::writeNode(CAgg& value, CXMLElement& element, long depth
     case CAgg::eVoid: {
         static const _EStrRec* key = keptText("xsi:nil");
         static const _EStrRec* value = keptText("true");
-        setSharedAttribute(element, key, value);
+        setSharedAttribute(element, key, value, true);
         return;
     }
     case CAgg::eQsTimeRec:
@@ -118,7 +119,7 @@ void CEncodedSOAPWriter::setScalarType(CXMLElement& element, CAgg& value) {
     }
     // The common types have no namespace and nothing to escape: the attribute is set as
     // setTypeInfo would set it, without the steps between.
-    setSharedAttribute(element, xsiTypeKey(), type);
+    setSharedAttribute(element, xsiTypeKey(), type, true);
 }
 
 void CEncodedSOAPWriter::writeMap(CAgg& value, CXMLElement& element, long depth,
@@ -165,9 +166,12 @@ void CEncodedSOAPWriter::writeMap(CAgg& value, CXMLElement& element, long depth,
         }
         return;
     }
+    size_t room = entryCount(value);
     forEachEntry(value, [&](const CEStr& key, CAgg& item) {
-        if (!isReservedKey(key))
-            writeChild(key, item, element, depth, isHeader);
+        if (isReservedKey(key))
+            return;
+        reserveChildren(element, std::exchange(room, 0));
+        writeChild(key, item, element, depth, isHeader);
     });
 }
 
@@ -176,6 +180,7 @@ void CEncodedSOAPWriter::writeVector(CAgg& value, CXMLElement& element, long dep
     element.setAttribute(sm_xsiTypeAttribute, sm_ArrayTypeString);
     CAgg::CAggVector& items = value.toVector();
     setArrayType(element, items);
+    reserveChildren(element, items.size());
     for (CAgg& item : items) {
         CXMLElement child = view(element.appendElement("item"));
         writeNode(item, child, depth + 1, isHeader);

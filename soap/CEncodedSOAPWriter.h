@@ -4,6 +4,7 @@
 
 #include "soap/CSOAPWriter.h"
 
+#include <string>
 #include <vector>
 
 class CEncodedSOAPWriter final : public CSOAPWriter {
@@ -11,6 +12,7 @@ public:
     using CSOAPWriter::CSOAPWriter;
 
     CAgg writeMessage() override;
+    bool writeMessageText(std::string& out) override;
     /// The names of the parameters in the order the operation takes them. Parameters that the
     /// order does not name are then left out.
     void setParameterOrder(std::vector<CAgg>& order) override;
@@ -43,6 +45,11 @@ public:
     static const char* const sm_Base64TypeString;
 
 private:
+    TextContent appendAttributesText(std::string& out, const ElementName& name, CAgg& value,
+                                     long depth) override;
+    /// The attributes of an array's element; false for an item type the text road leaves to
+    /// the tree.
+    bool appendArrayAttributes(std::string& out, CAgg::CAggVector& items);
     void writeMap(CAgg& value, CXMLElement& element, long depth, unsigned short isHeader);
     void writeVector(CAgg& value, CXMLElement& element, long depth, unsigned short isHeader);
     void writeChild(const CEStr& key, CAgg& item, CXMLElement& element, long depth,

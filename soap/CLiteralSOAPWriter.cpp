@@ -4,6 +4,8 @@
 #include "values/CAggWalk.h"
 #include "values/Filters.h"
 
+#include <utility>
+
 CAgg CLiteralSOAPWriter::writeMessage() {
     return writeEnvelope(false);
 }
@@ -34,6 +36,7 @@ void CLiteralSOAPWriter::writeNode(CAgg& value, CXMLElement& element, long depth
         return;
     }
     case CAgg::eVector:
+        reserveChildren(element, value.toVector().size());
         for (CAgg& item : value.toVector()) {
             CXMLElement child = view(element.appendElement("item"));
             writeNode(item, child, depth + 1, isHeader);
@@ -76,9 +79,12 @@ void CLiteralSOAPWriter::writeMap(CAgg& value, CXMLElement& element, long depth,
         element.setAttribute(CEStr("href", kEStrPDFDoc), attributeValue(CAggValueText(href)));
         return;
     }
+    size_t room = entryCount(value);
     forEachEntry(value, [&](const CEStr& key, CAgg& item) {
-        if (!isReservedKey(key))
-            writeChild(key, item, element, depth, isHeader);
+        if (isReservedKey(key))
+            return;
+        reserveChildren(element, std::exchange(room, 0));
+        writeChild(key, item, element, depth, isHeader);
     });
 }
 
@@ -96,6 +102,7 @@ bool CLiteralSOAPWriter::writeRawValue(const ReservedEntries& reserved, CXMLElem
     } else if (raw.getType() == CAgg::eVector) {
         // Each item is an element of its own, named as the map is named.
         CEStr name = reserved.name ? CAggValueText(*reserved.name) : CEStr("item", kEStrPDFDoc);
+        reserveChildren(element, raw.toVector().size());
         for (CAgg& item : raw.toVector()) {
             CXMLElement child = view(element.appendElement());
             setName(child, name);

@@ -5,16 +5,21 @@
 
 #include "soap/CSOAPWriter.h"
 
+#include <string>
+
 class CLiteralSOAPWriter final : public CSOAPWriter {
 public:
     using CSOAPWriter::CSOAPWriter;
 
     CAgg writeMessage() override;
+    bool writeMessageText(std::string& out) override;
     /// The namespace that each operation declares as the default; none when empty.
     void setDefaultNS(const _EStrRec* nameSpace) override;
     void writeNode(CAgg& value, CXMLElement& element, long depth, unsigned short isHeader) override;
 
 private:
+    TextContent appendAttributesText(std::string& out, const ElementName& name, CAgg& value,
+                                     long depth) override;
     void writeMap(CAgg& value, CXMLElement& element, long depth, unsigned short isHeader);
     /// Writes the content given by soapValue; false when the map has none.
     bool writeRawValue(const ReservedEntries& reserved, CXMLElement& element, long depth,

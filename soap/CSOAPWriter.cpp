@@ -144,16 +144,7 @@ QName CSOAPWriter::getQName(const _EStrRec* name) {
 }
 
 void CSOAPWriter::setName(CXMLElement& element, const _EStrRec* name) {
-    if (isPlainName(name)) {
-        std::string_view text(EStrGetBytes(name), static_cast<size_t>(EStrGetLen(name)));
-        if (text.find(':') == std::string_view::npos) {
-            // A name without a namespace is its own local name, as getQName would give it.
-            checkName(std::string(text), false);
-            element.setName(name);
-            return;
-        }
-    }
-    setName(element, getQName(name));
+    setName(element, elementName(name));
 }
 
 bool CSOAPWriter::isPlainName(const _EStrRec* name) {
@@ -162,20 +153,53 @@ bool CSOAPWriter::isPlainName(const _EStrRec* name) {
 }
 
 void CSOAPWriter::setName(CXMLElement& element, const QName& name) {
+    setName(element, elementName(name));
+}
+
+void CSOAPWriter::setName(CXMLElement& element, const ElementName& name) {
+    if (!name.declarationKey.isNull())
+        element.setAttribute(name.declarationKey, name.declarationValue);
+    element.setName(name.text());
+}
+
+CSOAPWriter::ElementName CSOAPWriter::elementName(const _EStrRec* name) {
+    if (isPlainName(name)) {
+        std::string_view text(EStrGetBytes(name), static_cast<size_t>(EStrGetLen(name)));
+        if (text.find(':') == std::string_view::npos) {
+            // A name without a namespace is its own local name, as getQName would give it.
+            checkName(std::string(text), false);
+            return {name, {}, {}, {}};
+        }
+    }
+    return elementName(getQName(name));
+}
+
+CSOAPWriter::ElementName CSOAPWriter::elementName(const QName& name) {
+    ElementName result;
     if (EStrGetCharLen(name.nameSpace) == 0) {
         checkName(EStrToUTF8(name.name), false);
-        element.setName(name.name.get());
-        return;
+        result.held = name.name;
+        return result;
     }
     checkName(EStrToUTF8(name.name), true);
     // Every name in a namespace declares a fresh prefix, even for a namespace declared before.
     std::string prefix = EStrToUTF8(createNSPrefix());
-    element.setAttribute(EStrFromUTF8("xmlns:" + prefix), attributeValue(name.nameSpace));
-    element.setName(EStrFromUTF8(prefix + ":" + EStrToUTF8(name.name)).get());
+    result.declarationKey = EStrFromUTF8("xmlns:" + prefix);
+    result.declarationValue = attributeValue(name.nameSpace);
+    result.held = EStrFromUTF8(prefix + ":" + EStrToUTF8(name.name));
+    return result;
 }
 
 void CSOAPWriter::setSharedAttribute(CXMLElement& element, const _EStrRec* key,
-                                     const _EStrRec* value) {
+                                     const _EStrRec* value, bool keptTexts) {
+    // Texts kept for the life of the process are found by their address before any text is
+    // compared: no other record can have it.
+    for (const SharedAttribute& shared : m_sharedAttributes) {
+        if (shared.keyGiven == key && shared.valueGiven == value) {
+            element.shareAttributes(shared.map);
+            return;
+        }
+    }
     for (const SharedAttribute& shared : m_sharedAttributes) {
         if (sameBytes(shared.key, key) && sameBytes(shared.value, value)) {
             element.shareAttributes(shared.map);
@@ -190,7 +214,8 @@ void CSOAPWriter::setSharedAttribute(CXMLElement& element, const _EStrRec* key,
     map[key] = CAgg(value);
     map.shareMap();
     element.shareAttributes(map);
-    m_sharedAttributes.push_back({CEStr(key), CEStr(value), std::move(map)});
+    m_sharedAttributes.push_back({CEStr(key), CEStr(value), keptTexts ? key : nullptr,
+                                  keptTexts ? value : nullptr, std::move(map)});
 }
 
 CEStr CSOAPWriter::createNSPrefix() {
@@ -330,6 +355,17 @@ void CSOAPWriter::takeAtoms() {
     for (size_t i = 0; i < std::size(kReservedEntryKeys); ++i)
         m_reservedAtoms[i] = kReservedEntryKeys[i].get();
     m_atomNames.clear();
+}
+
+void CSOAPWriter::reserveChildren(CXMLElement& element, size_t count) {
+    if (count > 0)
+        element.children().reserve(count);
+}
+
+size_t CSOAPWriter::entryCount(CAgg& map) {
+    if (const CAgg::CAggMap* entries = map.mapEntries())
+        return entries->size();
+    return map.getType() == CAgg::eQsAtomMap ? map.toQsAtomMap().size() : 0;
 }
 
 const CEStr& CSOAPWriter::atomName(QsAtom atom) {

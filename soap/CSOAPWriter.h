@@ -38,6 +38,12 @@ public:
 
     /// The envelope as an element tree. Raises the host error -1 on a bad request.
     virtual CAgg writeMessage() = 0;
+    /// The envelope as XML text, written straight from the request, for a request that needs
+    /// no tree: no header or parameter order, and only strings, numbers, booleans, nulls, maps
+    /// without reserved keys and arrays. The text is that of writeMessage's tree through
+    /// CAgg2XML, byte for byte. False, with nothing written, for any other request, which
+    /// writeMessage then writes; a name that is not an XML name raises as there.
+    virtual bool writeMessageText(std::string& out);
     /// The order in which the parameters of an operation are written (encoded writer only).
     virtual void setParameterOrder(std::vector<CAgg>& order);
     /// The namespace that the operations declare as default (literal writer only).
@@ -114,17 +120,59 @@ protected:
     /// Calls fn(key, value) for each entry of a map in the map's order, as CAggForEachEntry
     /// does; the text of an atom key is made once per message.
     template <class Fn> void forEachEntry(CAgg& map, Fn&& fn);
+    /// Makes room for count children of the element, so that appending them moves none; none
+    /// is made for no children, so that an element without any keeps no list.
+    static void reserveChildren(CXMLElement& element, size_t count);
+    /// The number of entries of a map of either kind, reserved keys included; 0 for any other
+    /// value.
+    static size_t entryCount(CAgg& map);
     /// The text of an atom key, as CAggForEachEntry gives it.
     const CEStr& atomName(QsAtom atom);
     /// A view on a record of the tree being written, with the writer's key atoms.
     CXMLElement view(CAgg& record) const { return CXMLElement(record, m_keys); }
     /// Names an element by a namespace and a local name, as setName does.
     void setName(CXMLElement& element, const QName& name);
+    /// The name of an element as setName gives it: the text of the name, and the declaration
+    /// that a name in a namespace brings, under a fresh prefix. The name is checked.
+    struct ElementName {
+        const _EStrRec* given = nullptr; // the name as it was given, when it stands as it is
+        CEStr held;                      // else a name made for the element
+        CEStr declarationKey;            // "xmlns:" and the prefix; null without a namespace
+        CEStr declarationValue;
+        const _EStrRec* text() const { return held.isNull() ? given : held.get(); }
+    };
+    ElementName elementName(const _EStrRec* name);
+    ElementName elementName(const QName& name);
+    void setName(CXMLElement& element, const ElementName& name);
+
+    /// What follows an element's attributes in its text.
+    enum class TextContent {
+        none,     ///< nothing: the empty-tag form
+        scalar,   ///< the text of a string, number or boolean
+        children, ///< the elements of a map's keys or an array's items
+        unknown   ///< a value the text road leaves to the tree
+    };
+    /// writeMessageText of the writer, with or without the SOAP encoding namespace.
+    bool writeText(std::string& out, bool withEncodingNS);
+    /// The text of the element of a key (null for an array's "item") holding the value.
+    bool appendElementText(std::string& out, const _EStrRec* key, CAgg& value, long depth);
+    /// The attributes of that element in the order of its tree's attribute map, and what
+    /// follows them.
+    virtual TextContent appendAttributesText(std::string& out, const ElementName& name, CAgg& value,
+                                             long depth);
+    /// The escaped text of a string, number or boolean; false for any other value.
+    static bool appendScalarText(std::string& out, CAgg& value);
+    /// The declaration that an element's name brings, if any, as an attribute.
+    static void appendDeclarationText(std::string& out, const ElementName& name);
+    /// Whether a map has any of the keys that steer the writer.
+    bool hasReservedKey(CAgg& map);
     /// Sets one attribute as setAttribute sets it, through a map of that attribute alone kept
     /// for the message: the elements given the same attribute share the map's entries rather
     /// than each holding a map of its own. A later change to an element's attributes gives it
-    /// a map of its own first.
-    void setSharedAttribute(CXMLElement& element, const _EStrRec* key, const _EStrRec* value);
+    /// a map of its own first. keptTexts says that both texts are records kept for the life of
+    /// the process, which the writer then finds again by their address.
+    void setSharedAttribute(CXMLElement& element, const _EStrRec* key, const _EStrRec* value,
+                            bool keptTexts = false);
 
     CAgg m_header;
     CAgg m_request;
@@ -147,6 +195,10 @@ private:
     struct SharedAttribute {
         CEStr key;
         CEStr value;
+        // The records the texts were given as, when they are kept for the life of the process;
+        // null otherwise.
+        const _EStrRec* keyGiven;
+        const _EStrRec* valueGiven;
         CAgg map;
     };
     // A message has a handful of distinct type attributes; past this many, an attribute is set

@@ -12,6 +12,7 @@
 #include "soap/HTTPFunctions.h"
 #include "soap/SOAPAttachments.h"
 #include "values/CAggWalk.h"
+#include "values/QsStm.h"
 #include "xml/CAgg2XML.h"
 
 #include <optional>
@@ -114,9 +115,17 @@ std::unique_ptr<CRequestWriter> SOAPWriteRequest(CAgg& command, SOAPRequestAfter
     if (command.has(kSOAPCmdNameSpace))
         writer->setDefaultNS(CAggValueText(command[kSOAPCmdNameSpace]));
     writer->setVersion(versionOf(command));
+    // A plain request is written as text at once; any other goes through the element tree and
+    // the serialiser, which writes it as it is read.
+    std::string text;
+    bool asText = false;
     CAgg message;
     HostFrame frame;
-    if (int32_t code = frame.run([&] { message = writer->writeMessage(); })) {
+    if (int32_t code = frame.run([&] {
+            asText = writer->writeMessageText(text);
+            if (!asText)
+                message = writer->writeMessage();
+        })) {
         // A name that cannot be written is a wrong argument of the call, not a SOAP failure.
         if (code == kESErrBadArgument)
             raiseHostError(kESErrBadArgument);
@@ -124,7 +133,8 @@ std::unique_ptr<CRequestWriter> SOAPWriteRequest(CAgg& command, SOAPRequestAfter
         return nullptr;
     }
 
-    QsStm envelope = CAgg2XML::openStream(std::move(message));
+    QsStm envelope =
+        asText ? QsMemStmRdOpen(std::move(text)) : CAgg2XML::openStream(std::move(message));
     if (parts) {
         parts->setDefaultPart(parts->addPart(kEnvelopeType, "binary", envelope));
     } else {

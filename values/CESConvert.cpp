@@ -10,9 +10,10 @@
 #include "values/CESStreams.h"
 #include "values/CESTime.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <exception>
 #include <string_view>
-#include <unordered_set>
 #include <vector>
 
 using namespace CES;
@@ -42,6 +43,46 @@ CEStr keyName(const _EStrRec* key) {
 }
 
 // Script to CAgg.
+
+/// The objects met in one conversion: a set of handles kept in one table, so that a value of
+/// many objects costs a few allocations rather than one for each of them.
+class VisitedObjects {
+public:
+    /// Adds the object; false when it was there already.
+    bool insert(ESObject object) {
+        if ((m_count + 1) * 2 > m_slots.size())
+            grow();
+        size_t mask = m_slots.size() - 1;
+        for (size_t i = slotOf(object, mask);; i = (i + 1) & mask) {
+            if (m_slots[i] == object)
+                return false;
+            if (!m_slots[i]) {
+                m_slots[i] = object;
+                ++m_count;
+                return true;
+            }
+        }
+    }
+
+private:
+    static size_t slotOf(ESObject object, size_t mask) {
+        // Handles are aligned records: their low bits say nothing, so the bits are mixed.
+        uint64_t bits = reinterpret_cast<uintptr_t>(object) * 0x9E3779B97F4A7C15ull;
+        return static_cast<size_t>(bits >> 32) & mask;
+    }
+    void grow() {
+        std::vector<ESObject> old(std::max<size_t>(16, m_slots.size() * 2), nullptr);
+        old.swap(m_slots);
+        m_count = 0;
+        for (ESObject object : old) {
+            if (object)
+                insert(object);
+        }
+    }
+
+    std::vector<ESObject> m_slots;
+    size_t m_count = 0;
+};
 
 class ToCAgg {
 public:
@@ -76,7 +117,7 @@ private:
     Context m_context; // keeps the handler that catches script errors of the walk
     NameCache::Use m_names;
     ESVal m_property; // what hasFunction reads
-    std::unordered_set<ESObject> m_visited;
+    VisitedObjects m_visited;
 };
 
 void ToCAgg::convert(CAgg& out, ESVal value, bool textKeys, int depth) {
@@ -123,7 +164,7 @@ bool ToCAgg::hasFunction(ESObject object, ESName name, const char* text) {
 void ToCAgg::convertObject(CAgg& out, ESObject object, ESVal value, bool textKeys, int depth) {
     // An object met before in this conversion leaves the value as it was: a cycle is cut, and so
     // is a second reference to a shared object. One nested past any real data is left out too.
-    if (!object || depth > kMaxConversionDepth || !m_visited.insert(object).second)
+    if (!object || depth > kMaxConversionDepth || !m_visited.insert(object))
         return;
     std::string_view className = m_es.className(object);
     void* data = nullptr;
@@ -254,6 +295,8 @@ ToScript::~ToScript() {
 
 size_t ToScript::takeSlots(size_t count) {
     size_t first = m_top;
+    if (m_pool.capacity() < first + count)
+        m_pool.reserve(first + count);
     while (m_pool.size() < first + count) {
         ESVal slot = m_es.newVal(m_context);
         if (!slot)
@@ -285,11 +328,15 @@ ESObject ToScript::newObject(const char* className) {
 }
 
 void ToScript::setString(ESVal value, const _EStrRec* text) {
-    // Host and UCS text go as they are; only other encodings need a copy moved to UCS.
+    // Host and UCS text go as they are, and PDFDocEncoding text of the characters it shares
+    // with ASCII as those characters; only other text needs a copy moved to UCS.
     int32_t encoding = text ? EStrGetEncoding(text) : kEStrHost;
     bool ok = false;
     if (!text) {
         ok = m_es.setString(value, "", 0);
+    } else if (encoding == kEStrPDFDoc &&
+               detail::isPlainText(EStrGetBytes(text), EStrGetLen(text))) {
+        ok = m_es.setASCIIString(value, EStrGetBytes(text), EStrGetLen(text));
     } else if (encoding == kEStrHost || encoding == kEStrUCS) {
         ok = m_es.setString(value, EStrGetBytes(text), EStrGetLen(text));
     } else {
@@ -432,7 +479,21 @@ void ToScript::convert(ESVal value, CAgg& in, int depth) {
         m_es.setUndefined(value);
         return;
     }
-    CAggConvertToESValType(in);
+    // A value that already has one of the script's types is not converted; a shadow is, for
+    // that rebinds it.
+    switch (in.getType()) {
+    case CAgg::eMap:
+    case CAgg::eVector:
+    case CAgg::eDouble:
+    case CAgg::eQsBool:
+    case CAgg::eEStr:
+    case CAgg::eQsTimeRec:
+    case CAgg::eQsStm:
+    case CAgg::eVxIcon:
+        break;
+    default:
+        CAggConvertToESValType(in);
+    }
     switch (in.getType()) {
     case CAgg::eEStr:
         setString(value, in.toEStr());

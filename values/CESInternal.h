@@ -29,6 +29,17 @@ template <class Fn> auto guarded(Fn&& fn) -> decltype(fn()) {
     }
 }
 
+/// Whether PDFDocEncoding bytes are all characters that the encoding shares with ASCII, each
+/// the character of its own code: tab, line feed, carriage return and 32 to 126.
+inline bool isPlainText(const char* bytes, long length) {
+    for (long i = 0; i < length; ++i) {
+        auto c = static_cast<unsigned char>(bytes[i]);
+        if ((c < 0x20 || c > 0x7E) && c != '\t' && c != '\n' && c != '\r')
+            return false;
+    }
+    return true;
+}
+
 /// A UCS string of marked bytes.
 CEStr ucsString(const char* marked, long length);
 

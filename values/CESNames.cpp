@@ -84,6 +84,7 @@ void NameCache::contextGoes(ESContext context) {
     cache->m_entries.clear();
     cache->m_byHostText.clear();
     cache->m_byUCSText.clear();
+    cache->m_byPlainText.clear();
     cache->m_byAtom.clear();
 }
 
@@ -91,6 +92,7 @@ void NameCache::releaseUnused() {
     auto unused = [this](const Entry* entry) { return entry->lastUse != m_conversion; };
     std::erase_if(m_byHostText, [&](const auto& item) { return unused(item.second); });
     std::erase_if(m_byUCSText, [&](const auto& item) { return unused(item.second); });
+    std::erase_if(m_byPlainText, [&](const auto& item) { return unused(item.second); });
     std::erase_if(m_byAtom, [&](const auto& item) { return unused(item.second); });
     IScriptEngine& es = engine();
     std::erase_if(m_entries, [&](const auto& item) {
@@ -142,12 +144,32 @@ ESName NameCache::forKey(const _EStrRec* key) {
         return nameOf(hold(m_byHostText, hostView(bytes, length)));
     case kEStrUCS:
         return nameOf(hold(m_byUCSText, markedView(bytes, length)));
+    case kEStrPDFDoc:
+        if (isPlainText(bytes, length))
+            return forPlainText(std::string_view(bytes, static_cast<size_t>(length)));
+        [[fallthrough]];
     default: {
         CEStr ucs(key);
         EStrSetEncoding(ucs, kEStrUCS);
         return nameOf(hold(m_byUCSText, markedView(ucs.c_str(), EStrGetLen(ucs))));
     }
     }
+}
+
+ESName NameCache::forPlainText(std::string_view text) {
+    auto found = m_byPlainText.find(text);
+    if (found != m_byPlainText.end())
+        return used(found->second)->name;
+    // The name of the text's UCS form, which the other index has under its marked units.
+    std::string marked = "\xFE\xFF";
+    for (char c : text) {
+        marked += '\0';
+        marked += c;
+    }
+    Entry* entry = hold(m_byUCSText, marked);
+    if (entry)
+        m_byPlainText.emplace(text, entry);
+    return nameOf(entry);
 }
 
 ESName NameCache::forAtom(QsAtom atom) {

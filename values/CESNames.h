@@ -79,6 +79,8 @@ private:
     ~NameCache();
     static void contextGoes(ESContext context);
 
+    /// forKey of a plain PDFDocEncoding key, by its bytes.
+    ESName forPlainText(std::string_view text);
     /// The entry of a text's name, kept in index; null when it is new and there is no room.
     Entry* hold(TextIndex& index, std::string_view text);
     /// The same for a text that index lacks.
@@ -105,6 +107,9 @@ private:
     std::unordered_map<ESName, Entry> m_entries;
     TextIndex m_byHostText;
     TextIndex m_byUCSText;
+    // Keys in PDFDocEncoding of characters it shares with ASCII, as their bytes: they are the
+    // names of their UCS texts, found without moving each key to UCS first.
+    TextIndex m_byPlainText;
     std::unordered_map<QsAtom, Entry*> m_byAtom;
 };
 

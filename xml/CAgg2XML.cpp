@@ -235,6 +235,11 @@ bool CAgg2XML::serializeNodes() {
     if (finished) {
         m_nodes.pop_back();
         m_states.pop_back();
+        // The tree is the serialiser's own and a node is never visited again once it is done:
+        // it goes now, while its memory is still at hand, instead of in one walk over the
+        // whole tree at the end. Its parent keeps an empty place for it.
+        if (!m_nodes.empty())
+            node = CAgg();
     }
     return m_nodes.empty();
 }

@@ -112,6 +112,11 @@ void appendEscapedUnits(std::string& out, const _EStrRec* text) {
     out.reserve(out.size() + static_cast<size_t>(count));
     for (long i = 0; i < count; ++i) {
         uint32_t unit = unitAt(bytes, i);
+        // Most text is ASCII that stands for itself.
+        if (unit < 0x80 && !kEscapes.special[unit]) {
+            out.push_back(static_cast<char>(unit));
+            continue;
+        }
         if (unit >= 0xD800 && unit < 0xE000) {
             uint32_t low = i + 1 < count ? unitAt(bytes, i + 1) : 0;
             if (unit < 0xDC00 && low >= 0xDC00 && low < 0xE000) {

@@ -207,6 +207,9 @@ public:
     virtual void setBool(ESVal value, bool b) = 0;
     virtual void setNumber(ESVal value, double number) = 0;
     virtual bool setString(ESVal value, const char* text, long length) = 0;
+    /// Sets a string of characters below 128 given one a byte, each the character of that code,
+    /// whatever the host's encoding; no conversion is needed. Fails for any byte of 128 or more.
+    virtual bool setASCIIString(ESVal value, const char* text, long length) = 0;
     virtual bool setQsText(ESVal value, const QsTextRec* text) = 0;
     virtual void setObject(ESVal value, ESObject object) = 0;
     virtual void setUndefined(ESVal value) = 0;

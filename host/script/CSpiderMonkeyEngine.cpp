@@ -268,6 +268,8 @@ void CSpiderMonkeyEngine::Impl::destroyNow(ESContext context, bool collect) {
     context->events.clear();
     context->eventOverrides.clear();
     context->prototypes.clear();
+    context->lastClass = nullptr;
+    context->lastPrototype = nullptr;
     releaseSlotsOf(context);
     context->global = context->app = context->exception = nullptr;
     if (collect) {

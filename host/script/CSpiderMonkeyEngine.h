@@ -103,6 +103,7 @@ public:
     void setBool(ESVal value, bool b) override;
     void setNumber(ESVal value, double number) override;
     bool setString(ESVal value, const char* text, long length) override;
+    bool setASCIIString(ESVal value, const char* text, long length) override;
     bool setQsText(ESVal value, const QsTextRec* text) override;
     void setObject(ESVal value, ESObject object) override;
     void setUndefined(ESVal value) override;

@@ -28,7 +28,8 @@ struct _s_ESValRec {
 };
 
 struct _s_ESObjectRec {
-    JS::Heap<JSObject*> object; // weak: moved with the object, null once it dies
+    JS::Heap<JSObject*> object;    // weak: moved with the object, null once it dies
+    JSObject* indexedAs = nullptr; // the key of its entry in the engine's recordsByObject
     CSpiderMonkeyEngine::Impl* impl = nullptr;
     std::map<std::string, void*> privates;
     ESFinalizeProc finalizer = nullptr;
@@ -53,6 +54,8 @@ struct _s_ESEventRec {
     ESVal object = nullptr;
 };
 
+struct SMClassRec;
+
 struct _s_ESContextRec {
     CSpiderMonkeyEngine::Impl* impl = nullptr;
     std::string name;
@@ -64,6 +67,10 @@ struct _s_ESContextRec {
     std::vector<std::unique_ptr<_s_ESEventRec>> events; // the last one is current
     std::vector<ESEvent> eventOverrides;                // made current by evaluate
     std::map<std::string, ESVal> prototypes;            // of the engine's classes, by name
+    // The engine's class whose object the context made last, and its prototype here: a
+    // converter makes thousands of objects of one class in a row.
+    SMClassRec* lastClass = nullptr;
+    ESVal lastPrototype = nullptr;
     // Held names by the bits of their key.
     std::unordered_map<uintptr_t, std::unique_ptr<_s_ESNameRec>> names;
     ESErrorHandlerProc errorHandler = nullptr;
@@ -130,6 +137,10 @@ struct CSpiderMonkeyEngine::Impl {
     // Object handles.
     std::unique_ptr<JS::PersistentRootedObject> weakMap;
     std::unordered_set<_s_ESObjectRec*> records;
+    // The same records by their objects, so that an object handed out again is found without
+    // asking the weak map; kept in step when a major collection moves or frees objects. Each
+    // record has one entry at most, which goes before the record does.
+    std::unordered_map<JSObject*, _s_ESObjectRec*> recordsByObject;
 
     // Scopes, active contexts and native calls.
     std::vector<ESVal> scopeRoots;
@@ -172,6 +183,10 @@ struct CSpiderMonkeyEngine::Impl {
     JSObject* globalOf(ESContext context) const;
     static void updateWeakRecords(JSTracer* trc, void* data);
     void finalizeRecord(_s_ESObjectRec* record);
+    /// Enters the record in recordsByObject under its object, in place of any entry it had.
+    void index(_s_ESObjectRec* record, JSObject* object);
+    /// Takes the record's entry out of recordsByObject, if it has one.
+    void unindex(_s_ESObjectRec* record);
     void detachRecords();
     SMClassRec& classRec(const std::string& name);
     JSObject* prototypeOf(ESContext context, SMClassRec& rec);
@@ -180,7 +195,7 @@ struct CSpiderMonkeyEngine::Impl {
     /// A new object of the class, without its initialisers.
     ESObject createObject(ESContext context, const std::string& className);
     /// Whether initialisers are registered for the class.
-    bool hasClassInits(const std::string& className) const;
+    bool hasClassInits(ESContext context, const std::string& className) const;
     /// What the global constructor of that name makes of the arguments; in the context's realm.
     JSObject* construct(ESContext context, const std::string& name,
                         const JS::HandleValueArray& args);

@@ -152,7 +152,7 @@ bool CSpiderMonkeyEngine::newObjectWithProperties(ESContext context, const char*
     if (!object)
         return false;
     // Only initialisers need a handle; without any, the object never gets one.
-    if (impl.hasClassInits(name)) {
+    if (impl.hasClassInits(context, name)) {
         ESObject handle = impl.handOut(object, context);
         if (!handle)
             return false;

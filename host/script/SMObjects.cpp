@@ -42,14 +42,28 @@ const JSClass kCompanionClass = {
 // Handles.
 
 _s_ESObjectRec* CSpiderMonkeyEngine::Impl::recordFor(JS::HandleObject object) {
+    // An entry may be out of date: a minor collection moves an object without telling the
+    // records. Its record is alive (a record leaves the index before it goes), and the entry is
+    // dropped for the weak map to answer.
+    auto known = recordsByObject.find(object.get());
+    if (known != recordsByObject.end()) {
+        _s_ESObjectRec* record = known->second;
+        if (record->object.unbarrieredGet() == object.get())
+            return record;
+        unindex(record);
+    }
     JSAutoRealm realm(cx, *weakMap);
     JS::RootedValue entry(cx);
     if (!JS::GetWeakMapEntry(cx, *weakMap, object, &entry)) {
         JS_ClearPendingException(cx);
         return nullptr;
     }
-    if (entry.isObject())
-        return JS::GetMaybePtrFromReservedSlot<_s_ESObjectRec>(&entry.toObject(), 0);
+    if (entry.isObject()) {
+        auto* record = JS::GetMaybePtrFromReservedSlot<_s_ESObjectRec>(&entry.toObject(), 0);
+        if (record && record->object.unbarrieredGet() == object.get())
+            index(record, object.get());
+        return record;
+    }
     JS::RootedObject companion(cx, JS_NewObjectWithGivenProto(cx, &kCompanionClass, nullptr));
     if (!companion) {
         JS_ClearPendingException(cx);
@@ -59,6 +73,7 @@ _s_ESObjectRec* CSpiderMonkeyEngine::Impl::recordFor(JS::HandleObject object) {
     record->impl = this;
     record->object = object;
     records.insert(record);
+    index(record, object.get());
     JS::SetReservedSlot(companion, 0, JS::PrivateValue(record));
     JS::RootedValue value(cx, JS::ObjectValue(*companion));
     if (!JS::SetWeakMapEntry(cx, *weakMap, object, value)) {
@@ -98,12 +113,41 @@ JSObject* CSpiderMonkeyEngine::Impl::globalOf(ESContext context) const {
 
 void CSpiderMonkeyEngine::Impl::updateWeakRecords(JSTracer* trc, void* data) {
     auto* impl = static_cast<Impl*>(data);
-    for (_s_ESObjectRec* record : impl->records)
+    for (_s_ESObjectRec* record : impl->records) {
         JS_UpdateWeakPointerAfterGC(trc, &record->object);
+        JSObject* now = record->object.unbarrieredGet();
+        if (!now)
+            impl->unindex(record);
+        else if (now != record->indexedAs)
+            impl->index(record, now);
+    }
+}
+
+void CSpiderMonkeyEngine::Impl::index(_s_ESObjectRec* record, JSObject* object) {
+    if (record->indexedAs == object)
+        return;
+    unindex(record);
+    // A record left under this object by one that moved away loses its entry to this one.
+    auto [entry, added] = recordsByObject.try_emplace(object, record);
+    if (!added) {
+        entry->second->indexedAs = nullptr;
+        entry->second = record;
+    }
+    record->indexedAs = object;
+}
+
+void CSpiderMonkeyEngine::Impl::unindex(_s_ESObjectRec* record) {
+    if (!record->indexedAs)
+        return;
+    auto found = recordsByObject.find(record->indexedAs);
+    if (found != recordsByObject.end() && found->second == record)
+        recordsByObject.erase(found);
+    record->indexedAs = nullptr;
 }
 
 void CSpiderMonkeyEngine::Impl::finalizeRecord(_s_ESObjectRec* record) {
     records.erase(record);
+    unindex(record);
     bool wasFinalizing = finalizing;
     finalizing = true;
     if (record->finalizer) {
@@ -121,10 +165,12 @@ void CSpiderMonkeyEngine::Impl::detachRecords() {
     // Whatever companions are left outlive the engine; they free their records alone.
     for (_s_ESObjectRec* record : records) {
         record->object = nullptr;
+        record->indexedAs = nullptr;
         record->impl = nullptr;
         record->finalizer = nullptr;
     }
     records.clear();
+    recordsByObject.clear();
 }
 
 // Private data and finalisers work on the record alone, so finalisers may use them.
@@ -400,15 +446,21 @@ JSObject* CSpiderMonkeyEngine::Impl::construct(ESContext context, const std::str
 
 JSObject* CSpiderMonkeyEngine::Impl::makeObject(ESContext context, const std::string& className) {
     JS::RootedObject object(cx);
-    if (className == "Object") {
+    if (context->lastClass && context->lastClass->name == className) {
+        JS::RootedObject proto(cx, &context->lastPrototype->value.get().toObject());
+        object = JS_NewObjectWithGivenProto(cx, &context->lastClass->jsClass, proto);
+    } else if (className == "Object") {
         object = JS_NewPlainObject(cx);
     } else if (isScriptClass(className)) {
         object = construct(context, className, JS::HandleValueArray::empty());
     } else {
         SMClassRec& rec = classRec(className);
         JS::RootedObject proto(cx, prototypeOf(context, rec));
-        if (proto)
+        if (proto) {
             object = JS_NewObjectWithGivenProto(cx, &rec.jsClass, proto);
+            context->lastClass = &rec;
+            context->lastPrototype = context->prototypes[rec.name];
+        }
     }
     if (!object)
         reportFailure(context);
@@ -421,7 +473,10 @@ ESObject CSpiderMonkeyEngine::Impl::createObject(ESContext context, const std::s
     return object ? handOut(object, context) : nullptr;
 }
 
-bool CSpiderMonkeyEngine::Impl::hasClassInits(const std::string& className) const {
+bool CSpiderMonkeyEngine::Impl::hasClassInits(ESContext context,
+                                              const std::string& className) const {
+    if (context->lastClass && context->lastClass->name == className)
+        return !context->lastClass->inits.empty();
     auto found = classes.find(className);
     return found != classes.end() && !found->second->inits.empty();
 }

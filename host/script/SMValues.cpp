@@ -306,6 +306,25 @@ bool CSpiderMonkeyEngine::setString(ESVal value, const char* text, long length) 
     return true;
 }
 
+bool CSpiderMonkeyEngine::setASCIIString(ESVal value, const char* text, long length) {
+    if (!m_impl->usable(value) || value->owner->dead || length < 0 || (length > 0 && !text))
+        return false;
+    for (long i = 0; i < length; ++i) {
+        if (static_cast<unsigned char>(text[i]) >= 0x80)
+            return false;
+    }
+    // One byte a character: the engine keeps such a string in its narrow form as it is.
+    JSAutoRealm realm(m_impl->cx, m_impl->globalOf(value->owner));
+    JSString* string =
+        JS_NewStringCopyN(m_impl->cx, length > 0 ? text : "", static_cast<size_t>(length));
+    if (!string) {
+        JS_ClearPendingException(m_impl->cx);
+        return false;
+    }
+    value->value.setString(string);
+    return true;
+}
+
 bool CSpiderMonkeyEngine::setQsText(ESVal value, const QsTextRec* text) {
     if (!m_impl->usable(value) || value->owner->dead || !text)
         return false;

@@ -224,6 +224,47 @@ TEST_F(ScriptObjects, AnObjectThatHoldsItselfHasOneHandle) {
     EXPECT_EQ(visit.seen.size(), 3u);
 }
 
+TEST_F(ScriptObjects, HandlesStayWithTheirObjectsThroughCollections) {
+    constexpr int kCount = 3000;
+    auto handlesOf = [&](const char* array) {
+        ESObject list = objectOf(array);
+        std::vector<ESObject> handles;
+        ESVal element = slot();
+        for (int i = 0; i < kCount; ++i) {
+            EXPECT_TRUE(engine.getElement(list, static_cast<uint32_t>(i), element));
+            handles.push_back(engine.readObject(element));
+        }
+        return handles;
+    };
+    // Young objects, handed out, then moved out of the young generation by collections.
+    std::vector<ESObject> old =
+        handlesOf("globalThis.kept = []; for (var i = 0; i < 3000; ++i) kept.push({i: i}); kept");
+    for (int i = 0; i < kCount; ++i)
+        engine.setPrivate(old[i], "index", reinterpret_cast<void*>(static_cast<intptr_t>(i + 1)));
+    engine.collectGarbage();
+    std::vector<ESObject> again = handlesOf("kept");
+    EXPECT_EQ(again, old);
+
+    // Once they are gone, no object made later is taken for one of them.
+    run("kept = null");
+    engine.dropLooseRoots();
+    engine.collectGarbage();
+    engine.collectGarbage();
+    for (int round = 0; round < 3; ++round) {
+        std::vector<ESObject> fresh = handlesOf(
+            "globalThis.fresh = []; for (var i = 0; i < 3000; ++i) fresh.push({j: i}); fresh");
+        int carried = 0;
+        for (ESObject handle : fresh) {
+            void* data = nullptr;
+            carried += engine.getPrivate(handle, "index", &data) ? 1 : 0;
+        }
+        EXPECT_EQ(carried, 0) << "round " << round;
+        run("fresh = null");
+        engine.dropLooseRoots();
+        engine.collectGarbage();
+    }
+}
+
 TEST_F(ScriptObjects, ThrowingProxiesAndGettersFailCleanly) {
     struct Reported {
         std::vector<std::string> messages;

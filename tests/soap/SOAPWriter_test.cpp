@@ -6,8 +6,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -45,8 +47,8 @@ CAgg withAtomKeys(CAgg& value) {
     return copy;
 }
 
-// Writes a message; the text, or the writer's error text behind "error: ".
-std::string write(const WriteCase& c) {
+// A writer of the case, as the call sets one up.
+std::unique_ptr<CSOAPWriter> writerOf(const WriteCase& c) {
     CAgg header = c.header ? c.header() : CAgg();
     CAgg request = c.request();
     if (c.atomKeys) {
@@ -54,23 +56,60 @@ std::string write(const WriteCase& c) {
         request = withAtomKeys(request);
     }
     ownStreams(request);
-    std::unique_ptr<CSOAPWriter> writer = getSOAPWriter(header, request, c.encoded ? 1 : 0);
+    // Handed over: the writer's values are then the streams' only owners.
+    std::unique_ptr<CSOAPWriter> writer =
+        getSOAPWriter(std::move(header), std::move(request), c.encoded ? 1 : 0);
     writer->setVersion(c.version);
     std::vector<CAgg> order = c.order;
     writer->setParameterOrder(order);
     if (c.defaultNS)
         writer->setDefaultNS(CEStr(c.defaultNS, kEStrPDFDoc));
+    return writer;
+}
+
+// The outcome of a write: the text, or the writer's error text behind "error: ".
+std::string outcome(CSOAPWriter& writer, int32_t code, const std::string& text) {
+    if (code != 0) {
+        EXPECT_TRUE(writer.hasError());
+        // A bad name is the script engine's bad-argument error; the rest fail with -1.
+        std::string kind = code == -1 ? "error: " : "error " + std::to_string(code) + ": ";
+        return kind + EStrToUTF8(writer.getError());
+    }
+    EXPECT_FALSE(writer.hasError());
+    return text;
+}
+
+// Writes a message through the element tree and the serialiser.
+std::string write(const WriteCase& c) {
+    std::unique_ptr<CSOAPWriter> writer = writerOf(c);
     CAgg tree;
     HostFrame frame;
     int32_t code = frame.run([&] { tree = writer->writeMessage(); });
-    if (code != 0) {
-        EXPECT_TRUE(writer->hasError());
-        // A bad name is the script engine's bad-argument error; the rest fail with -1.
-        std::string kind = code == -1 ? "error: " : "error " + std::to_string(code) + ": ";
-        return kind + EStrToUTF8(writer->getError());
+    return outcome(*writer, code, code == 0 ? serialize(tree) : std::string());
+}
+
+// Writes a message as text straight from the request; nullopt when the writer leaves it to
+// the tree.
+std::optional<std::string> writeText(const WriteCase& c) {
+    std::unique_ptr<CSOAPWriter> writer = writerOf(c);
+    std::string text;
+    bool written = false;
+    HostFrame frame;
+    int32_t code = frame.run([&] { written = writer->writeMessageText(text); });
+    if (code == 0 && !written) {
+        EXPECT_TRUE(text.empty());
+        return std::nullopt;
     }
-    EXPECT_FALSE(writer->hasError());
-    return serialize(tree);
+    return outcome(*writer, code, text);
+}
+
+// Writes a message both ways; the two must agree wherever the text road is taken.
+std::string writeBothWays(const WriteCase& c) {
+    std::string tree = write(c);
+    if (std::optional<std::string> text = writeText(c)) {
+        EXPECT_EQ(*text, tree) << c.what;
+    }
+    return tree;
 }
 
 QsTimeRec fixedTime() {
@@ -209,7 +248,7 @@ TEST(SOAPWriter, WritesEnvelopesByteForByte) {
          "literal-attributes-values-inclusion.xml"},
     };
     for (const Case& c : cases)
-        EXPECT_EQ(write(c.write), readData(c.expected)) << c.write.what;
+        EXPECT_EQ(writeBothWays(c.write), readData(c.expected)) << c.write.what;
 }
 
 TEST(SOAPWriter, RefusesReservedKeysOfTheWrongType) {
@@ -283,10 +322,10 @@ TEST(SOAPWriter, RefusesReservedKeysOfTheWrongType) {
          mustType},
     };
     for (const Case& c : cases) {
-        EXPECT_EQ(write(c.write), "error: " + c.expected) << c.write.what;
+        EXPECT_EQ(writeBothWays(c.write), "error: " + c.expected) << c.write.what;
         WriteCase atoms = c.write;
         atoms.atomKeys = true;
-        EXPECT_EQ(write(atoms), "error: " + c.expected) << c.write.what << ", atom keys";
+        EXPECT_EQ(writeBothWays(atoms), "error: " + c.expected) << c.write.what << ", atom keys";
     }
 }
 
@@ -322,9 +361,9 @@ TEST(SOAPWriter, ReadsTheObjectsOfAScriptAsMapsOfText) {
         WriteCase text{c.what, c.encoded, kSOAPVersion11, nullptr, c.request};
         WriteCase atoms = text;
         atoms.atomKeys = true;
-        std::string expected = write(text);
+        std::string expected = writeBothWays(text);
         EXPECT_EQ(expected.find("error"), std::string::npos) << c.what << "\n" << expected;
-        EXPECT_EQ(write(atoms), expected) << c.what;
+        EXPECT_EQ(writeBothWays(atoms), expected) << c.what;
     }
 }
 
@@ -386,7 +425,7 @@ TEST(SOAPWriter, KeepsItsQuietCases) {
          "[]"},
     };
     for (const Case& c : cases) {
-        std::string text = write(c.write);
+        std::string text = writeBothWays(c.write);
         EXPECT_NE(text.find(c.present), std::string::npos) << c.write.what << "\n" << text;
         EXPECT_EQ(text.find(c.absent), std::string::npos) << c.write.what << "\n" << text;
     }
@@ -430,7 +469,8 @@ TEST(SOAPWriter, RefusesNamesThatAreNotXMLNames) {
     for (const Case& c : cases) {
         for (bool encoded : {true, false}) {
             WriteCase one{c.what, encoded, kSOAPVersion11, c.header, c.request};
-            EXPECT_EQ(write(one), "error 5: The name \"" + c.name + "\" is not an XML name.")
+            EXPECT_EQ(writeBothWays(one),
+                      "error 5: The name \"" + c.name + "\" is not an XML name.")
                 << c.what << (encoded ? ", encoded" : ", literal");
         }
     }
@@ -441,7 +481,7 @@ TEST(SOAPWriter, RefusesNamesThatAreNotXMLNames) {
                       nullptr,
                       operation(map({{"a", 1}, {markup, 2}})),
                       {CAgg("a"), CAgg(markup)}};
-    EXPECT_EQ(write(ordered),
+    EXPECT_EQ(writeBothWays(ordered),
               "error 5: The name \"" + std::string(markup) + "\" is not an XML name.");
 
     // Attribute keys of the literal writer: a name, a prefixed name or URI, ":", local name.
@@ -463,7 +503,7 @@ TEST(SOAPWriter, RefusesNamesThatAreNotXMLNames) {
     };
     for (const auto& c : attributeCases) {
         WriteCase one{"attributes", false, kSOAPVersion11, nullptr, attributes(c.keys)};
-        std::string text = write(one);
+        std::string text = writeBothWays(one);
         EXPECT_NE(text.find(c.expected), std::string::npos) << c.expected << "\n" << text;
     }
 }
@@ -500,7 +540,7 @@ TEST(SOAPWriter, ValuesOfAttributesCannotEndThem) {
     };
     for (const auto& c : cases) {
         WriteCase one{c.what, c.encoded, kSOAPVersion11, nullptr, c.request};
-        std::string text = write(one);
+        std::string text = writeBothWays(one);
         EXPECT_NE(text.find(c.present), std::string::npos) << c.what << "\n" << text;
     }
 }
@@ -526,7 +566,7 @@ TEST(SOAPWriter, RefusesARequestNestedTooDeep) {
         WriteCase bounded{"just within the bound", encoded, kSOAPVersion11, nullptr, [] {
                               return map({{"op", nested(CSOAPWriter::kMaxDepth - 1)}});
                           }};
-        std::string text = write(bounded);
+        std::string text = writeBothWays(bounded);
         EXPECT_NE(text.find("bottom"), std::string::npos) << encoded;
     }
 }
@@ -612,4 +652,84 @@ TEST(SOAPWriter, ElementsWithTheSameTypeShareOneAttributeMapPerMessage) {
         << changed;
     EXPECT_NE(changed.find("<i2 xsi:type=\"xsd:int\">2</i2>"), std::string::npos) << changed;
     EXPECT_EQ(serialize(first), text);
+}
+
+TEST(SOAPWriter, WritesPlainRequestsStraightAsTheTreeWouldBeWritten) {
+    FakeHost host;
+    auto op = [](CAgg parameters) {
+        return [parameters] { return map({{"urn:t:op", parameters}}); };
+    };
+    auto text = [](const char* utf8) { return CAgg(EStrFromUTF8(utf8).get()); };
+    const struct {
+        const char* what;
+        std::function<CAgg()> request;
+        bool plain; // taken as text rather than through the tree
+    } cases[] = {
+        {"text escaped and past ASCII", op(map({{"s", text("a<&>\"'\x01\xC3\xA9z")}, {"e", ""}})),
+         true},
+        {"numbers and booleans",
+         op(map({{"i", CAgg(-42L)},
+                 {"d", CAgg(-0.25)},
+                 {"big", CAgg(1e20)},
+                 {"nan", CAgg(std::nan(""))},
+                 {"t", boolean(true)},
+                 {"f", boolean(false)}})),
+         true},
+        {"nulls, empty maps and arrays", op(map({{"n", CAgg()}, {"m", map({})}, {"v", vec({})}})),
+         true},
+        {"arrays of one type, mixed and nested",
+         op(map({{"s", vec({"a", "b"})},
+                 {"x", vec({"a", 1})},
+                 {"vv", vec({vec({1}), vec({})})},
+                 {"maps", vec({map({{"k", 1}}), map({{"k", 2}})})},
+                 {"nulls", vec({CAgg(), CAgg()})}})),
+         true},
+        {"maps three deep", op(map({{"a", map({{"b", map({{"c", "deep"}})}})}})), true},
+        {"names in namespaces and in xsd",
+         op(map({{"urn:a:p", 1}, {"urn:a:q", map({{"urn:b:r", vec({1})}})}, {"xsd:s", "x"}})),
+         true},
+        {"operations without parameters and without a namespace",
+         [] {
+             return map({{"op1", map({})}, {"op2", CAgg()}, {"urn:x:op3", "v"}});
+         },
+         true},
+        {"no operation at all", [] { return map({}); }, true},
+        {"a reserved key", op(map({{"p", map({{"soapType", "xsd:thing"}, {"v", 1}})}})), false},
+        {"an array of typed maps", op(map({{"p", vec({map({{"soapType", "urn:t:T"}})})}})), false},
+        {"a time", op(map({{"p", CAgg(fixedTime())}})), false},
+        {"a stream", op(map({{"p", stream("bytes")}})), false},
+        {"a request that is no map", [] { return vec({1}); }, false},
+    };
+    for (const auto& c : cases) {
+        for (bool encoded : {true, false}) {
+            for (SOAPVersion version : {kSOAPVersion11, kSOAPVersion12}) {
+                for (bool atomKeys : {false, true}) {
+                    WriteCase one{c.what, encoded, version, nullptr, c.request};
+                    one.atomKeys = atomKeys;
+                    one.defaultNS = encoded ? nullptr : "urn:default&";
+                    std::string where = std::string(c.what) +
+                                        (encoded ? ", encoded" : ", literal") +
+                                        (version == kSOAPVersion12 ? ", 1.2" : ", 1.1") +
+                                        (atomKeys ? ", atoms" : "");
+                    std::optional<std::string> direct = writeText(one);
+                    EXPECT_EQ(direct.has_value(), c.plain) << where;
+                    std::string tree = write(one);
+                    EXPECT_EQ(tree.find("error"), std::string::npos) << where << "\n" << tree;
+                    if (direct) {
+                        EXPECT_EQ(*direct, tree) << where;
+                    }
+                }
+            }
+        }
+    }
+
+    // A header or a parameter order is left to the tree.
+    WriteCase withHeader{"header", true, kSOAPVersion11,
+                         [] {
+                             return map({{"urn:h:b", "v"}});
+                         },
+                         op(map({{"p", 1}}))};
+    EXPECT_FALSE(writeText(withHeader).has_value());
+    WriteCase ordered{"order", true, kSOAPVersion11, nullptr, op(map({{"p", 1}})), {CAgg("p")}};
+    EXPECT_FALSE(writeText(ordered).has_value());
 }

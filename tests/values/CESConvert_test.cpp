@@ -8,6 +8,7 @@
 #include "values/CESConvert.h"
 
 #include <chrono>
+#include <vector>
 
 namespace {
 
@@ -148,6 +149,37 @@ TEST_F(CESConvert, CAggValuesGoOutAsTheirScriptForm) {
     EXPECT_EQ(written(shadow), "object [object LobObjShadow] {}");
     CAgg fixed{QsFixedPoint{0x10000, 0x8000}};
     EXPECT_EQ(written(fixed), "object [object Array] [1,0.5]");
+}
+
+TEST_F(CESConvert, TextOfEveryEncodingGoesOutAsItsCharacters) {
+    struct Case {
+        CEStr text;
+        const char* expected; // as a script expression
+    };
+    std::vector<Case> cases;
+    cases.push_back(
+        {CEStr("plain text\twith\r\nbreaks ~", kEStrPDFDoc), "'plain text\\twith\\r\\nbreaks ~'"});
+    cases.push_back({CEStr("", kEStrPDFDoc), "''"});
+    cases.push_back({CEStr("\x80 bullet", kEStrPDFDoc), "'\\u2022 bullet'"});
+    cases.push_back({CEStr("a\x18", kEStrPDFDoc), "'a\\u02d8'"});
+    cases.push_back({CEStr("h\xE9llo", kEStrHost), "'h\\u00e9llo'"});
+    cases.push_back({CEStr::adopt(EStrNewSize(0, kEStrUCS)), "'\\u4e2dx'"});
+    EStrSetBytesWithSize(cases.back().text, "\xFE\xFF\x4E\x2D\x00x", 6, kEStrUCS);
+    for (Case& c : cases) {
+        // Alone, and as the value of a struct's member, as a reply's reader gives it.
+        CAgg alone(c.text.get());
+        CAgg member;
+        member[CEStr("m", kEStrPDFDoc).get()] = CAgg(c.text.get());
+        for (CAgg* value : {&alone, &member}) {
+            Val out(context);
+            CAggToESVal(out.slot(), *value);
+            setGlobal("x", out);
+            std::string got = value == &alone ? "x" : "x.m";
+            EXPECT_EQ(textOf(got + " === " + c.expected + " ? 'same' : escape(" + got + ")"),
+                      "same")
+                << c.expected;
+        }
+    }
 }
 
 TEST_F(CESConvert, MapsAndVectorsGoOutAndComeBackAlike) {

@@ -60,6 +60,8 @@ TEST_F(CESPropertyNames, KeysOfEveryEncodingNameTheirProperty) {
     EStrSetBytesWithSize(cases.back().key, "\xFE\xFF\x4E\x2D\x00x", 6, kEStrUCS);
     cases.back().name = "'\\u4e2dx'";
     cases.push_back({CEStr("\x80 bullet", kEStrPDFDoc), "'\\u2022 bullet'"});
+    cases.push_back({CEStr("plain\tkey ~", kEStrPDFDoc), "'plain\\tkey ~'"});
+    cases.push_back({CEStr("a\x18", kEStrPDFDoc), "'a\\u02d8'"});
     cases.push_back({CEStr("", kEStrHost), "''"});
     for (int call = 0; call < 2; ++call) {
         for (Case& c : cases) {
@@ -84,6 +86,18 @@ TEST_F(CESPropertyNames, KeysOfEveryEncodingNameTheirProperty) {
     CAggToESVal(value.slot(), map);
     setGlobal("x", value);
     EXPECT_EQ(textOf("JSON.stringify(x)"), "{\"1\":1}");
+    // The same for a key in PDFDocEncoding and its UCS form, set in the map's order.
+    CAgg two;
+    two.toMap()[CEStr("k", kEStrPDFDoc)] = CAgg(1L);
+    CEStr ucsK = CEStr::adopt(EStrNewSize(0, kEStrUCS));
+    EStrSetBytesWithSize(ucsK, "\xFE\xFF\x00k", 4, kEStrUCS);
+    two.toMap()[ucsK] = CAgg(2L);
+    for (int call = 0; call < 2; ++call) {
+        Val out(context);
+        CAggToESVal(out.slot(), two);
+        setGlobal("x", out);
+        EXPECT_EQ(textOf("JSON.stringify(x)"), "{\"k\":2}") << "call " << call;
+    }
 }
 
 TEST_F(CESPropertyNames, MoreDistinctKeysThanAContextKeepsCrossExactlyAndHoldNoMoreCallAfterCall) {

@@ -162,25 +162,39 @@ TEST_F(Agg2XML, TheStreamOwnsTheSerialiser) {
     struct Counted {
         int closes = 0;
     } counted;
-    CAgg tree = readTree("write/text-only.tree");
-    QsStm inner =
-        QsProcStmRdOpen([](char*, long, void*) -> long { return 0; },
-                        [](void* data) { ++static_cast<Counted*>(data)->closes; }, &counted);
-    CXMLElement(tree).appendText(CAgg(inner, 1), false);
-    EXPECT_EQ(counted.closes, 0);
+    auto treeWithStream = [&] {
+        CAgg tree = readTree("write/text-only.tree");
+        QsStm inner =
+            QsProcStmRdOpen([](char*, long, void*) -> long { return 0; },
+                            [](void* data) { ++static_cast<Counted*>(data)->closes; }, &counted);
+        CXMLElement(tree).appendText(CAgg(inner, 1), false);
+        return tree;
+    };
 
-    QsStm stream = CAgg2XML::openStream(std::move(tree));
-    EXPECT_EQ(QsStmReadAll(stream, 7), readData("write/text-only.xml"));
+    // Closing the stream early destroys the serialiser, and with it the stream value it held.
+    QsStm stream = CAgg2XML::openStream(treeWithStream());
+    char first[7];
+    EXPECT_EQ(QsStmRead(stream, first, sizeof first), 7);
     EXPECT_EQ(counted.closes, 0);
-    // Closing the stream destroys the serialiser, and with it the stream value it held.
     QsStmClose(stream);
     EXPECT_EQ(counted.closes, 1);
 
+    // Read to the end, each node goes once it is written: the stream value is closed by then.
+    counted.closes = 0;
+    stream = CAgg2XML::openStream(treeWithStream());
+    EXPECT_EQ(QsStmReadAll(stream, 7), readData("write/text-only.xml"));
+    EXPECT_EQ(counted.closes, 1);
+    QsStmClose(stream);
+    EXPECT_EQ(counted.closes, 1);
+
+    // A tree given by reference is copied: the caller's stays whole.
     CAgg kept = readTree("write/soap-message.tree");
+    CAgg before(kept);
     stream = CAgg2XML::openStream(kept, false);
     std::string expected = readData("write/soap-message.xml").substr(sizeof kDeclaration - 1);
     EXPECT_EQ(QsStmReadAll(stream, 4096), expected);
     QsStmClose(stream);
+    EXPECT_TRUE(kept == before);
 }
 
 TEST_F(Agg2XML, ADeepTreeIsWrittenWithoutRecursion) {
