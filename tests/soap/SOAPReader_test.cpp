@@ -188,3 +188,18 @@ TEST(SOAPReader, SendsAnXMLMessageOnAsTheSameValues) {
     CAgg again = readBody(serialize(tree), kLiteral);
     EXPECT_EQ(dump(again), dump(original));
 }
+
+TEST(SOAPReader, AnXMLMessagesRecordsOfTheSameAttributesChangeAlone) {
+    // The parser lets elements of the same attributes share them; the records read from them
+    // still change one at a time.
+    FakeHost host;
+    CAgg message = readBody(readData("literal-items-of-the-same-attributes.xml"), kLiteralMessage);
+    CAgg& items = message["soapValue"][0L]["soapValue"];
+    ASSERT_EQ(items.toVector().size(), 3u);
+    items[0L]["soapAttributes"]["grade"] = CAgg("B");
+    items[1L]["soapAttributes"].remove("unit");
+    const char* const expected[] = {R"({"grade":"B","unit":"kg"})", R"({"grade":"A"})",
+                                    R"({"grade":"A","unit":"kg"})"};
+    for (long i = 0; i < 3; ++i)
+        EXPECT_EQ(dump(items[i]["soapAttributes"]), expected[i]) << i;
+}
