@@ -61,6 +61,8 @@ void CEncodedSOAPReader::readElement(CAgg& result, CAgg& node, const CXMLEntries
             takeText(cur, *childEntries.text);
             setLocalType(cur, localType);
         }
+        if (m_consuming)
+            child = CAgg();
     }
 }
 

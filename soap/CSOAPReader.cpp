@@ -85,11 +85,17 @@ CAgg CSOAPReader::readSection(const char* name, bool withFaults) {
     CAgg::CAggVector* children = section ? CXMLEntries::of(*section, m_keys).childList() : nullptr;
     if (!children)
         return result;
+    struct Consuming {
+        bool& flag;
+        explicit Consuming(bool& consuming) : flag(consuming) { flag = true; }
+        ~Consuming() { flag = false; }
+    } consuming(m_consuming);
     for (size_t i = 0; i < children->size(); ++i) {
         CAgg& child = (*children)[i];
         if (withFaults && processFault(child))
             break;
         processNode(result, child);
+        child = CAgg();
     }
     return result;
 }

@@ -152,6 +152,10 @@ protected:
     unsigned short m_xmlMessage = 0;
     long m_nodeDepth = 0;
     CXMLKeyAtoms m_keys;
+    /// Set while readHeader or readBody walks the reader's own document, which is read once:
+    /// each node is freed as soon as it has been read, so that the tree shrinks as the value
+    /// grows. A node given to processNode from outside is not freed.
+    bool m_consuming = false;
 
 private:
     /// The size of a value: how many values it holds and how deep they nest.

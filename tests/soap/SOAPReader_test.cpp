@@ -203,3 +203,32 @@ TEST(SOAPReader, AnXMLMessagesRecordsOfTheSameAttributesChangeAlone) {
     for (long i = 0; i < 3; ++i)
         EXPECT_EQ(dump(items[i]["soapAttributes"]), expected[i]) << i;
 }
+
+TEST(SOAPReader, ReadsTheDocumentItHoldsOnceAndLeavesOthersAlone) {
+    // A reader frees the nodes of its own document as it reads them; a document it was given
+    // to copy stays as it was.
+    FakeHost host;
+    struct Case {
+        const char* file;
+        Style style;
+    };
+    const Case cases[] = {
+        {"encoded-multiref-shared.xml", kEncoded},
+        {"literal-repeated-and-struct.xml", kLiteral},
+        {"literal-items-of-the-same-attributes.xml", kLiteralMessage},
+    };
+    for (const Case& c : cases) {
+        CAgg document = parse(readData(c.file));
+        const std::string before = dump(document);
+        std::unique_ptr<CSOAPReader> reader = readerFor(document, c.style);
+        CAgg header = reader->readHeader();
+        CAgg first = reader->readBody(nullptr);
+        EXPECT_EQ(dump(document), before) << c.file;
+
+        // Read again, the held document gives nothing more; a fresh copy reads the same.
+        CAgg again = reader->readBody(nullptr);
+        EXPECT_EQ(dump(again), "null") << c.file;
+        CAgg fresh = readerFor(document, c.style)->readBody(nullptr);
+        EXPECT_EQ(dump(fresh), dump(first)) << c.file;
+    }
+}
