@@ -6,6 +6,10 @@
 // encoding that Expat cannot read, entity expansion past Expat's amplification limits, and
 // nesting deeper than kMaxDepth, and, for a parser given a budget, a tree whose estimated size
 // passes it. The partly built tree is then left in the root.
+//
+// Elements of the same attributes hold copies of one attribute map that share its entries, as
+// every element's nsDict shares the dictionary's (CAgg::shareMap): reading them keeps them
+// shared, and the first write to one gives that element entries of its own.
 #pragma once
 
 #include "xml/CXMLElement.h"
