@@ -71,7 +71,9 @@ CAgg CSOAPReader::readHeader() {
 
 CAgg CSOAPReader::readBody(CPartResolver* resolver) {
     CAgg result = readSection("Body", true);
-    bindReferences(result, resolver);
+    // Binding walks the whole value; without values by id or attachments it changes nothing.
+    if (resolver || m_hasReferencedValues)
+        bindReferences(result, resolver);
     return result;
 }
 

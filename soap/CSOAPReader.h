@@ -156,6 +156,9 @@ protected:
     /// each node is freed as soon as it has been read, so that the tree shrinks as the value
     /// grows. A node given to processNode from outside is not freed.
     bool m_consuming = false;
+    /// Set once a value that a reference by id can stand for has been read: until then, and
+    /// without attachments, no reference of the value can be resolved.
+    bool m_hasReferencedValues = false;
 
 private:
     /// The size of a value: how many values it holds and how deep they nest.

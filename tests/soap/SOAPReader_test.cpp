@@ -60,6 +60,10 @@ TEST(SOAPReader, ReadsRepliesIntoValues) {
          R"({"multiRef":["a"],"urn:pairs:getPairResponse":{"left":{"x":1,"y":7},"list":["a"],)"
          R"("right":{"x":1,"y":7}}})"},
         {"header-and-body-soap12.xml", kEncoded, R"({"urn:echo:echoResponse":{"return":"hi"}})"},
+        // References to values the reply does not hold stay as they are.
+        {"encoded-reference-to-no-value.xml", kEncoded,
+         R"({"urn:ref:getResponse":{"found":{"soap_href_id":"#nowhere"},)"
+         R"("picture":{"soap_href_id":"cid:nothing@here"}}})"},
         {"literal-repeated-and-struct.xml", kLiteral,
          R"({"urn:shop:getItemsResponse":{"item":["apple","pear","plum"]},)"
          R"("urn:shop:summary":{"note":"b","total":"3"}})"},
