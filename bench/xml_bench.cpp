@@ -1,8 +1,10 @@
 // Throughput of the XML subsystem against bare Expat, on a 10 MiB SOAP-style document (an
-// encoded array of 50,000 structs) and a 5 MiB RSS document:
+// encoded array of 50,000 structs), a 5 MiB RSS document, and documents of 131,072 tiny elements
+// (1 MiB) and of as many with an id each:
 //   - Expat alone, namespace mode, empty handlers;
-//   - CXML2CAgg building the record tree (counter heap_per_byte: the most heap a parse holds
-//     at once, per input byte, measured on a parse outside the timings);
+//   - CXML2CAgg building the record tree (counters, measured on a parse outside the timings:
+//     heap_per_byte, the most heap a parse holds at once per input byte; estimate_pct, the
+//     tree's own estimate of its size against that heap; heap_per_element for the last two);
 //   - CAgg2XML writing a tree built for writing back out in 4096-byte pulls, from a tree handed
 //     over (Reads) and from the copy the serialiser makes of it (WithCopy);
 //   - Expat alone on CAgg2XML's output, the yardstick for the serialiser;
@@ -152,8 +154,41 @@ const std::string& rssDocument() {
     return text;
 }
 
+// Tiny elements, 131,072 of them, each holding one character: what a record costs at the least.
+constexpr long kTinyElements = 131'072;
+const std::string& tinyDocument() {
+    static const std::string text = [] {
+        std::string doc = "<?xml version=\"1.0\"?><r>";
+        for (long i = 0; i < kTinyElements; ++i)
+            doc += "<v>1</v>";
+        return doc + "</r>";
+    }();
+    return text;
+}
+
+// The same with an attribute whose value differs on every element, as ids do: no two elements
+// can share their attributes.
+const std::string& distinctAttributesDocument() {
+    static const std::string text = [] {
+        std::string doc = "<?xml version=\"1.0\"?><r>";
+        for (long i = 0; i < kTinyElements; ++i)
+            doc += "<v id=\"i" + std::to_string(i) + "\">1</v>";
+        return doc + "</r>";
+    }();
+    return text;
+}
+
 const std::string& document(int which) {
-    return which == 0 ? soapDocument() : rssDocument();
+    switch (which) {
+    case 0:
+        return soapDocument();
+    case 1:
+        return rssDocument();
+    case 2:
+        return tinyDocument();
+    default:
+        return distinctAttributesDocument();
+    }
 }
 
 void setUpHost() {
@@ -253,24 +288,37 @@ void BM_ExpatBare(benchmark::State& state) {
     state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(text.size()));
 }
 
-// The most heap one parse holds at once, per input byte: measured on a parse of its own,
-// outside the timings. The parse runs on the benchmark's one thread, so plain counters do.
-long heapPerByte(const std::string& text) {
+// The most heap one parse holds at once, and the parser's estimate of its tree: measured on a
+// parse of its own, outside the timings. The parse runs on the benchmark's one thread, so plain
+// counters do.
+struct HeapUse {
+    long peak;
+    long long estimate;
+};
+
+HeapUse heapOfParse(const std::string& text) {
     gHeapInUse = 0;
     gHeapPeak = 0;
     gCounting = true;
     auto* parser = new CXML2CAgg;
     parser->parse(text.data(), static_cast<int>(text.size()), 1);
     gCounting = false;
-    long peak = gHeapPeak;
+    HeapUse use{gHeapPeak, parser->treeBytes()};
     delete parser;
-    return peak / static_cast<long>(text.size());
+    return use;
 }
 
 void BM_XML2CAgg(benchmark::State& state) {
     setUpHost();
-    const std::string& text = document(static_cast<int>(state.range(0)));
-    state.counters["heap_per_byte"] = static_cast<double>(heapPerByte(text));
+    const int which = static_cast<int>(state.range(0));
+    const std::string& text = document(which);
+    HeapUse use = heapOfParse(text);
+    state.counters["heap_per_byte"] =
+        static_cast<double>(use.peak / static_cast<long>(text.size()));
+    // How near the tree's estimate comes to the heap it holds, in per cent.
+    state.counters["estimate_pct"] = static_cast<double>(use.estimate * 100 / use.peak);
+    if (which >= 2)
+        state.counters["heap_per_element"] = static_cast<double>(use.peak / kTinyElements);
     for (auto _ : state) {
         auto* parser = new CXML2CAgg;
         if (!parser->parse(text.data(), static_cast<int>(text.size()), 1))
@@ -365,8 +413,8 @@ void BM_ExpatOnSerialised(benchmark::State& state) {
 } // namespace
 
 // Argument 0 is the SOAP document, 1 the feed.
-BENCHMARK(BM_ExpatBare)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_XML2CAgg)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_ExpatBare)->DenseRange(0, 3)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_XML2CAgg)->DenseRange(0, 3)->Unit(benchmark::kMillisecond);
 // Argument: the size of the one text element, in MiB.
 BENCHMARK(BM_XML2CAggLargeText)->Arg(1)->Arg(4)->Arg(16)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ExpatOnSerialised)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);

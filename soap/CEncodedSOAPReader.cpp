@@ -61,6 +61,8 @@ void CEncodedSOAPReader::readElement(CAgg& result, CAgg& node, const CXMLEntries
             takeText(cur, *childEntries.text);
             setLocalType(cur, localType);
         }
+        if (m_consuming)
+            child = CAgg();
     }
 }
 
@@ -103,6 +105,7 @@ CAgg& CEncodedSOAPReader::currentNode(CAgg& parent, CAgg& node, const CXMLEntrie
     if (EStrToUTF8(root) != "0")
         parent[key]["soap_href_id"] = CAgg(EStrFromUTF8("#" + EStrToUTF8(id)).get());
     // An independent element (root="0") lives only in the table, until a reference binds it.
+    m_hasReferencedValues = true;
     return m_multiRefs[CEStr(id)];
 }
 

@@ -51,6 +51,8 @@ void CLiteralSOAPReader::readSubNode(CAgg& parent, CAgg& node, const CXMLEntries
             else
                 cur = std::move(text);
         }
+        if (m_consuming)
+            child = CAgg();
     }
 }
 

@@ -71,7 +71,9 @@ CAgg CSOAPReader::readHeader() {
 
 CAgg CSOAPReader::readBody(CPartResolver* resolver) {
     CAgg result = readSection("Body", true);
-    bindReferences(result, resolver);
+    // Binding walks the whole value; without values by id or attachments it changes nothing.
+    if (resolver || m_hasReferencedValues)
+        bindReferences(result, resolver);
     return result;
 }
 
@@ -85,11 +87,17 @@ CAgg CSOAPReader::readSection(const char* name, bool withFaults) {
     CAgg::CAggVector* children = section ? CXMLEntries::of(*section, m_keys).childList() : nullptr;
     if (!children)
         return result;
+    struct Consuming {
+        bool& flag;
+        explicit Consuming(bool& consuming) : flag(consuming) { flag = true; }
+        ~Consuming() { flag = false; }
+    } consuming(m_consuming);
     for (size_t i = 0; i < children->size(); ++i) {
         CAgg& child = (*children)[i];
         if (withFaults && processFault(child))
             break;
         processNode(result, child);
+        child = CAgg();
     }
     return result;
 }
@@ -263,14 +271,14 @@ void CSOAPReader::takeText(CAgg& value, CAgg& text) {
     value = CAgg(CAggValueText(text).get());
 }
 
-CSOAPReader::ReplyAttributes CSOAPReader::replyAttributesOf(CAgg* attr) {
+CSOAPReader::ReplyAttributes CSOAPReader::replyAttributesOf(const CAgg* attr) {
     ReplyAttributes found;
     if (!attr)
         return found;
     const WantedKeys& wanted = wantedKeys();
-    if (attr->getType() == CAgg::eMap) {
+    if (const CAgg::CAggMap* entries = attr->mapEntries()) {
         // One pass over the attributes, most often a type alone, rather than a lookup per key.
-        for (auto& [key, value] : attr->toMap()) {
+        for (const auto& [key, value] : *entries) {
             const char* bytes = EStrGetBytes(key);
             if (isKey(key, "id"))
                 found.id = &value;
@@ -288,9 +296,9 @@ CSOAPReader::ReplyAttributes CSOAPReader::replyAttributesOf(CAgg* attr) {
         return found;
     }
     // Attributes of another kind are looked up as any reader looks them up.
-    auto find = [&](const std::string& key) -> CAgg* {
+    auto find = [&](const std::string& key) -> const CAgg* {
         CEStr text = EStrFromUTF8(key);
-        return attr->has(text.get()) ? &(*attr)[text] : nullptr;
+        return attr->has(text.get()) ? &(*const_cast<CAgg*>(attr))[text] : nullptr;
     };
     found.type2001 = find(wanted.type2001);
     found.type1999 = find(wanted.type1999);
@@ -300,11 +308,12 @@ CSOAPReader::ReplyAttributes CSOAPReader::replyAttributesOf(CAgg* attr) {
     return found;
 }
 
-const _EStrRec* CSOAPReader::textOf(CAgg* value, CEStr& holder) {
+const _EStrRec* CSOAPReader::textOf(const CAgg* value, CEStr& holder) {
     if (!value)
         return nullptr;
+    // Reading a string as a string converts nothing.
     if (value->getType() == CAgg::eEStr)
-        return value->toEStr();
+        return const_cast<CAgg*>(value)->toEStr();
     holder = CAggValueText(*value);
     return holder.get();
 }

@@ -103,17 +103,18 @@ protected:
     /// The key of an element's value in its parent: namespace, ":", name, or the name alone.
     static CEStr keyOf(CAgg& node);
     /// The attributes the readers look at, found in one pass over an element's attributes;
-    /// null for those the element lacks.
+    /// null for those the element lacks. They are read where they lie, so that attributes the
+    /// parser lets elements share stay shared.
     struct ReplyAttributes {
-        CAgg* type2001 = nullptr;
-        CAgg* type1999 = nullptr;
-        CAgg* id = nullptr;
-        CAgg* href = nullptr;
-        CAgg* root = nullptr;
+        const CAgg* type2001 = nullptr;
+        const CAgg* type1999 = nullptr;
+        const CAgg* id = nullptr;
+        const CAgg* href = nullptr;
+        const CAgg* root = nullptr;
     };
-    static ReplyAttributes replyAttributesOf(CAgg* attr);
+    static ReplyAttributes replyAttributesOf(const CAgg* attr);
     /// A value as text, or null for none; holder keeps a value that had to be converted.
-    static const _EStrRec* textOf(CAgg* value, CEStr& holder);
+    static const _EStrRec* textOf(const CAgg* value, CEStr& holder);
     /// getType from the attributes, without a copy: null when the element has no type.
     static const _EStrRec* typeOf(const ReplyAttributes& attributes, CEStr& holder);
     /// keyOf from the entries of the element, without making a string where the name is the
@@ -151,6 +152,13 @@ protected:
     unsigned short m_xmlMessage = 0;
     long m_nodeDepth = 0;
     CXMLKeyAtoms m_keys;
+    /// Set while readHeader or readBody walks the reader's own document, which is read once:
+    /// each node is freed as soon as it has been read, so that the tree shrinks as the value
+    /// grows. A node given to processNode from outside is not freed.
+    bool m_consuming = false;
+    /// Set once a value that a reference by id can stand for has been read: until then, and
+    /// without attachments, no reference of the value can be resolved.
+    bool m_hasReferencedValues = false;
 
 private:
     /// The size of a value: how many values it holds and how deep they nest.

@@ -21,11 +21,13 @@ bool isBlank(const XML_Char* text, int len) {
 // themselves, not what the allocator adds to them.
 // A string: its record, and the room past its text (rounded up to 32 bytes with its end).
 constexpr long long kStringBytes = sizeof(_EStrRec) + 32;
-// An element: its record of six entries, its place among its parent's children, its attribute
-// map and children vector, and its name and namespace.
-constexpr long long kElementBytes = CAggAtomMap::bytesFor(6) + sizeof(CAgg) +
-                                    sizeof(CAgg::CAggMap) + sizeof(CAgg::CAggVector) +
-                                    2 * kStringBytes;
+// An element: its record of six entries, its place among its parent's children, its children
+// vector, and its name and namespace. Its attribute map is shared with others or counted where
+// it is made.
+constexpr long long kElementBytes =
+    CAggAtomMap::bytesFor(6) + sizeof(CAgg) + sizeof(CAgg::CAggVector) + 2 * kStringBytes;
+// An attribute map, without its entries.
+constexpr long long kAttributeMapBytes = sizeof(CAgg::CAggMap);
 // A text node: its record of two entries, its place among the children, and its text.
 constexpr long long kTextNodeBytes = CAggAtomMap::bytesFor(2) + sizeof(CAgg) + kStringBytes;
 // An attribute: a node of the map (its links, key and value) and two strings.
@@ -69,6 +71,7 @@ CXML2CAgg::CXML2CAgg() : CXMLParser(nullptr, '\0') {
     std::sort(m_fields.begin(), m_fields.end(),
               [](const Field& a, const Field& b) { return a.key < b.key; });
     m_pendingNSDict.shareMap();
+    m_noAttributes.shareMap();
 }
 
 int CXML2CAgg::parse(const char* data, int len, int isFinal) {
@@ -114,23 +117,10 @@ void CXML2CAgg::startElementHandler(const XML_Char* tag, const XML_Char** atts) 
     values[kTypeField]->toQsAtom() = m_keys.element;
     setText(*values[kNameField], tag + uriLength, nameLength);
     setText(*values[kNameSpaceField], uri ? uri->data() : "", uriLength);
-    CAgg::CAggMap& attr = values[kAttrField]->toMap();
-    for (const XML_Char** att = atts; att && att[0]; att += 2) {
-        // The key is normalizeQName's: URI, ":", local name.
-        const XMLString* attUri = attributeNamespace(att[0]);
-        if (attUri) {
-            m_key.assign(*attUri).append(1, ':').append(att[0] + attUri->size());
-        } else {
-            m_key.assign(att[0]);
-        }
-        // A later attribute of the same key replaces the earlier one.
-        CAgg& value =
-            attr.try_emplace(CEStr::adopt(makeText(m_key.data(), m_key.size()))).first->second;
-        const XML_Char* text = att[1] ? att[1] : "";
-        size_t textLength = std::strlen(text);
-        setText(value, text, textLength);
-        bytes += kAttributeBytes + static_cast<long long>(m_key.size() + textLength);
-    }
+    if (atts && atts[0])
+        setAttributes(*values[kAttrField], atts, bytes);
+    else
+        *values[kAttrField] = m_noAttributes;
     CAgg::CAggVector* children = &values[kChildrenField]->toVector();
     // Any other element's nsDict is the parent's merged with the pending dictionary, which is
     // the pending one itself: the pending dictionary only gains prefixes, and the parent's was
@@ -151,6 +141,79 @@ void CXML2CAgg::startElementHandler(const XML_Char* tag, const XML_Char** atts) 
     m_stack.push_back({record, children, false});
     ++m_depth;
     account(bytes);
+}
+
+void CXML2CAgg::setAttributes(CAgg& attr, const XML_Char** atts, long long& bytes) {
+    // In a reply, element after element carries one of a few sets of attributes (the same
+    // xsi:type, say): the elements of one set share one map rather than each holding a copy.
+    if (m_attributeScope != namespaceGeneration()) {
+        // The declarations changed: the same names may now split otherwise.
+        m_attributeScope = namespaceGeneration();
+        m_attributeSetCount = 0;
+    }
+    if (m_unsharedAttributes > 0) {
+        // Sets met lately were all new (ids, say): for a while every element has a map of its
+        // own again, without a look for its set.
+        --m_unsharedAttributes;
+        bytes += fillAttributes(attr.toMap(), atts);
+        return;
+    }
+    m_rawAttributes.clear();
+    for (const XML_Char** att = atts; att[0]; att += 2) {
+        m_rawAttributes.append(att[0]).append(1, '\0');
+        m_rawAttributes.append(att[1] ? att[1] : "").append(1, '\0');
+        if (m_rawAttributes.size() > kMaxSharedAttributeBytes) {
+            bytes += fillAttributes(attr.toMap(), atts);
+            return;
+        }
+    }
+    for (size_t i = 0; i < m_attributeSetCount; ++i) {
+        if (m_attributeSets[i].raw != m_rawAttributes)
+            continue;
+        m_newAttributeSets = 0;
+        // A set met again moves up a place, so that the sets met most are found first and a
+        // new set takes the place of one met seldom.
+        size_t at = i;
+        if (at > 0) {
+            std::swap(m_attributeSets[at], m_attributeSets[at - 1]);
+            --at;
+        }
+        attr = m_attributeSets[at].map;
+        return;
+    }
+    if (++m_newAttributeSets >= kNewSetsBeforeUnshared) {
+        m_newAttributeSets = 0;
+        m_unsharedAttributes = kUnsharedElements;
+    }
+    if (m_attributeSetCount < kAttributeSets)
+        ++m_attributeSetCount;
+    AttributeSet& set = m_attributeSets[m_attributeSetCount - 1];
+    set.raw = m_rawAttributes;
+    set.map = CAgg();
+    bytes += fillAttributes(set.map.toMap(), atts);
+    set.map.shareMap();
+    attr = set.map;
+}
+
+long long CXML2CAgg::fillAttributes(CAgg::CAggMap& attr, const XML_Char** atts) {
+    long long bytes = kAttributeMapBytes;
+    for (const XML_Char** att = atts; att && att[0]; att += 2) {
+        // The key is normalizeQName's: URI, ":", local name.
+        const XMLString* attUri = attributeNamespace(att[0]);
+        if (attUri) {
+            m_key.assign(*attUri).append(1, ':').append(att[0] + attUri->size());
+        } else {
+            m_key.assign(att[0]);
+        }
+        // A later attribute of the same key replaces the earlier one.
+        CAgg& value =
+            attr.try_emplace(CEStr::adopt(makeText(m_key.data(), m_key.size()))).first->second;
+        const XML_Char* text = att[1] ? att[1] : "";
+        size_t textLength = std::strlen(text);
+        setText(value, text, textLength);
+        bytes += kAttributeBytes + static_cast<long long>(m_key.size() + textLength);
+    }
+    return bytes;
 }
 
 void CXML2CAgg::account(long long bytes) {

@@ -6,6 +6,10 @@
 // encoding that Expat cannot read, entity expansion past Expat's amplification limits, and
 // nesting deeper than kMaxDepth, and, for a parser given a budget, a tree whose estimated size
 // passes it. The partly built tree is then left in the root.
+//
+// Elements of the same attributes hold copies of one attribute map that share its entries, as
+// every element's nsDict shares the dictionary's (CAgg::shareMap): reading them keeps them
+// shared, and the first write to one gives that element entries of its own.
 #pragma once
 
 #include "xml/CXMLElement.h"
@@ -111,6 +115,13 @@ private:
     void flushText();
     /// Counts bytes more of tree; past the budget, stops the parse.
     void account(long long bytes);
+    /// Makes attr the attribute map of an element of those attributes (Expat's list of name
+    /// and value pairs, at least one). A set of attributes met on one of the last elements is
+    /// given as a copy of the map made for it, which shares that map's entries; bytes grows by
+    /// what a map made here holds.
+    void setAttributes(CAgg& attr, const XML_Char** atts, long long& bytes);
+    /// Puts the attributes into a map; returns what they hold, for the estimate.
+    long long fillAttributes(CAgg::CAggMap& attr, const XML_Char** atts);
 
     long m_depth = 0;
     CAgg m_root;
@@ -127,6 +138,30 @@ private:
     bool m_overBudget = false;
     // The key of the attribute in hand, kept to reuse its buffer.
     XMLString m_key;
+    /// A set of attributes met lately, as Expat gave them (each name and value followed by a
+    /// NUL), and the map of it that the elements with that set share.
+    struct AttributeSet {
+        std::string raw;
+        CAgg map;
+    };
+    static constexpr size_t kAttributeSets = 16;
+    // A set longer than this is given a map of its own, and not kept.
+    static constexpr size_t kMaxSharedAttributeBytes = 512;
+    // After this many new sets in a row, the next kUnsharedElements elements with attributes
+    // are given maps of their own at once.
+    static constexpr long kNewSetsBeforeUnshared = 32;
+    static constexpr long kUnsharedElements = 1024;
+    // The sets met lately, the ones met most first.
+    std::array<AttributeSet, kAttributeSets> m_attributeSets;
+    size_t m_attributeSetCount = 0;
+    long m_newAttributeSets = 0;
+    long m_unsharedAttributes = 0;
+    // The declarations in scope the sets were read under: a change can split names otherwise.
+    unsigned long m_attributeScope = 0;
+    // The attributes of the element in hand, as the sets are kept.
+    std::string m_rawAttributes;
+    // The empty map every element without attributes shares.
+    CAgg m_noAttributes;
     Keys m_keys;
     // The entries of an element's record in the order of their keys.
     std::array<Field, kFieldCount> m_fields;

@@ -349,6 +349,7 @@ bool CXMLParser::mayHaveURI(const XML_Char* tag) const {
 }
 
 void CXMLParser::namespacesChanged() {
+    ++m_namespaceGeneration;
     m_elementURIs = {};
     m_attributeURIs = {};
     m_uriStartsKnown = false;

@@ -121,6 +121,9 @@ public:
     /// The URI that normalizeQName takes for an attribute's tag, or null: the longest that
     /// begins the tag.
     const XMLString* attributeNamespace(const XML_Char* tag) const;
+    /// A count that moves on with every change of the declarations in scope: names split while
+    /// it stays the same split the same way.
+    unsigned long namespaceGeneration() const { return m_namespaceGeneration; }
 
     /// The Expat parser.
     XML_Parser handle() const { return m_parser; }
@@ -192,6 +195,7 @@ private:
     // that no URI can begin is known at its first byte. Made on demand.
     mutable std::bitset<256> m_uriStarts;
     mutable bool m_uriStartsKnown = false;
+    unsigned long m_namespaceGeneration = 0;
     // Every declaration now open, innermost last, and whether it was kept in m_namespaces: an
     // undeclaration (xmlns="") is not, and its end must not take away the one it hides.
     std::vector<std::pair<XMLString, bool>> m_openDeclarations;

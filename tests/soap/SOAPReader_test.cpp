@@ -60,6 +60,10 @@ TEST(SOAPReader, ReadsRepliesIntoValues) {
          R"({"multiRef":["a"],"urn:pairs:getPairResponse":{"left":{"x":1,"y":7},"list":["a"],)"
          R"("right":{"x":1,"y":7}}})"},
         {"header-and-body-soap12.xml", kEncoded, R"({"urn:echo:echoResponse":{"return":"hi"}})"},
+        // References to values the reply does not hold stay as they are.
+        {"encoded-reference-to-no-value.xml", kEncoded,
+         R"({"urn:ref:getResponse":{"found":{"soap_href_id":"#nowhere"},)"
+         R"("picture":{"soap_href_id":"cid:nothing@here"}}})"},
         {"literal-repeated-and-struct.xml", kLiteral,
          R"({"urn:shop:getItemsResponse":{"item":["apple","pear","plum"]},)"
          R"("urn:shop:summary":{"note":"b","total":"3"}})"},
@@ -187,4 +191,48 @@ TEST(SOAPReader, SendsAnXMLMessageOnAsTheSameValues) {
     CAgg tree = writer->writeMessage();
     CAgg again = readBody(serialize(tree), kLiteral);
     EXPECT_EQ(dump(again), dump(original));
+}
+
+TEST(SOAPReader, AnXMLMessagesRecordsOfTheSameAttributesChangeAlone) {
+    // The parser lets elements of the same attributes share them; the records read from them
+    // still change one at a time.
+    FakeHost host;
+    CAgg message = readBody(readData("literal-items-of-the-same-attributes.xml"), kLiteralMessage);
+    CAgg& items = message["soapValue"][0L]["soapValue"];
+    ASSERT_EQ(items.toVector().size(), 3u);
+    items[0L]["soapAttributes"]["grade"] = CAgg("B");
+    items[1L]["soapAttributes"].remove("unit");
+    const char* const expected[] = {R"({"grade":"B","unit":"kg"})", R"({"grade":"A"})",
+                                    R"({"grade":"A","unit":"kg"})"};
+    for (long i = 0; i < 3; ++i)
+        EXPECT_EQ(dump(items[i]["soapAttributes"]), expected[i]) << i;
+}
+
+TEST(SOAPReader, ReadsTheDocumentItHoldsOnceAndLeavesOthersAlone) {
+    // A reader frees the nodes of its own document as it reads them; a document it was given
+    // to copy stays as it was.
+    FakeHost host;
+    struct Case {
+        const char* file;
+        Style style;
+    };
+    const Case cases[] = {
+        {"encoded-multiref-shared.xml", kEncoded},
+        {"literal-repeated-and-struct.xml", kLiteral},
+        {"literal-items-of-the-same-attributes.xml", kLiteralMessage},
+    };
+    for (const Case& c : cases) {
+        CAgg document = parse(readData(c.file));
+        const std::string before = dump(document);
+        std::unique_ptr<CSOAPReader> reader = readerFor(document, c.style);
+        CAgg header = reader->readHeader();
+        CAgg first = reader->readBody(nullptr);
+        EXPECT_EQ(dump(document), before) << c.file;
+
+        // Read again, the held document gives nothing more; a fresh copy reads the same.
+        CAgg again = reader->readBody(nullptr);
+        EXPECT_EQ(dump(again), "null") << c.file;
+        CAgg fresh = readerFor(document, c.style)->readBody(nullptr);
+        EXPECT_EQ(dump(fresh), dump(first)) << c.file;
+    }
 }

@@ -27,6 +27,8 @@ const char* const kParsedDocuments[] = {
     "text-runs",
     "entities-and-markup-leave-text-only",
     "attributes",
+    "attributes-repeated-on-many-elements",
+    "attributes-split-by-the-declarations-in-scope",
     "element-and-attribute-split-differently",
     "names-split-alike-when-repeated",
     "default-namespace-undeclared",
@@ -258,6 +260,77 @@ TEST_F(XML2CAgg, ATreePastItsBudgetStopsTheParse) {
             EXPECT_TRUE(c.budget == 0 || parser.treeBytes() <= c.budget) << which;
         }
     }
+}
+
+TEST_F(XML2CAgg, AnElementsAttributesChangeAloneThoughOthersHadTheSame) {
+    // Elements of the same attributes, or of none, may hold them in one map: a write through
+    // the view, or straight into the record, changes that element alone.
+    const std::string text = "<r><a t=\"1\" u=\"2\"/><a t=\"1\" u=\"2\"/><a t=\"1\" u=\"2\"/>"
+                             "<a t=\"1\" u=\"2\"/><b/><b/></r>";
+    CXML2CAgg parser;
+    ASSERT_EQ(parser.parse(text.data(), static_cast<int>(text.size()), 1), 1);
+    CAgg::CAggVector& children = CXMLElement(parser.getRoot()).children();
+    ASSERT_EQ(children.size(), 6u);
+    CXMLElement(children[0]).setAttribute("t", "9");
+    CXMLElement(children[1]).attributes().remove("u");
+    children[2][kXMLKeyAttr]["v"] = CAgg("3");
+    CXMLElement(children[4]).setAttribute("n", "1");
+    const char* const expected[] = {
+        R"( "t"="9" "u"="2")", R"( "t"="1")", R"( "t"="1" "u"="2" "v"="3")",
+        R"( "t"="1" "u"="2")", R"( "n"="1")", "",
+    };
+    for (size_t i = 0; i < children.size(); ++i) {
+        CAgg copy(children[i][kXMLKeyAttr]);
+        EXPECT_EQ(xmltest::shownMap(copy), expected[i]) << i;
+    }
+}
+
+TEST_F(XML2CAgg, EachElementHasItsOwnAttributesWhateverSetsCameBefore) {
+    // Runs of elements whose attributes are all different (ids), then elements of a few sets
+    // over and over, in runs long and short.
+    for (int distinct : {0, 3, 40, 2000}) {
+        std::string text = "<r>";
+        for (int i = 0; i < distinct; ++i)
+            text += "<w id=\"i" + std::to_string(i) + "\"/>";
+        for (int i = 0; i < 30; ++i)
+            text +=
+                "<v t=\"" + std::to_string(i % 3) + "\"/><w id=\"j" + std::to_string(i) + "\"/>";
+        text += "</r>";
+        CXML2CAgg parser;
+        ASSERT_EQ(parser.parse(text.data(), static_cast<int>(text.size()), 1), 1) << distinct;
+        CAgg::CAggVector& children = CXMLElement(parser.getRoot()).children();
+        ASSERT_EQ(children.size(), static_cast<size_t>(distinct + 60)) << distinct;
+        for (size_t i = 0; i < children.size(); ++i) {
+            bool repeated = i >= static_cast<size_t>(distinct) && (i - distinct) % 2 == 0;
+            size_t n = i < static_cast<size_t>(distinct) ? i : (i - distinct) / 2;
+            std::string expected = repeated ? R"( "t"=")" + std::to_string(n % 3) + "\""
+                                   : i < static_cast<size_t>(distinct)
+                                       ? R"( "id"="i)" + std::to_string(n) + "\""
+                                       : R"( "id"="j)" + std::to_string(n) + "\"";
+            CAgg copy(children[i][kXMLKeyAttr]);
+            ASSERT_EQ(xmltest::shownMap(copy), expected) << distinct << " " << i;
+        }
+    }
+}
+
+TEST_F(XML2CAgg, TheTreeEstimateCountsAnAttributeMapOncePerMapMade) {
+    // The estimate follows what is held: elements of one set of attributes hold one map
+    // between them, elements of sets all different a map each.
+    const size_t count = 1000;
+    std::string distinct;
+    for (size_t i = 0; i < count; ++i)
+        distinct += "<v t=\"" + std::to_string(i) + "\">1</v>";
+    auto estimate = [](const std::string& body) {
+        CXML2CAgg parser;
+        std::string text = "<r>" + body + "</r>";
+        EXPECT_EQ(parser.parse(text.data(), static_cast<int>(text.size()), 1), 1);
+        return parser.treeBytes();
+    };
+    long long none = estimate(repeated("<v>1</v>", count));
+    long long same = estimate(repeated("<v t=\"x\">1</v>", count));
+    long long different = estimate(distinct);
+    EXPECT_LT(same - none, 1000);
+    EXPECT_GT(different - none, static_cast<long long>(count) * 100);
 }
 
 TEST_F(XML2CAgg, NestingIsBoundedAndNeverRunsTheStackOut) {
