@@ -48,42 +48,56 @@ bool attach(CAgg& map, const CEStr& name, CMultipartWriter& writer, CAgg& attach
     return true;
 }
 
-bool scan(CAgg& value, const CEStr& name, CMultipartWriter* writer, CAgg* attachments, long depth,
+bool scan(CAgg& value, const CEStr& name, CMultipartWriter& writer, CAgg& attachments, long depth,
           bool& found) {
     // The writer refuses a request nested this deep; the walk stops there as well.
     if (depth > CSOAPWriter::kMaxDepth)
         return true;
     if (isAttachment(value)) {
         found = true;
-        return !writer || attach(value, name, *writer, *attachments);
+        return attach(value, name, writer, attachments);
     }
     bool ok = true;
     if (value.getType() == CAgg::eVector) {
         CEStr none("", kEStrPDFDoc);
-        for (CAgg& item : value.toVector()) {
+        for (CAgg& item : value.toVector())
             ok = ok && scan(item, none, writer, attachments, depth + 1, found);
-            if (found && !writer)
-                return true;
-        }
     } else if (CAggIsMap(value)) {
         CAggForEachEntry(value, [&](const CEStr& key, CAgg& item) {
-            if (ok && !(found && !writer))
-                ok = scan(item, key, writer, attachments, depth + 1, found);
+            ok = ok && scan(item, key, writer, attachments, depth + 1, found);
         });
     }
     return ok;
 }
 
+// Whether any map below holds an attachment. Names play no part here, so none is made: this
+// runs on every request, and most hold none.
+bool holdsAttachment(CAgg& value, long depth) {
+    if (depth > CSOAPWriter::kMaxDepth)
+        return false;
+    if (isAttachment(value))
+        return true;
+    bool found = false;
+    if (value.getType() == CAgg::eVector) {
+        for (CAgg& item : value.toVector()) {
+            if (holdsAttachment(item, depth + 1))
+                return true;
+        }
+    } else if (CAggIsMap(value)) {
+        CAggForEachChild(value,
+                         [&](CAgg& item) { found = found || holdsAttachment(item, depth + 1); });
+    }
+    return found;
+}
+
 } // namespace
 
 bool SOAPHasAttachments(CAgg& value) {
-    bool found = false;
-    scan(value, CEStr("", kEStrPDFDoc), nullptr, nullptr, 0, found);
-    return found;
+    return holdsAttachment(value, 0);
 }
 
 bool SOAPScanAttachments(CAgg& request, CMultipartWriter& writer, CAgg& attachments) {
     bool found = false;
     attachments.toMap();
-    return scan(request, CEStr("", kEStrPDFDoc), &writer, &attachments, 0, found);
+    return scan(request, CEStr("", kEStrPDFDoc), writer, attachments, 0, found);
 }
