@@ -425,13 +425,38 @@ TEST_F(CAggCore, ClipboardDataIsSharedByCountAndDestroyedWithTheLastHolder) {
 }
 
 TEST_F(CAggCore, ADeepTreeIsFreedWithoutDeepRecursion) {
-    auto* deep = new CAgg();
-    CAgg* level = deep;
-    for (int i = 0; i < 200000; ++i)
-        level = &(*level)[i % 2 ? 0L : 1L];
-    *level = CAgg("bottom");
-    delete deep;
-    SUCCEED();
+    // Every kind of collection nested far deeper than a stack would take by recursion. Each
+    // level also holds a string, so that a leak checker sees any level that is not freed. A
+    // copy of a shared map near the top keeps the tree below it alive after the first goes.
+    enum Kind { kVector, kMap, kAtomMap, kSharedMap, kMixed };
+    for (Kind kind : {kVector, kMap, kAtomMap, kSharedMap, kMixed}) {
+        SCOPED_TRACE(kind);
+        CAgg keeper;
+        auto* deep = new CAgg("bottom");
+        for (int i = 0; i < 200000; ++i) {
+            Kind levelKind = kind == kMixed ? static_cast<Kind>(i % 4) : kind;
+            CAgg level;
+            if (levelKind == kVector) {
+                level[1L] = std::move(*deep);
+                level[0L] = CAgg("text");
+            } else if (levelKind == kAtomMap) {
+                level[static_cast<unsigned short>(1)] = std::move(*deep);
+                level[static_cast<unsigned short>(2)] = CAgg("text");
+            } else {
+                level["child"] = std::move(*deep);
+                level["text"] = CAgg("text");
+            }
+            if (levelKind == kSharedMap) {
+                level.shareMap();
+                if (i > 199000 && keeper.getType() == CAgg::eVoid)
+                    keeper = level;
+            }
+            *deep = std::move(level);
+        }
+        delete deep;
+        EXPECT_EQ(keeper.has("child"), kind == kSharedMap || kind == kMixed);
+        keeper = CAgg();
+    }
 }
 
 TEST_F(CAggCore, LookupsByAtomAndValueReadWithoutChanging) {
