@@ -266,8 +266,8 @@ bool releaseSharedMap(CAgg::CAggMap* map) noexcept {
 
 void CAgg::shareMap() {
     toMap();
-    auto* body = new SharedMapBody(std::move(*m_payload.map));
-    delete m_payload.map;
+    auto* body = CAggNewHolder<SharedMapBody>(std::move(*m_payload.map));
+    CAggDeleteHolder(m_payload.map);
     m_payload.map = body;
     m_sharedMap = true;
 }
@@ -275,11 +275,11 @@ void CAgg::shareMap() {
 void CAgg::unshareMap() {
     auto* body = static_cast<SharedMapBody*>(m_payload.map);
     // The last sharer takes the entries over; any other copies them.
-    auto own = body->sharers.load() == 1 ? std::make_unique<CAggMap>(std::move(*body))
-                                         : std::make_unique<CAggMap>(*body);
+    CAggMap* own = body->sharers.load() == 1 ? CAggNewHolder<CAggMap>(std::move(*body))
+                                             : CAggNewHolder<CAggMap>(*body);
     if (releaseSharedMap(body))
-        delete body;
-    m_payload.map = own.release();
+        CAggDeleteHolder(body);
+    m_payload.map = own;
     m_sharedMap = false;
 }
 
@@ -306,14 +306,14 @@ void CAgg::copyFrom(const CAgg& other) {
             m_payload.map = from.map;
             m_sharedMap = true;
         } else {
-            m_payload.map = new CAggMap(*from.map);
+            m_payload.map = CAggNewHolder<CAggMap>(*from.map);
         }
         break;
     case eQsAtomMap:
         m_payload.atomMap = CAggAtomMap::makeCopy(*from.atomMap);
         break;
     case eVector:
-        m_payload.vector = new CAggVector(*from.vector);
+        m_payload.vector = CAggNewHolder<CAggVector>(*from.vector);
         break;
     case eQsStm:
         // The stream itself is shared: with the owner flag set there are now two owners.
@@ -427,7 +427,7 @@ void CAgg::freeCollectionAt(int depth, std::vector<CAgg>& deferred) noexcept {
     case eVector:
         for (CAgg& element : *m_payload.vector)
             element.releaseAt(depth + 1, deferred);
-        delete m_payload.vector;
+        CAggDeleteHolder(m_payload.vector);
         break;
     default:
         // A shared body is freed by the last of its sharers.
@@ -436,9 +436,9 @@ void CAgg::freeCollectionAt(int depth, std::vector<CAgg>& deferred) noexcept {
         for (auto& entry : *m_payload.map)
             entry.second.releaseAt(depth + 1, deferred);
         if (m_sharedMap)
-            delete static_cast<SharedMapBody*>(m_payload.map);
+            CAggDeleteHolder(static_cast<SharedMapBody*>(m_payload.map));
         else
-            delete m_payload.map;
+            CAggDeleteHolder(m_payload.map);
         break;
     }
     m_type = eVoid;

@@ -447,8 +447,9 @@ private:
     void lobFromCollection(bool (&mask)[kTypeCount]);
     void rebindLobObj();
     void setEStr(EStr adopted);
-    void setVector(CAggVector* adopted);
-    void setMap(CAggMap* adopted);
+    /// The value becomes a vector or a map of the entries moved in.
+    void setVector(CAggVector&& elements);
+    void setMap(CAggMap&& entries);
     void setAtomMap(CAggQsAtomMap* adopted);
     void fixedFromVector(CAggType target);
     void geometryToVector();
