@@ -14,6 +14,7 @@
 #include <cmath>
 #include <memory>
 #include <string>
+#include <thread>
 #include <type_traits>
 #include <vector>
 
@@ -457,6 +458,35 @@ TEST_F(CAggCore, ADeepTreeIsFreedWithoutDeepRecursion) {
         EXPECT_EQ(keeper.has("child"), kind == kSharedMap || kind == kMixed);
         keeper = CAgg();
     }
+}
+
+TEST_F(CAggCore, ATreeOutlivesTheThreadThatBuiltIt) {
+    // The maps, vectors and strings of a tree come from the building thread's small blocks; a
+    // tree handed on is read, copied, changed and freed by another thread, after the first has
+    // ended, and a copy sharing a map with it is freed on a third.
+    CAgg tree;
+    CAgg sharer;
+    std::thread builder([&] {
+        CAgg made;
+        for (int i = 0; i < 2000; ++i) {
+            CAgg& item = made["items"][static_cast<long>(i)];
+            item["name"] = CAgg(("item " + std::to_string(i)).c_str());
+            item[QsAtomFromString("n")] = CAgg(static_cast<long>(i));
+        }
+        made["scope"]["xsd"] = CAgg("http://www.w3.org/2001/XMLSchema");
+        made["scope"].shareMap();
+        sharer = made["scope"];
+        tree = std::move(made);
+    });
+    builder.join();
+    CAgg copy(tree);
+    EXPECT_TRUE(copy == tree);
+    copy["items"][5L]["name"] = CAgg("changed");
+    EXPECT_EQ(bytesOf(tree["items"][5L]["name"].toEStr()), "item 5");
+    std::thread([&] { sharer = CAgg(); }).join();
+    tree = CAgg();
+    EXPECT_EQ(bytesOf(copy["items"][1999L]["name"].toEStr()), "item 1999");
+    EXPECT_EQ(bytesOf(copy["scope"]["xsd"].toEStr()), "http://www.w3.org/2001/XMLSchema");
 }
 
 TEST_F(CAggCore, LookupsByAtomAndValueReadWithoutChanging) {
