@@ -290,9 +290,22 @@ struct ThreadPool {
     }
 };
 
+// The pool lives on the heap and only this holder and tPool are thread-locals: the plug-in's
+// thread-locals then stay small enough for the loader to place them in the static TLS block,
+// where reaching them is a load of a fixed offset.
+struct ThreadPoolHolder {
+    ThreadPool* pool = nullptr;
+    ~ThreadPoolHolder() {
+        delete pool;
+        pool = nullptr;
+    }
+};
+
 ThreadPool* makeThreadPool() {
-    thread_local ThreadPool pool;
-    tPool = &pool;
+    thread_local ThreadPoolHolder holder;
+    if (!holder.pool)
+        holder.pool = new ThreadPool;
+    tPool = holder.pool;
     return tPool;
 }
 
