@@ -206,10 +206,6 @@ CAgg::CAgg(void* icon) : CAgg() {
     m_type = eVxIcon;
 }
 
-CAgg::~CAgg() {
-    setVoid();
-}
-
 void CAgg::takeEStr(EStr text) {
     if (m_type != eVoid)
         setVoid();
@@ -261,18 +257,17 @@ struct SharedMapBody : CAgg::CAggMap {
     std::atomic<long> sharers{1};
 };
 
-void releaseSharedMap(CAgg::CAggMap* map) noexcept {
-    auto* body = static_cast<SharedMapBody*>(map);
-    if (body->sharers.fetch_sub(1) == 1)
-        delete body;
+// Lowers the count of the body's sharers: true when this was the last one, which then frees it.
+bool releaseSharedMap(CAgg::CAggMap* map) noexcept {
+    return static_cast<SharedMapBody*>(map)->sharers.fetch_sub(1) == 1;
 }
 
 } // namespace
 
 void CAgg::shareMap() {
     toMap();
-    auto* body = new SharedMapBody(std::move(*m_payload.map));
-    delete m_payload.map;
+    auto* body = CAggNewHolder<SharedMapBody>(std::move(*m_payload.map));
+    CAggDeleteHolder(m_payload.map);
     m_payload.map = body;
     m_sharedMap = true;
 }
@@ -280,10 +275,11 @@ void CAgg::shareMap() {
 void CAgg::unshareMap() {
     auto* body = static_cast<SharedMapBody*>(m_payload.map);
     // The last sharer takes the entries over; any other copies them.
-    auto own = body->sharers.load() == 1 ? std::make_unique<CAggMap>(std::move(*body))
-                                         : std::make_unique<CAggMap>(*body);
-    releaseSharedMap(body);
-    m_payload.map = own.release();
+    CAggMap* own = body->sharers.load() == 1 ? CAggNewHolder<CAggMap>(std::move(*body))
+                                             : CAggNewHolder<CAggMap>(*body);
+    if (releaseSharedMap(body))
+        CAggDeleteHolder(body);
+    m_payload.map = own;
     m_sharedMap = false;
 }
 
@@ -310,14 +306,14 @@ void CAgg::copyFrom(const CAgg& other) {
             m_payload.map = from.map;
             m_sharedMap = true;
         } else {
-            m_payload.map = new CAggMap(*from.map);
+            m_payload.map = CAggNewHolder<CAggMap>(*from.map);
         }
         break;
     case eQsAtomMap:
         m_payload.atomMap = CAggAtomMap::makeCopy(*from.atomMap);
         break;
     case eVector:
-        m_payload.vector = new CAggVector(*from.vector);
+        m_payload.vector = CAggNewHolder<CAggVector>(*from.vector);
         break;
     case eQsStm:
         // The stream itself is shared: with the owner flag set there are now two owners.
@@ -378,38 +374,75 @@ void CAgg::freePayload() noexcept {
 }
 
 void CAgg::freeCollection() noexcept {
-    // Collections free their children by recursion down to a bounded depth; a collection
-    // deeper than that is set aside and freed by the outermost call, so that the depth of a
-    // tree never becomes the depth of the stack.
-    thread_local int depth = 0;
-    thread_local bool draining = false;
-    thread_local std::vector<CAgg> deferred;
+    // The tree is freed by one walk that carries its depth. A collection deeper than
+    // kFreeDepth is set aside and freed by this outermost call after the walk, so that the
+    // depth of a tree never becomes the depth of the stack.
+    std::vector<CAgg> deferred;
+    freeCollectionAt(0, deferred);
+    while (!deferred.empty()) {
+        CAgg next;
+        next.swapWith(deferred.back());
+        deferred.pop_back();
+        next.freeCollectionAt(0, deferred);
+    }
+}
+
+void CAgg::releaseAt(int depth, std::vector<CAgg>& deferred) noexcept {
+    switch (m_type) {
+    case eVoid:
+    case eQsAtom:
+    case eQsInt32:
+    case eQsBool:
+    case eDouble:
+        break;
+    case eEStr:
+        EStrDelete(m_payload.estr);
+        break;
+    case eMap:
+    case eQsAtomMap:
+    case eVector:
+        freeCollectionAt(depth, deferred);
+        break;
+    default:
+        freePayload();
+        break;
+    }
+    m_type = eVoid;
+}
+
+void CAgg::freeCollectionAt(int depth, std::vector<CAgg>& deferred) noexcept {
     if (depth >= kFreeDepth) {
         deferred.emplace_back();
         deferred.back().swapWith(*this);
         return;
     }
-    ++depth;
-    if (m_type == eMap && m_sharedMap)
-        releaseSharedMap(m_payload.map);
-    else if (m_type == eMap)
-        delete m_payload.map;
-    else if (m_type == eQsAtomMap)
+    // The children are freed here, one level down, and the container then holds only void
+    // values, which its own destructor passes over.
+    switch (m_type) {
+    case eQsAtomMap:
+        for (auto& entry : *m_payload.atomMap)
+            entry.second.releaseAt(depth + 1, deferred);
         CAggAtomMap::destroy(m_payload.atomMap);
-    else
-        delete m_payload.vector;
+        break;
+    case eVector:
+        for (CAgg& element : *m_payload.vector)
+            element.releaseAt(depth + 1, deferred);
+        CAggDeleteHolder(m_payload.vector);
+        break;
+    default:
+        // A shared body is freed by the last of its sharers.
+        if (m_sharedMap && !releaseSharedMap(m_payload.map))
+            break;
+        for (auto& entry : *m_payload.map)
+            entry.second.releaseAt(depth + 1, deferred);
+        if (m_sharedMap)
+            CAggDeleteHolder(static_cast<SharedMapBody*>(m_payload.map));
+        else
+            CAggDeleteHolder(m_payload.map);
+        break;
+    }
     m_type = eVoid;
     m_sharedMap = false;
-    --depth;
-    if (depth > 0 || draining)
-        return;
-    draining = true;
-    while (!deferred.empty()) {
-        CAgg next;
-        next.swapWith(deferred.back());
-        deferred.pop_back();
-    }
-    draining = false;
 }
 
 bool CAgg::operator==(const CAgg& other) const {

@@ -163,7 +163,10 @@ public:
     explicit CAgg(const QsFixedMatrix* matrix);
     /// An icon handle, or any other pointer of the viewer's.
     explicit CAgg(void* icon);
-    ~CAgg();
+    ~CAgg() {
+        if (m_type != eVoid)
+            freePayload();
+    }
     /// An empty atom map with room for `room` entries made in one piece with it, for a caller
     /// that knows how many entries are coming.
     static CAgg atomMapWithRoom(size_t room);
@@ -397,6 +400,10 @@ private:
     void copyFrom(const CAgg& other);
     void freePayload() noexcept;
     void freeCollection() noexcept;
+    /// Frees the payload as a part of a tree `depth` levels down; collections too deep are
+    /// moved to `deferred` instead.
+    void releaseAt(int depth, std::vector<CAgg>& deferred) noexcept;
+    void freeCollectionAt(int depth, std::vector<CAgg>& deferred) noexcept;
     void setVoid() noexcept;
     void swapWith(CAgg& other) noexcept;
     CAgg& entry(const _EStrRec* key);
@@ -440,8 +447,9 @@ private:
     void lobFromCollection(bool (&mask)[kTypeCount]);
     void rebindLobObj();
     void setEStr(EStr adopted);
-    void setVector(CAggVector* adopted);
-    void setMap(CAggMap* adopted);
+    /// The value becomes a vector or a map of the entries moved in.
+    void setVector(CAggVector&& elements);
+    void setMap(CAggMap&& entries);
     void setAtomMap(CAggQsAtomMap* adopted);
     void fixedFromVector(CAggType target);
     void geometryToVector();

@@ -57,10 +57,10 @@ void CAgg::convertMap(bool (&mask)[kTypeCount]) {
     }
     if (mask[eVector]) {
         // Keys that are no number all land on index 0, the last one winning; holes stay void.
-        auto elements = std::make_unique<CAggVector>();
+        CAggVector elements;
         for (auto& [key, value] : entries)
-            placeAt(*elements, vectorIndexOfKey(key), std::move(value));
-        return setVector(elements.release());
+            placeAt(elements, vectorIndexOfKey(key), std::move(value));
+        return setVector(std::move(elements));
     }
     if (wantsLob(mask))
         return lobFromCollection(mask);
@@ -70,16 +70,16 @@ void CAgg::convertMap(bool (&mask)[kTypeCount]) {
 void CAgg::convertQsAtomMap(bool (&mask)[kTypeCount]) {
     CAggQsAtomMap& entries = *m_payload.atomMap;
     if (mask[eMap]) {
-        auto texts = std::make_unique<CAggMap>();
+        CAggMap texts;
         for (auto& [atom, value] : entries)
-            (*texts)[CEStr(QsAtomGetString(atom), kEStrPDFDoc)] = std::move(value);
-        return setMap(texts.release());
+            texts[CEStr(QsAtomGetString(atom), kEStrPDFDoc)] = std::move(value);
+        return setMap(std::move(texts));
     }
     if (mask[eVector]) {
-        auto elements = std::make_unique<CAggVector>();
+        CAggVector elements;
         for (auto& [atom, value] : entries)
-            placeAt(*elements, miAtoi(QsAtomGetString(atom)), std::move(value));
-        return setVector(elements.release());
+            placeAt(elements, miAtoi(QsAtomGetString(atom)), std::move(value));
+        return setVector(std::move(elements));
     }
     if (wantsLob(mask))
         return lobFromCollection(mask);
@@ -91,10 +91,10 @@ void CAgg::convertVector(bool (&mask)[kTypeCount]) {
     if (mask[eMap]) {
         // The keys are the indices in the host encoding, so they are not numeric keys: they
         // order as text ("10" before "2").
-        auto texts = std::make_unique<CAggMap>();
+        CAggMap texts;
         for (size_t i = 0; i < elements.size(); ++i)
-            texts->emplace(indexKey(i), std::move(elements[i]));
-        return setMap(texts.release());
+            texts.emplace(indexKey(i), std::move(elements[i]));
+        return setMap(std::move(texts));
     }
     if (mask[eQsAtomMap]) {
         auto atoms = std::make_unique<CAggQsAtomMap>();
@@ -139,32 +139,32 @@ void CAgg::map2VectorPERLStyle() {
         convert(eMap);
     if (m_sharedMap)
         unshareMap();
-    auto flat = std::make_unique<CAggVector>();
+    CAggVector flat;
     if (m_type == eMap) {
-        flat->reserve(m_payload.map->size() * 2);
+        flat.reserve(m_payload.map->size() * 2);
         for (auto& [key, value] : *m_payload.map) {
-            flat->emplace_back(key.isNull() ? CAgg() : CAgg(key.get()));
-            flat->push_back(std::move(value));
+            flat.emplace_back(key.isNull() ? CAgg() : CAgg(key.get()));
+            flat.push_back(std::move(value));
         }
     } else {
-        flat->reserve(m_payload.atomMap->size() * 2);
+        flat.reserve(m_payload.atomMap->size() * 2);
         for (auto& [atom, value] : *m_payload.atomMap) {
             CAgg key;
             key.toQsAtom() = atom;
-            flat->push_back(std::move(key));
-            flat->push_back(std::move(value));
+            flat.push_back(std::move(key));
+            flat.push_back(std::move(value));
         }
     }
-    setVector(flat.release());
+    setVector(std::move(flat));
 }
 
 void CAgg::vector2MapPERLStyle() {
     CAggVector& flat = toVector();
-    auto entries = std::make_unique<CAggMap>();
+    CAggMap entries;
     // A later duplicate key overwrites an earlier one; a last key without a value is dropped.
     for (size_t i = 0; i + 1 < flat.size(); i += 2)
-        (*entries)[CEStr(flat[i].toEStr())] = std::move(flat[i + 1]);
-    setMap(entries.release());
+        entries[CEStr(flat[i].toEStr())] = std::move(flat[i + 1]);
+    setMap(std::move(entries));
 }
 
 void CAgg::vector2QsAtomMapPERLStyle() {
@@ -182,14 +182,14 @@ void CAgg::splitVector(long n) {
     CAggVector& elements = toVector();
     auto size = static_cast<size_t>(n);
     size_t groups = elements.size() / size + (elements.size() % size ? 1 : 0);
-    auto parts = std::make_unique<CAggVector>(groups);
+    CAggVector parts(groups);
     for (size_t i = 0; i < elements.size(); ++i) {
-        CAggVector& part = (*parts)[i / size].toVector();
+        CAggVector& part = parts[i / size].toVector();
         if (part.empty())
             part.reserve(std::min(size, elements.size() - i));
         part.push_back(std::move(elements[i]));
     }
-    setVector(parts.release());
+    setVector(std::move(parts));
 }
 
 void CAgg::splitVectorLobArray(long n) {
@@ -203,7 +203,7 @@ void CAgg::splitVectorLobArray(long n) {
 
 void CAgg::joinVector() {
     CAggVector& elements = toVector();
-    auto joined = std::make_unique<CAggVector>();
+    CAggVector joined;
     size_t seen = 0;
     for (size_t i = 0; i < elements.size(); ++i) {
         // An array object gives its elements as objects; anything else is read as a vector.
@@ -211,10 +211,10 @@ void CAgg::joinVector() {
         seen += inner.size();
         // Room for the whole result at the mean size seen so far; growth stays geometric.
         size_t expected = seen / (i + 1) * elements.size();
-        if (expected > joined->capacity())
-            joined->reserve(std::max(expected, joined->capacity() * 2));
+        if (expected > joined.capacity())
+            joined.reserve(std::max(expected, joined.capacity() * 2));
         for (CAgg& element : inner)
-            joined->push_back(std::move(element));
+            joined.push_back(std::move(element));
     }
-    setVector(joined.release());
+    setVector(std::move(joined));
 }

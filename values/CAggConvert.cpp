@@ -289,10 +289,10 @@ void CAgg::makeEmpty(CAggType t) {
         m_payload.atomMap = CAggAtomMap::make(CAggAtomMap::kDefaultRoom);
         break;
     case eMap:
-        m_payload.map = new CAggMap();
+        m_payload.map = CAggNewHolder<CAggMap>();
         break;
     case eVector:
-        m_payload.vector = new CAggVector();
+        m_payload.vector = CAggNewHolder<CAggVector>();
         break;
     case eDkActionClipboardData:
         // The empty holder counts its one owner, as every other holder does, so that a copy
@@ -358,15 +358,17 @@ void CAgg::setEStr(EStr adopted) {
     m_type = eEStr;
 }
 
-void CAgg::setVector(CAggVector* adopted) {
+void CAgg::setVector(CAggVector&& elements) {
+    CAggVector* holder = CAggNewHolder<CAggVector>(std::move(elements));
     setVoid();
-    m_payload.vector = adopted;
+    m_payload.vector = holder;
     m_type = eVector;
 }
 
-void CAgg::setMap(CAggMap* adopted) {
+void CAgg::setMap(CAggMap&& entries) {
+    CAggMap* holder = CAggNewHolder<CAggMap>(std::move(entries));
     setVoid();
-    m_payload.map = adopted;
+    m_payload.map = holder;
     m_type = eMap;
 }
 

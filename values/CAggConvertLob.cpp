@@ -227,26 +227,26 @@ void CAgg::lobToCollection(CAggType target) {
                           : LobObjType::Null;
     // One level: the elements stay objects. A failing read keeps what was read before it.
     if (type == LobObjType::Array) {
-        auto elements = std::make_unique<CAggVector>();
+        CAggVector elements;
         HostFrame guard;
         guard.run([&] {
             long length = gLobHFT->arrayLength(object);
             for (long i = 0; i < length; ++i)
-                elements->emplace_back(gLobHFT->arrayGet(object, i));
+                elements.emplace_back(gLobHFT->arrayGet(object, i));
         });
-        setVector(elements.release());
+        setVector(std::move(elements));
         convert(target);
         return;
     }
     if (type == LobObjType::Dict) {
-        auto entries = std::make_unique<CAggMap>();
+        CAggMap entries;
         HostFrame guard;
         guard.run([&] {
             for (const std::string& key : gLobHFT->dictKeys(object))
-                (*entries)[CEStr(key.c_str(), kEStrPDFDoc)] =
+                entries[CEStr(key.c_str(), kEStrPDFDoc)] =
                     CAgg(gLobHFT->dictGet(object, key.c_str()));
         });
-        setMap(entries.release());
+        setMap(std::move(entries));
         convert(target);
         return;
     }

@@ -44,13 +44,13 @@ void CAgg::convertDkColorValueRec(bool (&mask)[kTypeCount]) {
     if (!mask[eVector])
         return convertvoid(mask);
     DkColorValueRec colour = m_payload.colour;
-    auto elements = std::make_unique<CAggVector>();
+    CAggVector elements;
     int count = DkColorSpaceComponents(colour.space);
-    elements->reserve(static_cast<size_t>(count) + 1);
-    elements->emplace_back(CEStr(colourSpaceName(colour.space), kEStrPDFDoc).get());
+    elements.reserve(static_cast<size_t>(count) + 1);
+    elements.emplace_back(CEStr(colourSpaceName(colour.space), kEStrPDFDoc).get());
     for (int i = 0; i < count; ++i)
-        elements->emplace_back(QsFixedToDouble(colour.value[i]));
-    setVector(elements.release());
+        elements.emplace_back(QsFixedToDouble(colour.value[i]));
+    setVector(std::move(elements));
 }
 
 void CAgg::colourFromVector() {
@@ -116,11 +116,11 @@ void CAgg::geometryToVector() {
     QsFixed words[8];
     int count = fixedWordCount(m_type);
     std::memcpy(words, &m_payload, sizeof(QsFixed) * static_cast<size_t>(count));
-    auto elements = std::make_unique<CAggVector>();
-    elements->reserve(static_cast<size_t>(count));
+    CAggVector elements;
+    elements.reserve(static_cast<size_t>(count));
     for (int i = 0; i < count; ++i)
-        elements->emplace_back(QsFixedToDouble(words[i]));
-    setVector(elements.release());
+        elements.emplace_back(QsFixedToDouble(words[i]));
+    setVector(std::move(elements));
 }
 
 void CAgg::convertFixedRect(bool (&mask)[kTypeCount]) {

@@ -5,6 +5,28 @@
 #include "frame/host/ICore.h"
 #include "values/CAgg.h"
 #include "values/EStr.h"
+#include "values/SmallBlocks.h"
+
+#include <new>
+#include <utility>
+
+/// A holder of a CAgg payload (a map or a vector object) made in a small block: holders are
+/// made and freed once for every collection of a tree, as its strings are. Free it with
+/// CAggDeleteHolder.
+template <class Holder, class... Args> Holder* CAggNewHolder(Args&&... args) {
+    void* memory = smallBlockAllocate(sizeof(Holder));
+    try {
+        return new (memory) Holder(std::forward<Args>(args)...);
+    } catch (...) {
+        smallBlockFree(memory, sizeof(Holder));
+        throw;
+    }
+}
+
+template <class Holder> void CAggDeleteHolder(Holder* holder) noexcept {
+    holder->~Holder();
+    smallBlockFree(holder, sizeof(Holder));
+}
 
 /// Whether a map key is numeric: encoding 1, not empty, and all decimal digits.
 bool CAggIsNumericKey(const _EStrRec* key);

@@ -89,17 +89,39 @@ void EStrInsertChar(EStr s, uint16_t c, long index);
 /// At most 4097 bytes; the string keeps its encoding.
 void EStrPrintf(EStr s, const char* format, ...);
 
-// Read.
-const char* EStrGetBytes(const _EStrRec* s);
-long EStrGetLen(const _EStrRec* s);
+// Read. The plain reads are inline: they are called for every key and text of a tree.
+inline const char* EStrGetBytes(const _EStrRec* s) {
+    return s && s->bytes ? s->bytes : "";
+}
+inline long EStrGetLen(const _EStrRec* s) {
+    return s ? s->length : 0;
+}
 /// Characters: bytes for single-byte encodings, units for UCS, the mark not counted.
-long EStrGetCharLen(const _EStrRec* s);
-int32_t EStrGetEncoding(const _EStrRec* s);
-uint16_t EStrGetLanguage(const _EStrRec* s);
-uint16_t EStrGetCountry(const _EStrRec* s);
+inline long EStrGetCharLen(const _EStrRec* s) {
+    if (!s)
+        return 0;
+    if (s->encoding == kEStrUCS)
+        return s->length > 2 ? (s->length - 2) / 2 : 0;
+    return s->length;
+}
+inline int32_t EStrGetEncoding(const _EStrRec* s) {
+    return s ? s->encoding : kEStrHost;
+}
+inline uint16_t EStrGetLanguage(const _EStrRec* s) {
+    return s ? s->language : 0;
+}
+inline uint16_t EStrGetCountry(const _EStrRec* s) {
+    return s ? s->country : 0;
+}
 /// 0 out of range; a single byte is sign-extended to 16 bits.
 uint16_t EStrCharAt(const _EStrRec* s, long index);
-bool EStrIsNull(const _EStrRec* s);
+/// True for no record, and for a record whose text is empty (the mark alone for UCS).
+inline bool EStrIsNull(const _EStrRec* s) {
+    if (!s)
+        return true;
+    bool ucsShaped = s->encoding == kEStrUCS || s->encoding == kEStrUCSShaped;
+    return ucsShaped ? s->length < 3 : s->length == 0;
+}
 
 // Compare.
 int EStrCmp(const _EStrRec* a, const _EStrRec* b);

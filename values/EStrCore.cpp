@@ -452,34 +452,6 @@ void EStrPrintf(EStr s, const char* format, ...) {
 
 // Read.
 
-const char* EStrGetBytes(const _EStrRec* s) {
-    return s && s->bytes ? s->bytes : "";
-}
-
-long EStrGetLen(const _EStrRec* s) {
-    return s ? s->length : 0;
-}
-
-long EStrGetCharLen(const _EStrRec* s) {
-    if (!s)
-        return 0;
-    if (isUCS(s->encoding))
-        return s->length > 2 ? (s->length - 2) / 2 : 0;
-    return s->length;
-}
-
-int32_t EStrGetEncoding(const _EStrRec* s) {
-    return s ? s->encoding : kEStrHost;
-}
-
-uint16_t EStrGetLanguage(const _EStrRec* s) {
-    return s ? s->language : 0;
-}
-
-uint16_t EStrGetCountry(const _EStrRec* s) {
-    return s ? s->country : 0;
-}
-
 uint16_t EStrCharAt(const _EStrRec* s, long index) {
     if (!s || index < 0 || index >= EStrGetCharLen(s))
         return 0;
@@ -490,12 +462,6 @@ uint16_t EStrCharAt(const _EStrRec* s, long index) {
     }
     // A single byte reads sign-extended: 0x80 and above come out as 0xFF80 and above.
     return static_cast<uint16_t>(static_cast<int16_t>(static_cast<signed char>(s->bytes[index])));
-}
-
-bool EStrIsNull(const _EStrRec* s) {
-    if (!s)
-        return true;
-    return isUCSShaped(s->encoding) ? s->length < 3 : s->length == 0;
 }
 
 // Language and country escapes.

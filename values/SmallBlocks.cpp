@@ -41,8 +41,11 @@ namespace {
 constexpr size_t kGranule = 32;
 constexpr uint32_t kClasses = kSmallBlockMax / kGranule;
 constexpr size_t kSlabBytes = 64 * 1024;
-// Empty slabs kept per class for reuse; further ones go back to the system.
-constexpr unsigned kSpareSlabs = 4;
+// Empty slabs kept per class for reuse (a megabyte each); further ones go back to the general
+// allocator. A tree freed whole empties its slabs at once, and the next one of its size wants
+// them again: slabs given back and carved anew fragment the heap around them and are faulted
+// in afresh, which costs more memory at the peak than this many spares hold.
+constexpr unsigned kSpareSlabs = 16;
 
 struct FreeBlock {
     FreeBlock* next;
@@ -290,9 +293,22 @@ struct ThreadPool {
     }
 };
 
+// The pool lives on the heap and only this holder and tPool are thread-locals: the plug-in's
+// thread-locals then stay small enough for the loader to place them in the static TLS block,
+// where reaching them is a load of a fixed offset.
+struct ThreadPoolHolder {
+    ThreadPool* pool = nullptr;
+    ~ThreadPoolHolder() {
+        delete pool;
+        pool = nullptr;
+    }
+};
+
 ThreadPool* makeThreadPool() {
-    thread_local ThreadPool pool;
-    tPool = &pool;
+    thread_local ThreadPoolHolder holder;
+    if (!holder.pool)
+        holder.pool = new ThreadPool;
+    tPool = holder.pool;
     return tPool;
 }
 

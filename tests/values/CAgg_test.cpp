@@ -14,6 +14,7 @@
 #include <cmath>
 #include <memory>
 #include <string>
+#include <thread>
 #include <type_traits>
 #include <vector>
 
@@ -425,13 +426,67 @@ TEST_F(CAggCore, ClipboardDataIsSharedByCountAndDestroyedWithTheLastHolder) {
 }
 
 TEST_F(CAggCore, ADeepTreeIsFreedWithoutDeepRecursion) {
-    auto* deep = new CAgg();
-    CAgg* level = deep;
-    for (int i = 0; i < 200000; ++i)
-        level = &(*level)[i % 2 ? 0L : 1L];
-    *level = CAgg("bottom");
-    delete deep;
-    SUCCEED();
+    // Every kind of collection nested far deeper than a stack would take by recursion. Each
+    // level also holds a string, so that a leak checker sees any level that is not freed. A
+    // copy of a shared map near the top keeps the tree below it alive after the first goes.
+    enum Kind { kVector, kMap, kAtomMap, kSharedMap, kMixed };
+    for (Kind kind : {kVector, kMap, kAtomMap, kSharedMap, kMixed}) {
+        SCOPED_TRACE(kind);
+        CAgg keeper;
+        auto* deep = new CAgg("bottom");
+        for (int i = 0; i < 200000; ++i) {
+            Kind levelKind = kind == kMixed ? static_cast<Kind>(i % 4) : kind;
+            CAgg level;
+            if (levelKind == kVector) {
+                level[1L] = std::move(*deep);
+                level[0L] = CAgg("text");
+            } else if (levelKind == kAtomMap) {
+                level[static_cast<unsigned short>(1)] = std::move(*deep);
+                level[static_cast<unsigned short>(2)] = CAgg("text");
+            } else {
+                level["child"] = std::move(*deep);
+                level["text"] = CAgg("text");
+            }
+            if (levelKind == kSharedMap) {
+                level.shareMap();
+                if (i > 199000 && keeper.getType() == CAgg::eVoid)
+                    keeper = level;
+            }
+            *deep = std::move(level);
+        }
+        delete deep;
+        EXPECT_EQ(keeper.has("child"), kind == kSharedMap || kind == kMixed);
+        keeper = CAgg();
+    }
+}
+
+TEST_F(CAggCore, ATreeOutlivesTheThreadThatBuiltIt) {
+    // The maps, vectors and strings of a tree come from the building thread's small blocks; a
+    // tree handed on is read, copied, changed and freed by another thread, after the first has
+    // ended, and a copy sharing a map with it is freed on a third.
+    CAgg tree;
+    CAgg sharer;
+    std::thread builder([&] {
+        CAgg made;
+        for (int i = 0; i < 2000; ++i) {
+            CAgg& item = made["items"][static_cast<long>(i)];
+            item["name"] = CAgg(("item " + std::to_string(i)).c_str());
+            item[QsAtomFromString("n")] = CAgg(static_cast<long>(i));
+        }
+        made["scope"]["xsd"] = CAgg("http://www.w3.org/2001/XMLSchema");
+        made["scope"].shareMap();
+        sharer = made["scope"];
+        tree = std::move(made);
+    });
+    builder.join();
+    CAgg copy(tree);
+    EXPECT_TRUE(copy == tree);
+    copy["items"][5L]["name"] = CAgg("changed");
+    EXPECT_EQ(bytesOf(tree["items"][5L]["name"].toEStr()), "item 5");
+    std::thread([&] { sharer = CAgg(); }).join();
+    tree = CAgg();
+    EXPECT_EQ(bytesOf(copy["items"][1999L]["name"].toEStr()), "item 1999");
+    EXPECT_EQ(bytesOf(copy["scope"]["xsd"].toEStr()), "http://www.w3.org/2001/XMLSchema");
 }
 
 TEST_F(CAggCore, LookupsByAtomAndValueReadWithoutChanging) {
