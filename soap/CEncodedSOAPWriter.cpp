@@ -234,14 +234,9 @@ void CEncodedSOAPWriter::setTypeInfo(CXMLElement& element, const QName& type) {
 
 void CEncodedSOAPWriter::setArrayType(CXMLElement& element, CAgg::CAggVector& items) {
     CEStr itemType("xsd:ur-type", kEStrPDFDoc);
-    bool sameType = !items.empty();
-    for (const CAgg& item : items)
-        sameType = sameType && item.getType() == items.front().getType();
-    if (sameType) {
-        QName type = getSOAPType(items.front());
-        if (!isEmpty(type.name))
-            itemType = typeText(element, type);
-    }
+    QName type = itemTypeOf(items);
+    if (!isEmpty(type.name))
+        itemType = typeText(element, type);
     char count[32];
     std::snprintf(count, sizeof count, "%d", static_cast<int>(items.size()));
     if (m_version == kSOAPVersion11) {
@@ -251,6 +246,14 @@ void CEncodedSOAPWriter::setArrayType(CXMLElement& element, CAgg::CAggVector& it
     }
     element.setAttribute(CEStr(sm_ItemTypeAttr, kEStrPDFDoc), itemType);
     element.setAttribute(sm_ArraySizeAttr, count);
+}
+
+QName CEncodedSOAPWriter::itemTypeOf(CAgg::CAggVector& items) {
+    for (const CAgg& item : items) {
+        if (item.getType() != items.front().getType())
+            return {};
+    }
+    return items.empty() ? QName{} : getSOAPType(items.front());
 }
 
 CEStr CEncodedSOAPWriter::typeText(CXMLElement& element, const QName& type) {

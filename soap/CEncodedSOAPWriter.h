@@ -26,6 +26,9 @@ public:
     void setTypeInfo(CXMLElement& element, const QName& type);
     /// The array attributes: item type and size, in the form of the message's version.
     void setArrayType(CXMLElement& element, CAgg::CAggVector& items);
+    /// The SOAP type that all of an array's items share; empty when they are of several types,
+    /// or when there are none.
+    QName itemTypeOf(CAgg::CAggVector& items);
 
     // The attribute names and type texts of the encoding. The attribute names begin with a
     // blank, which they keep in the element record: they sort before the other attributes

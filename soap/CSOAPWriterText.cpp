@@ -241,17 +241,12 @@ CSOAPWriter::TextContent CEncodedSOAPWriter::appendAttributesText(std::string& o
 
 bool CEncodedSOAPWriter::appendArrayAttributes(std::string& out, CAgg::CAggVector& items) {
     CEStr itemType("xsd:ur-type", kEStrPDFDoc);
-    bool sameType = !items.empty();
-    for (const CAgg& item : items)
-        sameType = sameType && item.getType() == items.front().getType();
-    if (sameType) {
-        QName type = getSOAPType(items.front());
-        // A type in a namespace declares a prefix of its own: the tree writes that.
-        if (!type.nameSpace.isNull() && EStrGetCharLen(type.nameSpace) > 0)
-            return false;
-        if (!type.name.isNull() && EStrGetCharLen(type.name) > 0)
-            itemType = attributeValue(type.name);
-    }
+    QName type = itemTypeOf(items);
+    // A type in a namespace declares a prefix of its own: the tree writes that.
+    if (!type.nameSpace.isNull() && EStrGetCharLen(type.nameSpace) > 0)
+        return false;
+    if (!type.name.isNull() && EStrGetCharLen(type.name) > 0)
+        itemType = attributeValue(type.name);
     // Item types other than the writer's own come from a soapType, whose map the tree writes.
     if (!isPlainName(itemType))
         return false;
