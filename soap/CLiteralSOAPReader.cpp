@@ -31,18 +31,24 @@ void CLiteralSOAPReader::processSubNode(CAgg& parent, CAgg& node) {
     readSubNode(parent, node, CXMLEntries::of(node, refreshKeys()));
 }
 
-void CLiteralSOAPReader::readSubNode(CAgg& parent, CAgg& node, const CXMLEntries& entries) {
+bool CLiteralSOAPReader::readSubNode(CAgg& parent, CAgg& node, const CXMLEntries& entries) {
     DepthGuard guard(m_nodeDepth);
     if (guard.tooDeep())
-        return;
+        return false;
     CAgg& cur = currentNode(parent, node, entries);
     CAgg::CAggVector* children = entries.childList();
+    bool heldElements = false;
     for (size_t i = 0; children && i < children->size(); ++i) {
         CAgg& child = (*children)[i];
         CXMLEntries childEntries = CXMLEntries::of(child, m_keys);
         QsAtom childType = childEntries.typeAtom();
         if (childType == m_keys.element) {
-            readSubNode(cur, child, childEntries);
+            heldElements = true;
+            // The document is read once: an element that held elements is freed as soon as it
+            // has been read, so that the tree shrinks as the value grows. A leaf, whose text has
+            // been taken, is left to go with its parent in one walk.
+            if (readSubNode(cur, child, childEntries) && m_consuming)
+                child = CAgg();
         } else if (childType == m_keys.textType && childEntries.text) {
             CAgg text;
             takeText(text, *childEntries.text);
@@ -51,9 +57,8 @@ void CLiteralSOAPReader::readSubNode(CAgg& parent, CAgg& node, const CXMLEntries
             else
                 cur = std::move(text);
         }
-        if (m_consuming)
-            child = CAgg();
     }
+    return heldElements;
 }
 
 CAgg& CLiteralSOAPReader::getCurrentNode(CAgg& parent, CAgg& node) {
@@ -88,12 +93,16 @@ CAgg& CLiteralSOAPReader::currentNode(CAgg& parent, CAgg& node, const CXMLEntrie
             return members.emplace_hint(found, CEStr(key), CAgg())->second;
         if (members.size() > 1)
             return found->second; // a repeated member of a struct overwrites the earlier one
-    } else if (!parent.has(key) || CAggMapSize(parent) > 1) {
-        return parent[key];
+        return repeatedEntry(found->second);
     }
+    if (!parent.has(key) || CAggMapSize(parent) > 1)
+        return parent[key];
+    return repeatedEntry(parent[key]);
+}
+
+CAgg& CLiteralSOAPReader::repeatedEntry(CAgg& entry) {
     // A repeated element where it is the only member: unlike the encoded reader's, the array
     // stands under the element's name, holding the earlier value and the new one.
-    CAgg& entry = parent[key];
     if (entry.getType() != CAgg::eVector) {
         CAgg first = std::move(entry);
         entry.toVector().push_back(std::move(first));
