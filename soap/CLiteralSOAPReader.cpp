@@ -1,5 +1,6 @@
 #include "soap/CLiteralSOAPReader.h"
 
+#include "frame/UTF8.h"
 #include "values/CAggWalk.h"
 #include "xml/CAgg2XML.h"
 
@@ -67,15 +68,12 @@ CAgg& CLiteralSOAPReader::getCurrentNode(CAgg& parent, CAgg& node) {
 
 CAgg& CLiteralSOAPReader::currentNode(CAgg& parent, CAgg& node, const CXMLEntries& entries) {
     if (m_xmlMessage) {
-        CEStr holder;
-        std::string name = EStrToUTF8(textOf(entries.name, holder));
-        std::string nameSpace = EStrToUTF8(textOf(entries.nameSpace, holder));
         CAgg& record = parent["soapValue"].toVector().emplace_back();
-        record["soapName"] =
-            CAgg(EStrFromUTF8(nameSpace.empty() ? name : nameSpace + ":" + name).get());
+        CEStr keyHolder;
+        record["soapName"] = CAgg(keyText(node, entries, keyHolder));
         CAgg& qname = record["soapQName"];
-        qname[0L] = CAgg(EStrFromUTF8(nameSpace).get());
-        qname[1L] = CAgg(EStrFromUTF8(name).get());
+        qname[0L] = nameText(entries.nameSpace);
+        qname[1L] = nameText(entries.name);
         CAgg* attr = entries.attr;
         if (attr && CAggIsMap(*attr) && !attr->isCollectionTypeEmpty())
             record["soapAttributes"] = std::move(*attr);
@@ -98,6 +96,18 @@ CAgg& CLiteralSOAPReader::currentNode(CAgg& parent, CAgg& node, const CXMLEntrie
     if (!parent.has(key) || CAggMapSize(parent) > 1)
         return parent[key];
     return repeatedEntry(parent[key]);
+}
+
+CAgg CLiteralSOAPReader::nameText(const CAgg* value) {
+    // A name of ASCII text is already the string its UTF-8 would make: it is copied as it is.
+    if (value && value->getType() == CAgg::eEStr) {
+        const _EStrRec* text = const_cast<CAgg*>(value)->toEStr();
+        if (EStrGetEncoding(text) == kEStrPDFDoc &&
+            IsASCII(EStrGetBytes(text), static_cast<size_t>(EStrGetLen(text))))
+            return CAgg(text);
+    }
+    CEStr holder;
+    return CAgg(EStrFromUTF8(EStrToUTF8(textOf(value, holder))).get());
 }
 
 CAgg& CLiteralSOAPReader::repeatedEntry(CAgg& entry) {

@@ -27,4 +27,7 @@ private:
     /// Where a repeated element's value goes, entry being the value under its name: entry
     /// becomes an array of the values met so far if it is not one yet.
     static CAgg& repeatedEntry(CAgg& entry);
+    /// A name or namespace of an element as the message form gives it: its text, as UTF-8
+    /// would make it; empty for none.
+    static CAgg nameText(const CAgg* value);
 };
