@@ -46,9 +46,11 @@ bool CLiteralSOAPReader::readSubNode(CAgg& parent, CAgg& node, const CXMLEntries
         if (childType == m_keys.element) {
             heldElements = true;
             // The document is read once: an element that held elements is freed as soon as it
-            // has been read, so that the tree shrinks as the value grows. A leaf, whose text has
-            // been taken, is left to go with its parent in one walk.
-            if (readSubNode(cur, child, childEntries) && m_consuming)
+            // has been read, so that the tree shrinks as the value grows. A leaf of a small
+            // element (a struct's member), whose text has been taken, is left to go with its
+            // parent in one walk; the leaves of a long list are freed one by one.
+            bool held = readSubNode(cur, child, childEntries);
+            if (m_consuming && (held || children->size() > kLeavesFreedWithParent))
                 child = CAgg();
         } else if (childType == m_keys.textType && childEntries.text) {
             CAgg text;

@@ -19,6 +19,10 @@ public:
     void processSubNode(CAgg& parent, CAgg& node);
 
 private:
+    /// An element of up to this many children keeps its leaves, once read, until it is freed
+    /// itself.
+    static constexpr size_t kLeavesFreedWithParent = 32;
+
     /// processSubNode for an element whose entries are known; true when the element held
     /// elements.
     bool readSubNode(CAgg& parent, CAgg& node, const CXMLEntries& entries);
