@@ -242,8 +242,9 @@ BENCHMARK(BM_ReadEncodedArray)->Arg(1000)->Unit(benchmark::kMillisecond);
 
 // A PHP-shaped reply of n structs read as a call reads it: parsed, read with the tree handed
 // over, and freed. With parse false the parse is left out of the timing, which then holds the
-// reader and the freeing of the tree and the value alone.
-void readStructs(benchmark::State& state, bool encoded, bool parse) {
+// reader and the freeing of the tree and the value alone. With message set, the literal reader
+// gives the records that the literal writer takes.
+void readStructs(benchmark::State& state, bool encoded, bool parse, bool message = false) {
     setUpHost();
     std::string reply = structsReply(state.range(0), encoded);
     for (auto _ : state) {
@@ -254,6 +255,7 @@ void readStructs(benchmark::State& state, bool encoded, bool parse) {
         if (!parse)
             state.ResumeTiming();
         auto reader = getSOAPReader(std::move(parser.getRoot()), encoded ? 1 : 0);
+        reader->setXMLMessage(message ? 1 : 0);
         CAgg value = reader->readBody(nullptr);
         if (CAggMapSize(value) != 1)
             state.SkipWithError("the reply was not read");
@@ -281,6 +283,11 @@ void BM_ReaderOnlyLiteralStructs(benchmark::State& state) {
     readStructs(state, false, false);
 }
 BENCHMARK(BM_ReaderOnlyLiteralStructs)->Arg(10000)->Unit(benchmark::kMillisecond);
+
+void BM_ReaderOnlyLiteralMessageStructs(benchmark::State& state) {
+    readStructs(state, false, false, true);
+}
+BENCHMARK(BM_ReaderOnlyLiteralMessageStructs)->Arg(10000)->Unit(benchmark::kMillisecond);
 
 // A 10 MB attachment pulled through the multipart writer in the network layer's 2048-byte
 // blocks, and the same body taken apart by the reader, spooling it to disk.

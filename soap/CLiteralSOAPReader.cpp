@@ -1,5 +1,6 @@
 #include "soap/CLiteralSOAPReader.h"
 
+#include "frame/UTF8.h"
 #include "values/CAggWalk.h"
 #include "xml/CAgg2XML.h"
 
@@ -31,18 +32,26 @@ void CLiteralSOAPReader::processSubNode(CAgg& parent, CAgg& node) {
     readSubNode(parent, node, CXMLEntries::of(node, refreshKeys()));
 }
 
-void CLiteralSOAPReader::readSubNode(CAgg& parent, CAgg& node, const CXMLEntries& entries) {
+bool CLiteralSOAPReader::readSubNode(CAgg& parent, CAgg& node, const CXMLEntries& entries) {
     DepthGuard guard(m_nodeDepth);
     if (guard.tooDeep())
-        return;
+        return false;
     CAgg& cur = currentNode(parent, node, entries);
     CAgg::CAggVector* children = entries.childList();
+    bool heldElements = false;
     for (size_t i = 0; children && i < children->size(); ++i) {
         CAgg& child = (*children)[i];
         CXMLEntries childEntries = CXMLEntries::of(child, m_keys);
         QsAtom childType = childEntries.typeAtom();
         if (childType == m_keys.element) {
-            readSubNode(cur, child, childEntries);
+            heldElements = true;
+            // The document is read once: an element that held elements is freed as soon as it
+            // has been read, so that the tree shrinks as the value grows. A leaf of a small
+            // element (a struct's member), whose text has been taken, is left to go with its
+            // parent in one walk; the leaves of a long list are freed one by one.
+            bool held = readSubNode(cur, child, childEntries);
+            if (m_consuming && (held || children->size() > kLeavesFreedWithParent))
+                child = CAgg();
         } else if (childType == m_keys.textType && childEntries.text) {
             CAgg text;
             takeText(text, *childEntries.text);
@@ -51,9 +60,8 @@ void CLiteralSOAPReader::readSubNode(CAgg& parent, CAgg& node, const CXMLEntries
             else
                 cur = std::move(text);
         }
-        if (m_consuming)
-            child = CAgg();
     }
+    return heldElements;
 }
 
 CAgg& CLiteralSOAPReader::getCurrentNode(CAgg& parent, CAgg& node) {
@@ -62,15 +70,12 @@ CAgg& CLiteralSOAPReader::getCurrentNode(CAgg& parent, CAgg& node) {
 
 CAgg& CLiteralSOAPReader::currentNode(CAgg& parent, CAgg& node, const CXMLEntries& entries) {
     if (m_xmlMessage) {
-        CEStr holder;
-        std::string name = EStrToUTF8(textOf(entries.name, holder));
-        std::string nameSpace = EStrToUTF8(textOf(entries.nameSpace, holder));
         CAgg& record = parent["soapValue"].toVector().emplace_back();
-        record["soapName"] =
-            CAgg(EStrFromUTF8(nameSpace.empty() ? name : nameSpace + ":" + name).get());
+        CEStr keyHolder;
+        record["soapName"] = CAgg(keyText(node, entries, keyHolder));
         CAgg& qname = record["soapQName"];
-        qname[0L] = CAgg(EStrFromUTF8(nameSpace).get());
-        qname[1L] = CAgg(EStrFromUTF8(name).get());
+        qname[0L] = nameText(entries.nameSpace);
+        qname[1L] = nameText(entries.name);
         CAgg* attr = entries.attr;
         if (attr && CAggIsMap(*attr) && !attr->isCollectionTypeEmpty())
             record["soapAttributes"] = std::move(*attr);
@@ -88,12 +93,28 @@ CAgg& CLiteralSOAPReader::currentNode(CAgg& parent, CAgg& node, const CXMLEntrie
             return members.emplace_hint(found, CEStr(key), CAgg())->second;
         if (members.size() > 1)
             return found->second; // a repeated member of a struct overwrites the earlier one
-    } else if (!parent.has(key) || CAggMapSize(parent) > 1) {
-        return parent[key];
+        return repeatedEntry(found->second);
     }
+    if (!parent.has(key) || CAggMapSize(parent) > 1)
+        return parent[key];
+    return repeatedEntry(parent[key]);
+}
+
+CAgg CLiteralSOAPReader::nameText(const CAgg* value) {
+    // A name of ASCII text is already the string its UTF-8 would make: it is copied as it is.
+    if (value && value->getType() == CAgg::eEStr) {
+        const _EStrRec* text = const_cast<CAgg*>(value)->toEStr();
+        if (EStrGetEncoding(text) == kEStrPDFDoc &&
+            IsASCII(EStrGetBytes(text), static_cast<size_t>(EStrGetLen(text))))
+            return CAgg(text);
+    }
+    CEStr holder;
+    return CAgg(EStrFromUTF8(EStrToUTF8(textOf(value, holder))).get());
+}
+
+CAgg& CLiteralSOAPReader::repeatedEntry(CAgg& entry) {
     // A repeated element where it is the only member: unlike the encoded reader's, the array
     // stands under the element's name, holding the earlier value and the new one.
-    CAgg& entry = parent[key];
     if (entry.getType() != CAgg::eVector) {
         CAgg first = std::move(entry);
         entry.toVector().push_back(std::move(first));

@@ -19,8 +19,19 @@ public:
     void processSubNode(CAgg& parent, CAgg& node);
 
 private:
-    /// processSubNode for an element whose entries are known.
-    void readSubNode(CAgg& parent, CAgg& node, const CXMLEntries& entries);
+    /// An element of up to this many children keeps its leaves, once read, until it is freed
+    /// itself.
+    static constexpr size_t kLeavesFreedWithParent = 32;
+
+    /// processSubNode for an element whose entries are known; true when the element held
+    /// elements.
+    bool readSubNode(CAgg& parent, CAgg& node, const CXMLEntries& entries);
     /// getCurrentNode for an element whose entries are known.
     CAgg& currentNode(CAgg& parent, CAgg& node, const CXMLEntries& entries);
+    /// Where a repeated element's value goes, entry being the value under its name: entry
+    /// becomes an array of the values met so far if it is not one yet.
+    static CAgg& repeatedEntry(CAgg& entry);
+    /// A name or namespace of an element as the message form gives it: its text, as UTF-8
+    /// would make it; empty for none.
+    static CAgg nameText(const CAgg* value);
 };

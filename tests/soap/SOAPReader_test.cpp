@@ -87,6 +87,23 @@ TEST(SOAPReader, ReadsRepliesIntoValues) {
         {"encoded-names-and-types-beyond-ascii.xml", kLiteral,
          R"({"urn:measure:measureResponse":{"list":{"item":["x","y"]},"plain":"4",)"
          R"("price":"2.5","urn:measure:qualified":"1","größe":"3"}})"},
+        // Names beyond ASCII are given as text in the records, qualified or not.
+        {"encoded-names-and-types-beyond-ascii.xml", kLiteralMessage,
+         R"({"soapValue":[{"soapName":"urn:measure:measureResponse",)"
+         R"("soapQName":["urn:measure","measureResponse"],"soapValue":[)"
+         R"({"soapAttributes":{"http://www.w3.org/2001/XMLSchema-instance:type":"xsd:int"},)"
+         R"("soapName":"größe","soapQName":["","größe"],"soapValue":"3"},)"
+         R"({"soapAttributes":{"http://www.w3.org/2001/XMLSchema-instance:type":"xsd:boolean"},)"
+         R"("soapName":"urn:measure:qualified","soapQName":["urn:measure","qualified"],)"
+         R"("soapValue":"1"},)"
+         R"({"soapAttributes":{"http://www.w3.org/2001/XMLSchema-instance:type":"ü:float"},)"
+         R"("soapName":"price","soapQName":["","price"],"soapValue":"2.5"},)"
+         R"({"soapAttributes":{"http://www.w3.org/2001/XMLSchema-instance:type":"é:Array"},)"
+         R"("soapName":"list","soapQName":["","list"],"soapValue":[)"
+         R"({"soapName":"item","soapQName":["","item"],"soapValue":"x"},)"
+         R"({"soapName":"item","soapQName":["","item"],"soapValue":"y"}]},)"
+         R"({"soapAttributes":{"http://www.w3.org/2001/XMLSchema-instance:type":"xsd:int"},)"
+         R"("soapName":"plain","soapQName":["","plain"],"soapValue":"4"}]}]})"},
         {"encoded-struct-repeated-member.xml", kLiteral,
          R"({"urn:list:listResponse":{"only":{"item":["1","2","3"]},)"
          R"("struct":{"item":"3","name":"first"}}})"},
