@@ -79,11 +79,7 @@ void CLiteralSOAPWriter::writeMap(CAgg& value, CXMLElement& element, long depth,
         element.setAttribute(CEStr("href", kEStrPDFDoc), attributeValue(CAggValueText(href)));
         return;
     }
-    size_t room = entryCount(value);
-    forEachEntry(value, [&](const CEStr& key, CAgg& item) {
-        if (isReservedKey(key))
-            return;
-        reserveChildren(element, std::exchange(room, 0));
+    forEachChildEntry(value, element, [&](const CEStr& key, CAgg& item) {
         writeChild(key, item, element, depth, isHeader);
     });
 }

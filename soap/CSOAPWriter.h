@@ -18,6 +18,7 @@
 #include <memory>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 /// The SOAP version of a message.
@@ -120,6 +121,9 @@ protected:
     /// Calls fn(key, value) for each entry of a map in the map's order, as CAggForEachEntry
     /// does; the text of an atom key is made once per message.
     template <class Fn> void forEachEntry(CAgg& map, Fn&& fn);
+    /// Calls fn(key, value) for each entry of a map that is not a reserved key, with room made
+    /// among the element's children for them first: the children of a map's element.
+    template <class Fn> void forEachChildEntry(CAgg& map, CXMLElement& element, Fn&& fn);
     /// Makes room for count children of the element, so that appending them moves none; none
     /// is made for no children, so that an element without any keeps no list.
     static void reserveChildren(CXMLElement& element, size_t count);
@@ -216,6 +220,16 @@ template <class Fn> void CSOAPWriter::forEachEntry(CAgg& map, Fn&& fn) {
         for (auto& [atom, value] : map.toQsAtomMap())
             fn(atomName(atom), value);
     }
+}
+
+template <class Fn> void CSOAPWriter::forEachChildEntry(CAgg& map, CXMLElement& element, Fn&& fn) {
+    size_t room = entryCount(map);
+    forEachEntry(map, [&](const CEStr& key, CAgg& item) {
+        if (isReservedKey(key))
+            return;
+        reserveChildren(element, std::exchange(room, 0));
+        fn(key, item);
+    });
 }
 
 /// Makes the writer: encoded when the flag is set, literal otherwise.
