@@ -101,6 +101,10 @@ void CFeedRelay::answer(int connection) {
     std::string reply = get ? "HTTP/1.1 200 OK\r\nContent-Type: application/xml\r\n"
                             : "HTTP/1.1 405 Method Not Allowed\r\nAllow: GET\r\n";
     reply += "Content-Length: " + std::to_string(body.size()) + "\r\nConnection: close\r\n\r\n";
-    if (sendAll(connection, reply) && sendAll(connection, body) && get)
+    // Counted before the answer goes: the plug-in may have read a short answer whole, and the
+    // host asked how many were served, before a count made after sending would have landed.
+    if (get)
         ++m_served;
+    if (sendAll(connection, reply))
+        sendAll(connection, body);
 }

@@ -22,7 +22,7 @@ public:
     void stop();
     /// Where the document is: "http://127.0.0.1:<port>/feed".
     std::string url() const;
-    /// The number of requests answered so far.
+    /// The number of requests for the document answered so far, counted as each answer starts.
     int served() const { return m_served.load(); }
 
 private:
