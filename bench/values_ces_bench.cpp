@@ -73,21 +73,6 @@ void BM_FeedToCAgg(benchmark::State& state) {
 }
 BENCHMARK(BM_FeedToCAgg)->Arg(1)->Arg(0)->Unit(benchmark::kMillisecond);
 
-void BM_FeedToScript(benchmark::State& state) {
-    Host host;
-    CES::Val feed = host.run(kFeed);
-    CAgg tree;
-    ESValToCAgg(tree, feed.slot(), 1);
-    for (auto _ : state) {
-        CAgg copy = tree;
-        CES::Val out(host.context());
-        CAggToESVal(out.slot(), copy);
-        benchmark::DoNotOptimize(out.slot());
-        host.engine().dropLooseRoots();
-    }
-}
-BENCHMARK(BM_FeedToScript)->Unit(benchmark::kMillisecond);
-
 void BM_NumberArrayToCAgg(benchmark::State& state) {
     Host host;
     CES::Val numbers = host.run("var a = []; for (var i = 0; i < 1000000; ++i) a.push(i); a");
@@ -138,6 +123,11 @@ void BM_ToScript(benchmark::State& state, const char* source, bool textKeys) {
 }
 BENCHMARK_CAPTURE(BM_ToScript, Structs10k, kStructs, true)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(BM_ToScript, Structs10kAtoms, kStructs, false)->Unit(benchmark::kMillisecond);
+
+void BM_FeedToScript(benchmark::State& state) {
+    BM_ToScript(state, kFeed, true);
+}
+BENCHMARK(BM_FeedToScript)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(BM_ToScript, DistinctKeys10k, kDistinctKeys, true)->Unit(benchmark::kMillisecond);
 
 void BM_ReplyToScript(benchmark::State& state) {
